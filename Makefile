@@ -1,0 +1,42 @@
+# Thin verbs for people; the work is done by the scripts in tools/ and by the CMake presets.
+#
+#   make run ARGS="JOB17 6420=3" UI_LANGUAGE=de    make fuzz SECONDS=600
+.PHONY: help run test build bench fuzz package lint clean
+
+export ARGS UI_LANGUAGE LINK SCENARIO ANALYSER
+
+here := $(dir $(abspath $(lastword $(MAKEFILE_LIST))))
+
+help:
+	@echo "make run      the program under Wine against the simulated analyser (ARGS=, UI_LANGUAGE=de|en, LINK=usb|serial|irda, ANALYSER=745)"
+	@echo "make test     all tests: host, fuzz, windows"
+	@echo "make build    the program in dist/NeltoStackWatcher, the simulator in dist/simulator"
+	@echo "make bench    benchmarks"
+	@echo "make fuzz     every fuzzer for SECONDS= (60) seconds"
+	@echo "make package  the installer"
+	@echo "make lint     format, static analysis, include rules"
+	@echo "make clean    remove build/ and dist/"
+
+run:
+	@$(here)tools/run
+
+test:
+	@$(here)tools/test
+
+build:
+	@$(here)tools/build
+
+bench:
+	@$(here)tools/bench
+
+fuzz:
+	@$(here)tools/fuzz $(or $(SECONDS),60)
+
+package:
+	@echo "make package: not available yet" >&2; exit 1
+
+lint:
+	@$(here)tools/lint
+
+clean:
+	rm -rf $(here)build $(here)dist

@@ -1,0 +1,156 @@
+"""Figures of the shipped program under Wine: its start, its work and its memory while it shows values, its size."""
+
+import contextlib
+import os
+import re
+import statistics
+import subprocess
+import sys
+import time
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(ROOT / "tests/windows"))
+import harness  # noqa: E402
+import wine_env  # noqa: E402
+
+WINDOWS_BUILD = ROOT / "build/windows-bench/bin"
+MINIMAL_DIALOG = WINDOWS_BUILD / "minimal_dialog.exe"
+START_TIMER = WINDOWS_BUILD / "start_timer.exe"
+PACED_ANALYSER = ROOT / "build/host-release/bench/paced_analyser"
+
+START_ROUNDS = 16        # the first one of each program warms up and is not counted
+WATCH_SECONDS = 20
+SETTLE_SECONDS = 5
+MEBI = 1024 * 1024
+STANDING_SECTIONS = re.compile(r"^ *\d+ +(\.\S+) +([0-9a-f]{8}) .*\n +CONTENTS, ALLOC", re.MULTILINE)
+
+
+class CannotMeasure(Exception):
+    pass
+
+
+def figure(what, value, unit="", relation="", limit=None):
+    return (what, relation, limit, value, unit)
+
+
+def measure_start(display):
+    """Microseconds to the first visible window, a list each for the program and the minimal dialog."""
+    prefix = wine_env.Prefix("en", display, own_frames=True)
+    try:
+        timer = prefix.start(START_TIMER, START_ROUNDS, harness.PROGRAM, MINIMAL_DIALOG, stdout=subprocess.PIPE)
+        output = timer.communicate(timeout=600)[0].decode()
+        if timer.returncode != 0:
+            raise CannotMeasure("a program did not show a window")
+    finally:
+        prefix.close()
+    times = ([], [])
+    for line in output.split("\n"):
+        if line.strip():
+            index, microseconds = line.split()
+            times[int(index)].append(float(microseconds))
+    return [list_of_times[1:] for list_of_times in times]
+
+
+def start_figures(display):
+    program, minimal = (statistics.median(times) for times in measure_start(display))
+    return [figure("start to first visible window, against the minimal dialog", program / minimal, "times", "<=", 1.3),
+            figure("  the program", program / 1000, "ms"),
+            figure("  the minimal dialog", minimal / 1000, "ms")]
+
+
+def cpu_seconds(pid):
+    """CPU time of all threads so far, user and system, from the scheduler's own exact account."""
+    account = [(task / "schedstat").read_text().split()[0] for task in Path(f"/proc/{pid}/task").iterdir()]
+    return sum(map(int, account)) / 1e9
+
+
+def memory(pid, kind="Pss"):
+    """Proportional set size in MiB; `kind` may name another row of the same account."""
+    rows = Path(f"/proc/{pid}/smaps_rollup").read_text()
+    return int(re.search(rf"^{kind}: +(\d+) kB", rows, re.MULTILINE)[1]) * 1024 / MEBI
+
+
+def linux_process(prefix, name):
+    """The process that runs this program of the prefix."""
+    for folder in Path("/proc").glob("[0-9]*"):
+        with contextlib.suppress(OSError):
+            words = (folder / "cmdline").read_bytes().split(b"\0")
+            variables = (folder / "environ").read_bytes().split(b"\0")
+            if words[0].decode(errors="replace").endswith(name) and f"WINEPREFIX={prefix.folder}".encode() in variables:
+                return int(folder.name)
+    raise CannotMeasure(f"no process runs {name}")
+
+
+@contextlib.contextmanager
+def watched_session(display):
+    """The program with the values of 40 channels on its list, read over a paced line; nothing else of ours is running."""
+    with subprocess.Popen([PACED_ANALYSER], stdin=subprocess.PIPE, stdout=subprocess.PIPE) as analyser:
+        tty = analyser.stdout.readline().decode().strip()
+        session = harness.Session(display, settings={"Communication": 5}, ports={5: tty})
+        try:
+            session.start()
+            session.wait_status("Measure values available")
+            session.wait_until(lambda: len(session.rows()) >= 40, "the rows of the list")
+            session.driver.close()
+            session.driver.process.wait(harness.PATIENCE)
+            time.sleep(SETTLE_SECONDS)
+            yield linux_process(session.prefix, harness.PROGRAM.name), session
+        finally:
+            analyser.stdin.close()
+            session.close()
+
+
+def minimal_dialog_memory(display):
+    prefix = wine_env.Prefix("en", display, own_frames=True)
+    try:
+        prefix.start(MINIMAL_DIALOG)
+        time.sleep(SETTLE_SECONDS)
+        pid = linux_process(prefix, MINIMAL_DIALOG.name)
+        return memory(pid)
+    finally:
+        prefix.close()
+
+
+def watching_figures(display):
+    with watched_session(display) as (pid, session):
+        values_read = count_value_reads(session)
+        start, cpu_start = time.monotonic(), cpu_seconds(pid)
+        time.sleep(WATCH_SECONDS)
+        cpu, elapsed = cpu_seconds(pid) - cpu_start, time.monotonic() - start
+        values_read = count_value_reads(session) - values_read
+        if values_read < WATCH_SECONDS / 4:
+            raise CannotMeasure(f"{values_read} value reads in {elapsed:.0f} s")
+        size = memory(pid)
+    minimal = minimal_dialog_memory(display)
+    return [figure(f"CPU while watching, {WATCH_SECONDS} s", 100 * cpu / elapsed, "%", "<=", 0.2),
+            figure("  value reads in that time", values_read),
+            figure("  CPU of a value read and its display", 1000 * cpu / values_read, "ms"),
+            figure("memory while watching (PSS)", size, "MiB", "<=", 16),
+            figure("  the minimal dialog, nearly all of it Wine's own", minimal, "MiB"),
+            figure("  the program's more", size - minimal, "MiB")]
+
+
+def count_value_reads(session):
+    return session.file("Nelto780Base.txt").count(b"Nelto780GetOnlineValues2004 end")
+
+
+def size_figures():
+    """Every section that is loaded with the program, the resources apart: they are the artwork, texts and dialogs."""
+    headers = subprocess.run(["x86_64-w64-mingw32-objdump", "-h", harness.PROGRAM], capture_output=True, text=True,
+                             check=True).stdout
+    sections = {name: int(size, 16) for name, size in STANDING_SECTIONS.findall(headers)}
+    if not {".text", ".rdata", ".rsrc"} <= set(sections):
+        raise CannotMeasure(f"sections of the program: {sections}")
+    resources = sections.pop(".rsrc")
+    return [figure("code and tables of the program", sum(sections.values()) / 1024, "KiB", "<=", 300),
+            figure("  " + ", ".join(f"{name} {size / 1024:.0f}" for name, size in sections.items()), None),
+            figure("  resources, mostly artwork", resources / 1024, "KiB")]
+
+
+def measure():
+    screen = wine_env.Display()
+    try:
+        return [*start_figures(screen.name), *watching_figures(screen.name), *size_figures()]
+    finally:
+        screen.close()

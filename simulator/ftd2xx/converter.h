@@ -1,0 +1,53 @@
+// One attached converter: what its driver has received from the analyser behind it. No clock and no threads of its own.
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <string>
+
+#include "block_session.h"
+#include "driver_setup.h"
+#include "scenario.h"
+
+namespace simulator {
+
+class Converter {
+public:
+    /// `driver` must outlive the converter.
+    Converter(const ConverterSetup& setup, const DriverSetup& driver, Scenario scenario, EventSink events);
+
+    [[nodiscard]] const ConverterSetup& Setup() const { return setup_; }
+    [[nodiscard]] std::string ListedSerial() const;
+    [[nodiscard]] std::string ToldSerial() const { return setup_.told_serial.value_or(ListedSerial()); }
+
+    /// The link is opened: what was under way is forgotten.
+    void Reset();
+    void Write(Bytes bytes, std::uint64_t now_ms);
+    /// Lets in what is due; true when something has come that the program must be told of.
+    [[nodiscard]] bool Deliver(std::uint64_t now_ms);
+    /// True while something may still come without a further request.
+    [[nodiscard]] bool IsExpecting(std::uint64_t now_ms) const;
+
+    [[nodiscard]] std::size_t Queued() const { return queue_.size(); }
+    /// Takes at most the size of `bytes`; gives how many.
+    std::size_t Read(std::span<std::uint8_t> bytes);
+
+private:
+    struct Piece {
+        std::uint64_t due_ms = 0;
+        Message bytes;
+    };
+
+    void TakeFromAnalyser(std::uint64_t now_ms);
+
+    const ConverterSetup& setup_;
+    const DriverSetup& driver_;
+    Analyser2004 analyser_;
+    FaultScript faults_;
+    BlockSession session_;
+    std::deque<Piece> coming_;
+    std::deque<std::uint8_t> queue_;
+    std::uint64_t expecting_until_ms_ = 0;
+};
+
+}  // namespace simulator

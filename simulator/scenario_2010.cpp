@@ -1,0 +1,216 @@
+#include "scenario_2010.h"
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <iterator>
+
+#include "scenario_line.h"
+#include "scenario_parts.h"
+
+namespace simulator {
+namespace {
+
+constexpr std::size_t kMostPositions = 255;
+constexpr std::uint32_t kMostVersion = 0xFF;
+
+constexpr std::array<std::string_view, 25> kFunctions = {
+    "NELTOEMUSB_GetNumberOfDevices",
+    "NELTOEMUSB_GetSerialNumber",
+    "NELTOEMUSB_OpenBySerialNumber",
+    "NELTORS232_OpenBluetoothFromPipe",
+    "NELTO760SPI_StartLogging",
+    "NELTO760SPI_GetIdent",
+    "NELTO760SPI_Close",
+    "NELTO760SPI_SetDeviceMode",
+    "NELTO760SPI_SetDateTime",
+    "NELTO760SPI_SetShutdown",
+    "NELTO760SPI_GetDeviceType",
+    "NELTO760SPI_GetDeviceName",
+    "NELTO760SPI_GetFirmwareVersion",
+    "NELTO760SPI_GetSerialNumberBox",
+    "NELTO760SPI_GetSmokePumpNumber",
+    "NELTO760SPI_GetNumberOfCurrentViewValues",
+    "NELTO760SPI_GetCurrentViewValues",
+    "NELTO760SPI_GetCurrentMeasurement",
+    "NELTO760SPI_SetCurrentMeasurement",
+    "NELTO760SPI_GetMeasCacheCounter",
+    "NELTO760SPI_GetMeasCacheNumberOfValues",
+    "NELTO760SPI_GetMeasCacheValues",
+    "NELTO760SPI_GetActiveFuelID",
+    "NELTO760SPI_SetActiveFuelID",
+    "NELTO760SPI_GetAppFuelData",
+};
+
+class Reader2010 {
+public:
+    using Statement = bool (Reader2010::*)();
+
+    [[nodiscard]] bool ReadLine(std::string_view text);
+    [[nodiscard]] const std::string& Error() const { return line_.Error(); }
+    [[nodiscard]] AnalyserData2010& Result() { return data_; }
+
+    bool Kind();
+    bool Seed() { return line_.ReadNumber(data_.seed); }
+    bool Devices();
+    bool UsbSerial() { return line_.ReadText(data_.usb_serial_number); }
+    bool DeviceType() { return line_.ReadNumber(data_.device_type.emplace()); }
+    bool DeviceName() { return line_.ReadText(data_.device_name.emplace()); }
+    bool Firmware();
+    bool SerialNumber() { return line_.ReadNumber(data_.serial_number); }
+    bool SmokePump() { return line_.ReadText(data_.smoke_pump); }
+    bool Measurement() { return line_.ReadNumber(data_.measurement); }
+    bool ActiveFuel() { return line_.ReadNumber(data_.active_fuel); }
+    bool AddFuel();
+    bool AddValue() { return ReadValue(data_.values.emplace_back()); }
+    bool AddPosition();
+    bool AddCached();
+    bool AddText();
+    bool AddUnit();
+    bool AddError();
+    bool AddUnplugged() { return ReadWindow(line_, data_.unplugged.emplace_back()); }
+
+private:
+    bool ReadValue(Value2010& value);
+
+    AnalyserData2010 data_;
+    ScenarioLine line_;
+};
+
+struct StatementRow {
+    std::string_view word;
+    Reader2010::Statement read;
+};
+
+// clang-format off
+constexpr std::array kStatements = {
+    StatementRow{"kind",          &Reader2010::Kind},
+    StatementRow{"seed",          &Reader2010::Seed},
+    StatementRow{"devices",       &Reader2010::Devices},
+    StatementRow{"usb_serial",    &Reader2010::UsbSerial},
+    StatementRow{"device_type",   &Reader2010::DeviceType},
+    StatementRow{"device_name",   &Reader2010::DeviceName},
+    StatementRow{"firmware",      &Reader2010::Firmware},
+    StatementRow{"serial_number", &Reader2010::SerialNumber},
+    StatementRow{"smoke_pump",    &Reader2010::SmokePump},
+    StatementRow{"measurement",   &Reader2010::Measurement},
+    StatementRow{"active_fuel",   &Reader2010::ActiveFuel},
+    StatementRow{"fuel",          &Reader2010::AddFuel},
+    StatementRow{"value",         &Reader2010::AddValue},
+    StatementRow{"position",      &Reader2010::AddPosition},
+    StatementRow{"cached",        &Reader2010::AddCached},
+    StatementRow{"text",          &Reader2010::AddText},
+    StatementRow{"unit",          &Reader2010::AddUnit},
+    StatementRow{"error",         &Reader2010::AddError},
+    StatementRow{"unplugged",     &Reader2010::AddUnplugged},
+};
+// clang-format on
+
+bool Reader2010::ReadLine(std::string_view text) {
+    line_ = ScenarioLine();
+    if (!line_.Split(text)) return false;
+    if (line_.AtEnd()) return true;
+    std::string word;
+    if (!line_.ReadWord(word)) return false;
+    const auto* row = std::ranges::find(kStatements, word, &StatementRow::word);
+    if (row == kStatements.end()) return line_.Fail("unknown word \"" + word + "\"");
+    if (!(this->*row->read)()) return false;
+    return line_.ReadAttributes({});  // whatever is left over on the line is unknown
+}
+
+bool Reader2010::Kind() {
+    if (!line_.ReadNumber(data_.kind)) return false;
+    return FindKind2010(data_.kind) != nullptr || line_.Fail("unknown kind");
+}
+
+bool Reader2010::Devices() {
+    std::uint32_t product = 0;
+    return line_.ReadNumber(product) && line_.ReadNumber(data_.devices[product]);
+}
+
+bool Reader2010::Firmware() {
+    std::uint32_t high = 0;
+    std::uint32_t low  = 0;
+    if (!line_.ReadNumber(high, 0U, kMostVersion) || !line_.ReadNumber(low, 0U, kMostVersion)) return false;
+    data_.firmware = high << 8 | low;
+    return true;
+}
+
+bool Reader2010::AddFuel() {
+    Fuel2010& fuel = data_.fuels.emplace_back();
+    return line_.ReadNumber(fuel.id) && line_.ReadText(fuel.name) &&
+           line_.ReadAttributes({{"co2max", [&] { return line_.ReadFloat(fuel.co2_max); }},
+                                 {"o2ref", [&] { return line_.ReadFloat(fuel.o2_reference); }}});
+}
+
+bool Reader2010::AddPosition() {
+    if (data_.cache.size() == kMostPositions) return line_.Fail("too many positions");
+    data_.cache.emplace_back();
+    return true;
+}
+
+bool Reader2010::AddCached() {
+    if (data_.cache.empty()) return line_.Fail("cached before any position");
+    return ReadValue(data_.cache.back().emplace_back());
+}
+
+bool Reader2010::AddText() {
+    Text2010& text = data_.texts.emplace_back();
+    if (!line_.ReadNumber(text.ident) || !line_.ReadText(text.english)) return false;
+    return line_.AtEnd() || line_.ReadText(text.german);
+}
+
+bool Reader2010::AddUnit() {
+    std::uint16_t unit = 0;
+    return line_.ReadNumber(unit) && line_.ReadText(data_.units[unit]);
+}
+
+bool Reader2010::AddError() {
+    FunctionError error;
+    if (!line_.ReadWord(error.function)) return false;
+    if (std::ranges::find(kFunctions, error.function) == kFunctions.end()) return line_.Fail("unknown function");
+    if (!line_.ReadNumber(error.code, 1U)) return false;
+    if (!line_.ReadAttributes({{"from", [&] { return line_.ReadNumber(error.from, 1U); }},
+                               {"to", [&] { return line_.ReadNumber(error.to, 1U); }}})) {
+        return false;
+    }
+    data_.errors.push_back(std::move(error));
+    return true;
+}
+
+bool Reader2010::ReadValue(Value2010& value) {
+    return line_.ReadNumber(value.ident) &&
+           line_.ReadAttributes({{"unit", [&] { return line_.ReadNumber(value.unit); }},
+                                 {"resolution", [&] { return line_.ReadNumber(value.resolution); }},
+                                 {"status", [&] { return line_.ReadNumber(value.status); }},
+                                 {"value", [&] { return ReadCourse(line_, value.value); }},
+                                 {"noise", [&] { return line_.ReadPositive(value.value.noise); }}});
+}
+
+}  // namespace
+
+std::optional<AnalyserData2010> ParseScenario2010(std::string_view text, std::string& error) {
+    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+    Reader2010 reader;
+    for (std::size_t number = 1; !text.empty(); ++number) {
+        const std::size_t length = std::min(text.find('\n'), text.size());
+        if (!reader.ReadLine(text.substr(0, length))) {
+            error = "line " + std::to_string(number) + ": " + reader.Error();
+            return std::nullopt;
+        }
+        text.remove_prefix(std::min(length + 1, text.size()));
+    }
+    return std::move(reader.Result());
+}
+
+std::optional<AnalyserData2010> LoadScenario2010(const std::string& path, std::string& error) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        error = "cannot be read";
+        return std::nullopt;
+    }
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    return ParseScenario2010(text, error);
+}
+
+}  // namespace simulator

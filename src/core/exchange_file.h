@@ -1,0 +1,24 @@
+// The exchange file: key=value lines that another program reads after this one has ended.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "core/program_state.h"
+
+namespace nelto {
+
+/// Exchange key of a channel record by view ident and unit code; 0 for a record that is not exchanged. Says each look-up to the
+/// debugger.
+[[nodiscard]] std::uint32_t ExchangeKey(std::uint32_t view_ident, std::uint32_t unit);
+
+/// Exchange key of a heating-check record; 0 for a record that is not exchanged.
+[[nodiscard]] std::uint32_t HeatingCheckExchangeKey(std::uint32_t view_ident);
+
+/// The whole file as wide text with "\n" line ends: caller word, channel lines, heating-check lines.
+[[nodiscard]] std::wstring ExchangeText(const ProgramState& state, const MeasurementTables& tables);
+
+/// Writes the file, in the ANSI code page with CR LF line ends; a file that cannot be written is left out silently.
+void WriteExchangeFile(const ProgramState& state, const MeasurementTables& tables);
+
+}  // namespace nelto

@@ -1,0 +1,67 @@
+#include "core/serial_output.h"
+
+#include <algorithm>
+#include <array>
+#include <span>
+#include <utility>
+
+#include "core/output_text.h"
+#include "core/value_text.h"
+#include "platform/serial_port.h"
+#include "platform/wide_text.h"
+
+namespace nelto {
+namespace {
+
+constexpr const char* kLineEnd = "\n\r";  // line feed first: receivers in the field rely on it
+
+constexpr std::array<std::uint32_t, 7> kNeverSent = {
+    kFuel, kDevice, kVersion, kSerialNumber, kSmokePump, kMaximumCarbonDioxide, kReferenceOxygen,
+};
+
+bool IsSent(const ChannelRecord& record, bool oil_fuel) {
+    if (IsSmokeChannel(record.view_ident)) return oil_fuel;
+    return std::ranges::find(kNeverSent, record.view_ident) == kNeverSent.end();
+}
+
+/// Each wide character as its low 8 bits, where the low bits of a letter may be a control character too. A longer text than
+/// the receivers' field is not sent at all.
+std::string LowBytes(std::wstring text) {
+    if (text.size() >= kValueTextSize) return {};
+    for (wchar_t& character : text) character = static_cast<wchar_t>(character & 0xFF);
+    std::string bytes;
+    for (const wchar_t character : OnOneLine(std::move(text))) bytes += static_cast<char>(character);
+    return bytes;
+}
+
+std::string Line(const ChannelRecord& record) {
+    std::array<wchar_t, 32> prefix{};
+    platform::FormatText(prefix, L"%08X:%03u=", record.view_ident, record.unit);
+    std::string line = LowBytes(std::wstring(platform::TextIn(prefix)));
+    if (record.value_type != kNoValue) line += LowBytes(RecordValueText(record, L'.'));
+    return line + kLineEnd;
+}
+
+}  // namespace
+
+std::string SerialOutputBlock(const ChannelTable& channels, bool oil_fuel) {
+    std::string block = std::string("NELTO") + kLineEnd;
+    for (const ChannelRecord& record : UsedRecords(channels)) {
+        if (IsSent(record, oil_fuel)) block += Line(record);
+    }
+    return block + "END" + kLineEnd;
+}
+
+void SendSerialOutput(const ProgramState& state, const ChannelTable& channels) {
+    if (state.serial_output == 0) return;
+    std::array<wchar_t, platform::kSerialPathSize> path{};
+    platform::SerialPath(state.serial_output_port, path);
+    std::uint32_t error               = 0;
+    const platform::SerialHandle port = platform::OpenSerialPort(path.data(), error);
+    if (port == platform::SerialHandle::kNone) return;
+    const std::string block = SerialOutputBlock(channels, state.oil_fuel != 0);
+    platform::WriteSerial(port, {reinterpret_cast<const std::uint8_t*>(block.data()), block.size()});
+    platform::CloseSerialPort(port);
+}
+
+}  // namespace nelto

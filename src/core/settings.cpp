@@ -1,0 +1,42 @@
+#include "core/settings.h"
+
+#include <array>
+
+#include "core/command_line.h"
+#include "platform/files.h"
+#include "platform/registry.h"
+#include "platform/text_service.h"
+#include "platform/wide_text.h"
+
+namespace nelto {
+namespace {
+
+/// The temporary directory ends in a backslash and the name begins with one: other programs look for the file by this
+/// very path, two backslashes included.
+void NameExchangeFile(std::span<wchar_t> path) {
+    std::array<wchar_t, 256> directory{};
+    platform::TempDirectory(directory);
+    platform::CopyText(path, platform::TextIn(directory));
+    platform::AppendText(path, L"\\NeltoStackWatcher.txt");
+}
+
+}  // namespace
+
+void StartProgram(ProgramState& state, std::wstring_view command_line) {
+    state.communication      = platform::RegReadDword(kCommunicationSetting, 0);
+    state.heating_check      = platform::RegReadDword(kHeatingCheckSetting, 0);
+    state.serial_output      = platform::RegReadDword(kSerialOutputSetting, 0);
+    state.serial_output_port = platform::RegReadDword(kSerialOutputPortSetting, 1);
+    state.decimal_separator  = platform::DecimalSeparator();
+    state.caller_word        = CallerWord(command_line);
+    state.fuel_choice        = FuelChoice(command_line);
+    NameExchangeFile(state.exchange_file);
+    platform::RemoveFile(state.exchange_file.data());
+}
+
+void ChangeSetting(std::atomic<std::uint32_t>& setting, const wchar_t* name, std::uint32_t number) {
+    setting = number;
+    static_cast<void>(platform::RegWriteDword(name, number));
+}
+
+}  // namespace nelto

@@ -1,0 +1,96 @@
+#include "diag/trace_log.h"
+
+#include <cstdarg>
+#include <string>
+
+#include "platform/clock.h"
+#include "platform/files.h"
+#include "platform/text_service.h"
+#include "platform/wide_text.h"
+
+namespace nelto {
+namespace {
+
+constexpr const wchar_t* kZivLogName  = L"ZIVNelto780.txt";
+constexpr const wchar_t* kBaseLogName = L"Nelto780Base.txt";
+
+using LineBuffer = std::array<wchar_t, kZivLineSize>;
+
+/// The line in the 8-bit code page, with CR LF for every line feed in it.
+std::string LineBytes(std::wstring_view line) {
+    std::string bytes;
+    for (const char character : platform::ToAnsi(line)) {
+        if (character == '\n') bytes += '\r';
+        bytes += character;
+    }
+    return bytes + "\r\n";
+}
+
+}  // namespace
+
+LogPath MakeLogPath(const wchar_t* file_name) {
+    LogPath path{};
+    platform::TempDirectory(path);
+    platform::AppendText(path, file_name);
+    return path;
+}
+
+std::uint32_t WriteTraceLine(const wchar_t* path, const wchar_t* text) {
+    if (path == nullptr) return 0;
+    const platform::CalendarTime now = platform::LocalTime();
+    std::array<wchar_t, 64> stamp{};
+    platform::FormatText(stamp, L"%02u.%02u.%04u %02u:%02u:%02u ", now.day, now.month, now.year, now.hour, now.minute,
+                         now.second);
+    return platform::AppendToFile(path, LineBytes(std::wstring(platform::TextIn(stamp)) + text));
+}
+
+void StartTraceFile(const wchar_t* path) {
+    platform::RemoveFile(path);
+    WriteTraceLine(path, kStartLine);
+}
+
+void ZivLog(const wchar_t* text) {
+    static_cast<void>(platform::AppendToFile(MakeLogPath(kZivLogName).data(), LineBytes(text)));
+    platform::DebugOutput(text);
+}
+
+void ZivLogF(const wchar_t* format, ...) {
+    LineBuffer line{};
+    std::va_list arguments;
+    va_start(arguments, format);
+    platform::FormatTextV(line, format, arguments);
+    va_end(arguments);
+    ZivLog(line.data());
+}
+
+void ZivLogBytes(const wchar_t* heading, std::span<const std::uint8_t> bytes) {
+    constexpr const wchar_t* kHexDigits = L"0123456789ABCDEF";
+    std::wstring line(heading);
+    for (const std::uint8_t byte : bytes) {
+        line += kHexDigits[byte >> 4];
+        line += kHexDigits[byte & 0x0F];
+        line += L' ';
+    }
+    ZivLog(line.c_str());
+}
+
+void BaseLog::Start() {
+    path_    = MakeLogPath(kBaseLogName);
+    started_ = true;
+    StartTraceFile(path_.data());
+}
+
+void BaseLog::Write(const wchar_t* text) const {
+    if (started_) WriteTraceLine(path_.data(), text);
+}
+
+void BaseLog::WriteF(const wchar_t* format, ...) const {
+    LineBuffer line{};
+    std::va_list arguments;
+    va_start(arguments, format);
+    platform::FormatTextV(line, format, arguments);
+    va_end(arguments);
+    Write(line.data());
+}
+
+}  // namespace nelto

@@ -1,0 +1,50 @@
+// The trace logs: text files in the temporary directory in which service staff read what happened between the program and
+// the analyser. Every line opens, writes and closes its file; a line that cannot be written is dropped. Any thread.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+namespace nelto {
+
+constexpr std::size_t kLogPathSize  = 512;  // wide characters, NUL included
+constexpr std::size_t kZivLineSize  = 512;
+constexpr const wchar_t* kStartLine = L"=== Start ===";
+
+using LogPath = std::array<wchar_t, kLogPathSize>;
+
+/// Temporary directory and file name, cut at the size of a log path.
+[[nodiscard]] LogPath MakeLogPath(const wchar_t* file_name);
+
+/// Appends one line with date and time. Returns 0, or the system's error number when the file cannot be opened. A null path
+/// writes nothing and returns 0.
+std::uint32_t WriteTraceLine(const wchar_t* path, const wchar_t* text);
+
+/// Deletes the file and writes the start line to it.
+void StartTraceFile(const wchar_t* path);
+
+/// Appends the text to the ZIV log, without date and time, and echoes it to the debugger. The log is never emptied.
+void ZivLog(const wchar_t* text);
+
+/// ZivLog of a formatted text of at most 511 characters, cut there. Wide texts go in with %ls.
+void ZivLogF(const wchar_t* format, ...);
+
+/// ZivLog of "SEND: " or "RECV: " and the bytes as hex; whole, however long.
+void ZivLogBytes(const wchar_t* heading, std::span<const std::uint8_t> bytes);
+
+/// The base log of one instrument connection, started anew with each.
+class BaseLog {
+public:
+    /// Names the file and starts it.
+    void Start();
+    void Write(const wchar_t* text) const;
+    /// Writes a formatted text, cut at 511 characters. Wide texts go in with %ls.
+    void WriteF(const wchar_t* format, ...) const;
+
+private:
+    LogPath path_{};
+    bool started_ = false;
+};
+
+}  // namespace nelto

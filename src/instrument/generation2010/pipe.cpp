@@ -1,0 +1,18 @@
+#include "instrument/generation2010/library_functions.h"
+#include "instrument/opening.h"
+
+namespace nelto {
+
+void SwitchToPipe(InstrumentConnection& connection) {
+    constexpr std::uint32_t kOn = 1;
+
+    CallLibrary(library::kStartLogging, kOn);
+    library::Handle pipe = 0;
+    CallLibrary(library::kOpenBluetoothFromPipe, static_cast<library::Handle>(connection.link.serial_port), &pipe);
+    // A port that the pipe works on is the library's: it stays open here, also when the connection is closed.
+    if (pipe == 0) platform::CloseSerialPort(connection.link.serial_port);
+    connection.link.serial_port = platform::SerialHandle::kNone;
+    connection.library_handle   = pipe;
+}
+
+}  // namespace nelto

@@ -1,0 +1,51 @@
+#include "instrument/link.h"
+
+#include <utility>
+
+#include "core/program_state.h"
+#include "diag/trace_log.h"
+#include "transport/irda_transport.h"
+#include "transport/serial_transport.h"
+
+namespace nelto {
+namespace {
+
+/// Result of a link that has no handle of its transport; the transports' own codes have the same meaning for it.
+constexpr std::uint32_t kLinkNotOpen = 2;
+
+void CloseSerial(Link& link) {
+    if (link.serial_port == platform::SerialHandle::kNone) return;
+    platform::CloseSerialPort(link.serial_port);
+    link.serial_port = platform::SerialHandle::kNone;
+    ZivLog(L"Serial port closed");
+}
+
+}  // namespace
+
+Transport TransportOf(std::uint32_t communication) {
+    if (communication == kUsb) return Transport::kUsb;
+    if (communication == kIrda) return Transport::kIrda;
+    return Transport::kSerial;
+}
+
+std::uint32_t LinkTransceive(const Link& link, std::span<const std::uint8_t> request, std::span<std::uint8_t> reply,
+                             std::size_t& received, std::uint32_t timeout_ms) {
+    received = 0;
+    switch (link.transport) {
+        case Transport::kSerial:
+            return SerialTransceive(link.serial_port, request, reply, received, timeout_ms, link.stop_request);
+        case Transport::kUsb:
+            if (link.usb_link != nullptr) link.usb_link->stop_request = link.stop_request;
+            return NeltoUSBTransceive(link.usb_link, request, reply, received, timeout_ms);
+        case Transport::kIrda: return IrdaTransceive(request, reply, received);
+    }
+    return kLinkNotOpen;
+}
+
+void CloseLink(Link& link) {
+    if (link.transport == Transport::kSerial) CloseSerial(link);
+    if (link.transport == Transport::kUsb) NeltoUSBClose(std::exchange(link.usb_link, nullptr));
+    if (link.transport == Transport::kIrda) CloseIrda();
+}
+
+}  // namespace nelto

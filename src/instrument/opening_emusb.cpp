@@ -1,0 +1,119 @@
+#include <array>
+
+#include "instrument/generation2010/device_call.h"
+#include "instrument/opening.h"
+
+namespace nelto {
+namespace {
+
+constexpr std::uint32_t kOn            = 1;
+constexpr std::uint32_t kFirstDevice   = 0;
+constexpr std::uint32_t kIdent745Basic = 746;
+
+/// The USB products under which a 780 of firmware 2010 appears.
+constexpr std::array<std::uint32_t, 2> kProductsOf780 = {20, 4116};
+
+struct ProductRow {
+    std::uint32_t product;
+    std::uint32_t kind;
+    const wchar_t* log_line;
+};
+
+/// The other products, in the order in which they are looked for.
+constexpr std::array kProducts = {
+    ProductRow{37, kKind745, L"nelto 745 found"},
+    ProductRow{15, kKind760, L"nelto 760 found"},
+    ProductRow{36, kKind752, L"nelto 752 found"},
+    ProductRow{49, kKind711, L"nelto 710 version 2018 found"},
+};
+
+struct StepFailure {
+    const wchar_t* log_line;  // null for none
+    const char* last_error;
+};
+
+struct OpenFailures {
+    StepFailure serial_number;
+    StepFailure open;
+};
+
+constexpr OpenFailures kFailuresOf780 = {
+    .serial_number = {L"[1] Instrument nelto 780 (2010): GetSerialNumber failed",
+                      "get serial number from USB Segger (nelto780) failed"},
+    .open          = {L"Instrument nelto 780 (2010): OpenBySerialNumber failed",
+                      "open by serial number Segger USB to nelto 780 failed"},
+};
+
+constexpr OpenFailures kFailures = {
+    .serial_number = {nullptr, "get USB serial number failed (Segger USB)"},
+    .open          = {nullptr, "open by serial number Segger USB failed"},
+};
+
+/// Whatever the library returns, only the number that it sets counts.
+std::uint32_t DeviceCount(std::uint32_t product) {
+    std::uint32_t count = 0;
+    CallLibrary(library::kGetNumberOfDevices, product, &count);
+    return count;
+}
+
+bool Failed(const InstrumentConnection& connection, ProgramState& state, const StepFailure& failure) {
+    if (failure.log_line != nullptr) connection.log.Write(failure.log_line);
+    state.last_error = failure.last_error;
+    return false;
+}
+
+/// Opens the one device of the product that was counted last.
+bool OpenCountedDevice(InstrumentConnection& connection, ProgramState& state, const OpenFailures& failures) {
+    LibraryText<kUsbSerialCapacity> serial_number{};  // handed on as it came
+    if (CallLibrary(library::kGetUsbSerialNumber, kFirstDevice, serial_number.data(), kUsbSerialCapacity) != 0) {
+        return Failed(connection, state, failures.serial_number);
+    }
+    library::Handle device = 0;
+    if (CallLibrary(library::kOpenBySerialNumber, serial_number.data(), &device) != 0) {
+        return Failed(connection, state, failures.open);
+    }
+    connection.library_handle = device;
+    return true;
+}
+
+bool Open780(InstrumentConnection& connection, ProgramState& state, std::uint32_t product) {
+    connection.log.Write(L"Instrument nelto 780 (2010): Try to open via USB");
+    connection.kind = kKind781;
+    CallLibrary(library::kStartLogging, kOn);
+    DeviceCount(product);  // the serial number is that of the product counted last
+    if (!OpenCountedDevice(connection, state, kFailuresOf780)) return false;
+    connection.log.Write(L"Instrument nelto 780 (2010) opened (via USB)");
+    return true;
+}
+
+bool FindProduct(InstrumentConnection& connection) {
+    for (const ProductRow& row : kProducts) {
+        if (DeviceCount(row.product) != 1) continue;
+        connection.log.Write(row.log_line);
+        connection.kind = row.kind;
+        return true;
+    }
+    return false;
+}
+
+bool OpenProduct(InstrumentConnection& connection, ProgramState& state) {
+    CallLibrary(library::kStartLogging, kOn);
+    if (!OpenCountedDevice(connection, state, kFailures)) return false;
+    std::uint32_t ident = 0;
+    CallDevice(connection, library::kGetIdent, &ident);
+    connection.log.WriteF(L"nelto 745 or nelto 760 with ident %u opened via USB", ident);
+    if (ident == kIdent745Basic) connection.kind = kKind746;
+    return true;
+}
+
+}  // namespace
+
+bool OpenOverEmUsb(InstrumentConnection& connection, ProgramState& state) {
+    const std::array<std::uint64_t, 2> counts = {DeviceCount(kProductsOf780[0]), DeviceCount(kProductsOf780[1])};
+    if (counts[0] + counts[1] == 1) return Open780(connection, state, kProductsOf780[counts[0] != 0 ? 0 : 1]);
+    if (FindProduct(connection)) return OpenProduct(connection, state);
+    return OpeningFailed(connection, state, L"no nelto fluegas instrument (nelto 745/780) found at USB",
+                         "no supported nelto analyzer found at USB");
+}
+
+}  // namespace nelto

@@ -1,0 +1,24 @@
+// Libraries that are looked for at run time.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace nelto::platform {
+
+enum class LibraryHandle : std::uintptr_t { kNone = 0 };
+
+/// Loads a library by bare name in the system's normal search order; kNone when there is none.
+[[nodiscard]] LibraryHandle LoadLibraryByName(const wchar_t* name);
+
+/// The same for a library that then stays for the rest of the process: while it is there, further calls give it again without
+/// another load, so that no count grows. Not to be unloaded.
+[[nodiscard]] LibraryHandle LoadLibraryToStay(const wchar_t* name);
+
+/// Address of an exported function, or null. The caller casts it to the function's true type.
+[[nodiscard]] void* FindFunction(LibraryHandle library, const char* name);
+
+void UnloadLibrary(LibraryHandle library);
+
+}  // namespace nelto::platform

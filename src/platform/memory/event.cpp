@@ -1,0 +1,69 @@
+#include "platform/event.h"
+
+#include <cstdlib>
+#include <limits>
+#include <map>
+#include <utility>
+
+#include "platform/clock.h"
+#include "platform/memory/memory_event.h"
+
+namespace nelto::platform {
+namespace {
+
+struct Events {
+    std::map<std::uintptr_t, bool> signalled;  // by handle; handles are never given out twice
+    std::uintptr_t last_handle = 0;
+    std::size_t creations_left = std::numeric_limits<std::size_t>::max();
+};
+
+Events& State() {
+    static Events events;
+    return events;
+}
+
+bool TakeSignal(EventHandle event) {
+    const auto found = State().signalled.find(static_cast<std::uintptr_t>(event));
+    if (found == State().signalled.end()) std::abort();  // a wait for an event that is closed
+    return std::exchange(found->second, false);
+}
+
+}  // namespace
+
+EventHandle CreateAutoResetEvent() {
+    if (State().creations_left == 0) return EventHandle::kNone;
+    --State().creations_left;
+    State().signalled[++State().last_handle] = false;
+    return static_cast<EventHandle>(State().last_handle);
+}
+
+bool WaitForEvent(EventHandle event, std::uint32_t timeout_ms) {
+    for (std::uint32_t waited = 0;; ++waited) {
+        if (TakeSignal(event)) return true;
+        if (waited == timeout_ms) return false;
+        SleepMilliseconds(1);
+    }
+}
+
+void* NativeHandle(EventHandle event) { return reinterpret_cast<void*>(static_cast<std::uintptr_t>(event)); }
+
+void CloseEvent(EventHandle event) {
+    if (event == EventHandle::kNone) return;
+    if (State().signalled.erase(static_cast<std::uintptr_t>(event)) == 0) std::abort();  // closed twice
+}
+
+namespace memory {
+
+void SignalEvent(void* native_handle) {
+    const auto found = State().signalled.find(reinterpret_cast<std::uintptr_t>(native_handle));
+    if (found != State().signalled.end()) found->second = true;
+}
+
+void FailEventsAfter(std::size_t count) { State().creations_left = count; }
+
+std::size_t OpenEvents() { return State().signalled.size(); }
+
+void ResetEvents() { State() = Events{}; }
+
+}  // namespace memory
+}  // namespace nelto::platform

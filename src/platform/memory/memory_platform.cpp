@@ -1,0 +1,147 @@
+#include "platform/memory/memory_platform.h"
+
+#include <sched.h>
+
+#include <memory>
+
+#include "platform/files.h"
+#include "platform/lock.h"
+#include "platform/registry.h"
+#include "platform/text_service.h"
+#include "platform/wide_text.h"
+
+namespace nelto::platform {
+namespace memory {
+namespace {
+
+std::unique_ptr<World>& Holder() {
+    static auto world = std::make_unique<World>();
+    return world;
+}
+
+}  // namespace
+
+World& TheWorld() { return *Holder(); }
+
+void ResetWorld() { Holder() = std::make_unique<World>(); }
+
+}  // namespace memory
+
+using memory::TheWorld;
+
+namespace {
+
+constexpr std::uint32_t kAccessDenied = 5;
+constexpr std::uint32_t kFileNotFound = 2;
+
+memory::SerialPortState* ToPort(SerialHandle port) { return reinterpret_cast<memory::SerialPortState*>(port); }
+
+}  // namespace
+
+std::size_t TempDirectory(std::span<wchar_t> directory) {
+    if (TheWorld().temp_directory.size() >= directory.size()) {
+        CopyText(directory, L"");
+        return 0;
+    }
+    return CopyText(directory, TheWorld().temp_directory);
+}
+
+void RemoveFile(const wchar_t* path) { TheWorld().files.erase(path); }
+
+std::uint32_t AppendToFile(const wchar_t* path, std::string_view bytes) {
+    if (TheWorld().unwritable_files.contains(path)) return kAccessDenied;
+    TheWorld().files[path] += bytes;
+    return 0;
+}
+
+std::uint32_t WriteWholeFile(const wchar_t* path, std::string_view bytes) {
+    if (TheWorld().unwritable_files.contains(path)) return kAccessDenied;
+    TheWorld().files[path] = bytes;
+    return 0;
+}
+
+FileHandle OpenEmptiedFile(const wchar_t* path) {
+    if (WriteWholeFile(path, {}) != 0) return FileHandle::kNone;
+    return static_cast<FileHandle>(reinterpret_cast<std::uintptr_t>(&TheWorld().files[path]));
+}
+
+void WriteToFile(FileHandle file, std::string_view bytes) { *reinterpret_cast<std::string*>(file) += bytes; }
+
+void CloseFile(FileHandle) {}
+
+std::uint32_t TickMilliseconds() { return TheWorld().now; }
+
+void SleepMilliseconds(std::uint32_t milliseconds) {
+    TheWorld().now += milliseconds;
+    if (TheWorld().on_wait) TheWorld().on_wait();
+}
+
+CalendarTime LocalTime() { return TheWorld().calendar; }
+
+void ShortLock::GiveWay() { sched_yield(); }
+
+void DebugOutput(const wchar_t* text) { TheWorld().debug_lines.emplace_back(text); }
+
+std::string ToAnsi(std::wstring_view text) {
+    std::string bytes;
+    for (const wchar_t character : text) bytes += character < 0x100 ? static_cast<char>(character) : '?';
+    return bytes;
+}
+
+std::size_t LoadText(std::uint32_t id, std::span<wchar_t> text) {
+    const auto found = TheWorld().texts.find(id);
+    return CopyText(text, found == TheWorld().texts.end() ? std::wstring_view() : std::wstring_view(found->second));
+}
+
+wchar_t DecimalSeparator() { return TheWorld().decimal_separator; }
+
+void UserLocaleTag(std::span<wchar_t> tag) { CopyText(tag, TheWorld().locale_tag); }
+
+std::uint32_t RegReadDword(const wchar_t* name, std::uint32_t fallback) {
+    const auto found = TheWorld().registry.find(name);
+    return found == TheWorld().registry.end() ? fallback : found->second;
+}
+
+std::uint32_t RegWriteDword(const wchar_t* name, std::uint32_t number) {
+    if (!TheWorld().registry_writable) return 1;
+    TheWorld().registry[name] = number;
+    return 0;
+}
+
+SerialHandle OpenSerialPort(const wchar_t* path, std::uint32_t& error) {
+    const auto found = TheWorld().serial_ports.find(path);
+    error            = found == TheWorld().serial_ports.end() ? kFileNotFound : found->second.open_error;
+    if (error == 0 && found->second.open_handles != 0) error = kAccessDenied;
+    if (error != 0) return SerialHandle::kNone;
+    memory::SerialPortState& port = found->second;
+    ++port.open_handles;
+    ++port.times_opened;
+    if (port.device != nullptr) port.device->Opened();
+    return static_cast<SerialHandle>(reinterpret_cast<std::uintptr_t>(&port));
+}
+
+bool SetImmediateReads(SerialHandle port) { return !ToPort(port)->immediate_reads_fail; }
+
+LineResult SetLine(SerialHandle port, std::uint32_t baud_rate) {
+    if (ToPort(port)->get_state_fails) return LineResult::kGetStateFailed;
+    if (ToPort(port)->set_state_fails) return LineResult::kSetStateFailed;
+    ToPort(port)->baud_rate = baud_rate;
+    return LineResult::kOk;
+}
+
+std::size_t WriteSerial(SerialHandle port, std::span<const std::uint8_t> bytes) {
+    memory::SerialDevice* device = ToPort(port)->device;
+    return device != nullptr ? device->Write(bytes) : 0;
+}
+
+std::size_t ReadSerial(SerialHandle port, std::span<std::uint8_t> bytes) {
+    memory::SerialDevice* device = ToPort(port)->device;
+    return device != nullptr ? device->Read(bytes) : 0;
+}
+
+void CloseSerialPort(SerialHandle port) {
+    --ToPort(port)->open_handles;
+    if (ToPort(port)->device != nullptr) ToPort(port)->device->Closed();
+}
+
+}  // namespace nelto::platform

@@ -1,0 +1,73 @@
+// The in-memory platform: the same services without an operating system, for tests, fuzzers and measurements on any machine.
+// Time stands still except in waits. One world, reset by each test; use from one thread unless said otherwise.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <set>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/clock.h"
+#include "platform/serial_port.h"
+
+namespace nelto::platform::memory {
+
+/// The far end of a COM port.
+class SerialDevice {
+public:
+    virtual ~SerialDevice()                      = default;
+    SerialDevice()                               = default;
+    SerialDevice(const SerialDevice&)            = delete;
+    SerialDevice& operator=(const SerialDevice&) = delete;
+
+    /// Takes what the program writes; returns how many bytes were taken.
+    virtual std::size_t Write(std::span<const std::uint8_t> bytes) = 0;
+    /// Gives what has arrived by now; returns how many bytes.
+    virtual std::size_t Read(std::span<std::uint8_t> bytes) = 0;
+    /// Called when the program opens or closes the port.
+    virtual void Opened() {}
+    virtual void Closed() {}
+};
+
+struct SerialPortState {
+    SerialDevice* device       = nullptr;
+    std::uint32_t open_error   = 0;  // error number that opening fails with
+    bool immediate_reads_fail  = false;
+    bool get_state_fails       = false;
+    bool set_state_fails       = false;
+    std::uint32_t baud_rate    = 0;  // as set by the program
+    std::uint32_t open_handles = 0;
+    std::uint32_t times_opened = 0;
+};
+
+struct World {
+    std::uint32_t now     = 1000;  // tick count
+    CalendarTime calendar = {.year = 2011, .month = 3, .day = 7, .hour = 14, .minute = 5, .second = 9};
+    /// Called after each wait, with the new time in place.
+    std::function<void()> on_wait;
+
+    std::wstring temp_directory = L"C:\\Temp\\";
+    std::map<std::wstring, std::string> files;
+    std::set<std::wstring> unwritable_files;
+
+    std::vector<std::wstring> debug_lines;
+    std::map<std::uint32_t, std::wstring> texts;  // string table
+    wchar_t decimal_separator = L'.';
+    std::wstring locale_tag   = L"de-DE";
+
+    std::map<std::wstring, std::uint32_t> registry;
+    bool registry_writable = true;
+
+    std::map<std::wstring, SerialPortState> serial_ports;  // by device path
+};
+
+[[nodiscard]] World& TheWorld();
+
+/// Puts a fresh world in place.
+void ResetWorld();
+
+}  // namespace nelto::platform::memory

@@ -1,0 +1,77 @@
+#include "transport/d2xx.h"
+
+#include <utility>
+
+#include "platform/file_version.h"
+#include "platform/wide_text.h"
+
+namespace nelto::d2xx {
+namespace {
+
+constexpr const wchar_t* kLibraryName        = L"FTD2XX.DLL";
+constexpr std::size_t kVersionSize           = 512;
+constexpr std::uint32_t kFirstWithDeviceInfo = 3;  // major version
+
+template <typename Function>
+bool Find(platform::LibraryHandle library, const char* name, Function& function) {
+    function = reinterpret_cast<Function>(platform::FindFunction(library, name));
+    return function != nullptr;
+}
+
+bool ReadIdentification(Identification& identification) {
+    std::array<wchar_t, kVersionSize> version{};
+    if (!platform::SystemFileVersion(kLibraryName, version)) return false;
+    const std::uint32_t major = LeadingNumber(platform::TextIn(version));
+    identification            = major < kFirstWithDeviceInfo ? Identification::kEeprom : Identification::kDeviceInfo;
+    return true;
+}
+
+bool FindDeviceFunctions(platform::LibraryHandle library, Purpose purpose, DeviceFunctions& functions) {
+    // Early libraries do not have this one; whoever needs it looks whether it is there.
+    static_cast<void>(Find(library, "FT_GetDeviceInfo", functions.get_device_info));
+    const bool can_set_up = Find(library, "FT_SetBaudRate", functions.set_baud_rate) || purpose == Purpose::kList;
+    return Find(library, "FT_ListDevices", functions.list_devices) && Find(library, "FT_OpenEx", functions.open_ex) &&
+           Find(library, "FT_Close", functions.close) && Find(library, "FT_EE_Read", functions.read_eeprom) &&
+           can_set_up;
+}
+
+}  // namespace
+
+Library& Library::operator=(Library&& other) noexcept {
+    Unload();
+    handle_ = other.Release();
+    return *this;
+}
+
+void Library::Unload() {
+    if (IsLoaded()) platform::UnloadLibrary(Release());
+}
+
+platform::LibraryHandle Library::Release() { return std::exchange(handle_, platform::LibraryHandle::kNone); }
+
+bool Load(Purpose purpose, Library& library, Identification& identification, DeviceFunctions& functions) {
+    library = Library(platform::LoadLibraryByName(kLibraryName));
+    if (!library.IsLoaded()) return false;
+    if (!ReadIdentification(identification)) {
+        // Deliberately left loaded: a library whose version cannot be read is never unloaded.
+        static_cast<void>(library.Release());
+        return false;
+    }
+    if (FindDeviceFunctions(library.Handle(), purpose, functions)) return true;
+    library.Unload();
+    return false;
+}
+
+bool FindLinkFunctions(platform::LibraryHandle library, LinkFunctions& functions) {
+    return Find(library, "FT_Write", functions.write) &&
+           Find(library, "FT_SetEventNotification", functions.set_event_notification) &&
+           Find(library, "FT_GetQueueStatus", functions.get_queue_status) && Find(library, "FT_Read", functions.read);
+}
+
+Close FindClose(platform::LibraryHandle library) {
+    Close close = nullptr;
+    static_cast<void>(Find(library, "FT_Close", close));
+    return close;
+}
+
+}  // namespace nelto::d2xx

@@ -1,0 +1,80 @@
+// The five functions for other programs. They are exported from NeltoUSB.dll and from the program itself.
+#define NELTO_USB_EXPORTS
+#include "NeltoUSB.h"
+
+#include <span>
+
+#include "transport/usb_link.h"
+
+namespace {
+
+static_assert(nelto::IsUsbDeviceType(NELTO_USB_TYPE_2) && nelto::IsUsbDeviceType(NELTO_USB_TYPE_9) &&
+              nelto::IsUsbDeviceType(NELTO_USB_TYPE_16));
+
+// The published result codes and those of the link are the same ones.
+constexpr bool Same(NeltoUSBResult published, std::uint32_t own) {
+    return static_cast<std::uint32_t>(published) == own;
+}
+static_assert(Same(NELTO_USB_OK, nelto::kUsbOk));
+static_assert(Same(NELTO_USB_WRONG_DEVICE_TYPE, nelto::kUsbWrongDeviceType));
+static_assert(Same(NELTO_USB_NOT_AVAILABLE, nelto::kUsbNotAvailable));
+static_assert(Same(NELTO_USB_DRIVER_FAILED, nelto::kUsbDriverFailed));
+static_assert(Same(NELTO_USB_NO_HANDLE, nelto::kUsbNoHandle));
+static_assert(Same(NELTO_USB_NO_DEVICE, nelto::kUsbNoDevice));
+static_assert(Same(NELTO_USB_TIMEOUT, nelto::kUsbTimeout));
+static_assert(Same(NELTO_USB_WRONG_START, nelto::kUsbWrongStart));
+static_assert(Same(NELTO_USB_PROTOCOL_FAULT, nelto::kUsbProtocolFault));
+static_assert(Same(NELTO_USB_REPLY_TOO_LONG, nelto::kUsbReplyTooLong));
+static_assert(Same(NELTO_USB_COUNT_FAILED, nelto::kUsbStepCount));
+static_assert(Same(NELTO_USB_SERIAL_FAILED, nelto::kUsbStepSerial));
+static_assert(Same(NELTO_USB_OPEN_FAILED, nelto::kUsbStepOpen));
+static_assert(Same(NELTO_USB_EEPROM_FAILED, nelto::kUsbStepEeprom));
+static_assert(Same(NELTO_USB_DEVICE_INFO_FAILED, nelto::kUsbStepDeviceInfo));
+
+/// Array and length of a caller; a null array has no elements.
+template <typename Element>
+std::span<Element> Room(Element* elements, std::uint32_t count) {
+    return {elements, elements == nullptr ? 0 : count};
+}
+
+void Report(std::uint32_t* out, std::size_t value) {
+    if (out != nullptr) *out = static_cast<std::uint32_t>(value);
+}
+
+nelto::UsbLink* LinkOf(NeltoUSBHandle handle) { return reinterpret_cast<nelto::UsbLink*>(handle); }
+
+}  // namespace
+
+std::uint32_t NeltoUSBGetDevices(std::uint32_t deviceType, std::uint32_t* serials, std::uint32_t capacity,
+                                 std::uint32_t* count) {
+    Report(count, 0);
+    std::uint32_t stored       = 0;
+    const std::uint32_t result = nelto::NeltoUSBGetDevices(deviceType, Room(serials, capacity), stored);
+    Report(count, stored);
+    return result;
+}
+
+std::uint32_t NeltoUSBOpen(std::uint32_t deviceType, std::uint32_t serialNumber, NeltoUSBHandle* handle) {
+    if (handle == nullptr) return nelto::kUsbNoHandle;
+    nelto::UsbLink* link       = nullptr;
+    const std::uint32_t result = nelto::NeltoUSBOpen(deviceType, serialNumber, link);
+    *handle                    = reinterpret_cast<NeltoUSBHandle>(link);
+    return result;
+}
+
+std::uint32_t NeltoUSBTransceive(NeltoUSBHandle handle, const std::uint8_t* request, std::uint32_t requestLength,
+                                 std::uint8_t* reply, std::uint32_t replyCapacity, std::uint32_t* replyLength,
+                                 std::uint32_t timeoutMs) {
+    Report(replyLength, 0);
+    std::size_t received       = 0;
+    const std::uint32_t result = nelto::NeltoUSBTransceive(LinkOf(handle), Room(request, requestLength),
+                                                           Room(reply, replyCapacity), received, timeoutMs);
+    Report(replyLength, received);
+    return result;
+}
+
+std::uint32_t NeltoUSBClose(NeltoUSBHandle handle) { return nelto::NeltoUSBClose(LinkOf(handle)); }
+
+std::uint32_t NeltoUSBSetTimeout(NeltoUSBHandle handle, std::uint32_t timeoutMs) {
+    return nelto::NeltoUSBSetTimeout(LinkOf(handle), timeoutMs);
+}

@@ -1,0 +1,49 @@
+#include "ui/help.h"
+
+#include <shellapi.h>
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+#include "platform/wide_text.h"
+#include "ui/resource.h"
+#include "ui/window_text.h"
+
+namespace nelto::ui {
+namespace {
+
+using Path = std::array<wchar_t, MAX_PATH>;
+
+Path HelpPath() {
+    Path program{};
+    GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size()));
+    const std::wstring_view whole = platform::TextIn(program);
+    Path path{};
+    platform::CopyText(path, whole.substr(0, whole.rfind(L'\\')));
+    platform::AppendText(path, L"\\");
+    platform::AppendText(path, StringText(IDS_HELP_FILE));
+    return path;
+}
+
+/// Puts the path in the place of the text's "%s".
+std::wstring NotFoundText(std::wstring_view path) {
+    constexpr std::wstring_view kPlace = L"%s";
+    std::wstring text                  = StringText(IDS_HELP_NOT_FOUND);
+    const std::size_t at               = text.find(kPlace);
+    if (at != std::wstring::npos) text.replace(at, kPlace.size(), path);
+    return text;
+}
+
+}  // namespace
+
+void OpenHelp(HWND dialog) {
+    constexpr INT_PTR kHighestError = 32;
+    const Path path                 = HelpPath();
+    const HINSTANCE result          = ShellExecuteW(dialog, L"open", path.data(), nullptr, nullptr, SW_SHOWNORMAL);
+    if (reinterpret_cast<INT_PTR>(result) > kHighestError) return;
+    MessageBoxW(dialog, NotFoundText(platform::TextIn(path)).c_str(), StringText(IDS_ERROR_CAPTION).c_str(),
+                MB_OK | MB_ICONERROR);
+}
+
+}  // namespace nelto::ui

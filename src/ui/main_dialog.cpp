@@ -1,0 +1,245 @@
+#include "ui/main_dialog.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+#include "core/dialog_view.h"
+#include "core/exchange_file.h"
+#include "core/manual_values.h"
+#include "core/serial_output.h"
+#include "diag/trace_log.h"
+#include "platform/wide_text.h"
+#include "ui/help.h"
+#include "ui/manual_fields.h"
+#include "ui/pictures.h"
+#include "ui/resource.h"
+#include "ui/settings_dialog.h"
+#include "ui/status_text.h"
+#include "ui/up_down.h"
+#include "ui/value_list.h"
+#include "ui/window_text.h"
+#include "ui/worker_thread.h"
+
+namespace nelto::ui {
+namespace {
+
+constexpr UINT_PTR kRefreshTimer = 1;
+constexpr UINT kRefreshPeriod    = 1000;  // milliseconds
+constexpr int kBusyLooks         = 5;     // looks at busy tables in one refresh
+constexpr DWORD kBusyWait        = 10;    // milliseconds between two of them
+constexpr int kAccepted          = 1;
+constexpr int kCancelled         = 2;
+constexpr UINT kScalingChanged   = WM_APP;
+
+constexpr const wchar_t* kProtocolName = L"NeltoStackWatcherProtocol.txt";
+
+constexpr std::array kTexts = {
+    ControlTextRow{IDC_DEVICE_GROUP, IDS_DEVICE},
+    ControlTextRow{IDC_COMMUNICATION_GROUP, IDS_COMMUNICATION},
+    ControlTextRow{IDC_VALUES_GROUP, IDS_VALUES},
+    ControlTextRow{IDC_MANUAL_GROUP, IDS_MANUAL_VALUES},
+    ControlTextRow{IDC_SETTINGS, IDS_SETTINGS},
+    ControlTextRow{IDC_HELP_FILE, IDS_HELP},
+    ControlTextRow{IDC_OK, IDS_OK},
+    ControlTextRow{IDC_CANCEL, IDS_CANCEL},
+    ControlTextRow{IDC_STATUS, IDS_SEARCHING},
+    ControlTextRow{IDC_SMOKE1_LABEL, IDS_SMOKE1},
+    ControlTextRow{IDC_SMOKE2_LABEL, IDS_SMOKE2},
+    ControlTextRow{IDC_SMOKE3_LABEL, IDS_SMOKE3},
+    ControlTextRow{IDC_OIL_LABEL, IDS_OIL_DERIVATIVE},
+    ControlTextRow{IDC_HEAT_LABEL, IDS_HEAT_TEMPERATURE},
+    ControlTextRow{IDC_HEAT_UNIT, IDS_CELSIUS},
+};
+
+class MainDialog {
+public:
+    MainDialog(HINSTANCE instance, ProgramState& state, OpenInstrument open)
+        : instance_(instance), state_(state), worker_(state, open) {}
+
+    void Initialise(HWND dialog);
+    void Paint() const;
+    void Refresh();
+    bool ReadPatiently(Measurement& measurement) const;
+    bool HandleCommand(int command);
+    void FitScaling() const;
+
+private:
+    void SetIcon(WPARAM kind, int width_metric, int height_metric) const;
+    void ShowStatus(const StatusView& view) const;
+    void ShowOk(OkChange change) const;
+    void FillTypedFieldsOnce(Measurement& measurement);
+    [[nodiscard]] bool TakeOverOilAnswer(Measurement& measurement, OilDerivativeEntry answer) const;
+    void RunSettings();
+    [[nodiscard]] Measurement StopAndStoreTyped();
+    void Accept();
+    void Cancel();
+    [[nodiscard]] HWND ValueList() const { return GetDlgItem(dialog_, IDC_VALUES); }
+
+    HINSTANCE instance_;
+    ProgramState& state_;
+    WorkerThread worker_;
+    HWND dialog_ = nullptr;
+    UpDownTable up_downs_;
+    LogPath protocol_path_{};
+    std::uint32_t shown_status_ = kNeverShown;
+    bool typed_fields_filled_   = false;
+};
+
+void MainDialog::Initialise(HWND dialog) {
+    dialog_        = dialog;
+    protocol_path_ = MakeLogPath(kProtocolName);
+    StartTraceFile(protocol_path_.data());
+    SetIcon(ICON_BIG, SM_CXICON, SM_CYICON);
+    SetIcon(ICON_SMALL, SM_CXSMICON, SM_CYSMICON);
+    SetControlTexts(dialog_, kTexts);
+    PrepareManualFields(dialog_, up_downs_, state_.decimal_separator);
+    PrepareValueList(ValueList());
+    worker_.Start();
+    SetTimer(dialog_, kRefreshTimer, kRefreshPeriod, nullptr);
+}
+
+void MainDialog::SetIcon(WPARAM kind, int width_metric, int height_metric) const {
+    const HANDLE icon = LoadImageW(instance_, MAKEINTRESOURCEW(IDI_PROGRAM), IMAGE_ICON, GetSystemMetrics(width_metric),
+                                   GetSystemMetrics(height_metric), LR_SHARED);
+    SendMessageW(dialog_, WM_SETICON, kind, reinterpret_cast<LPARAM>(icon));
+}
+
+void MainDialog::Paint() const {
+    PAINTSTRUCT paint{};
+    const HDC screen           = BeginPaint(dialog_, &paint);
+    const std::uint32_t status = state_.status;
+    DrawPicture(dialog_, screen, IDC_LARGE_PICTURE, LargePicture(status, state_.instrument_kind));
+    DrawPicture(dialog_, screen, IDC_SMALL_PICTURE, SmallPicture(status));
+    EndPaint(dialog_, &paint);
+}
+
+void MainDialog::Refresh() {
+    const std::uint32_t status = state_.status;
+    const StatusView view      = ViewStatus(status, shown_status_, IsControlEnabled(dialog_, IDC_OK));
+    shown_status_              = status;
+    ShowStatus(view);
+    if (!view.lists_values) {
+        EmptyValueList(ValueList());
+        return;
+    }
+    Measurement measurement;
+    if (!ReadPatiently(measurement)) return;
+    ShowValueRows(ValueList(), ListRows(measurement.tables, state_.oil_fuel != 0, state_.decimal_separator));
+    if (view.values_arrive) FillTypedFieldsOnce(measurement);
+    SendSerialOutput(state_, measurement.tables.channels);
+}
+
+/// False while the worker keeps the tables busy: then the next refresh tries again.
+bool MainDialog::ReadPatiently(Measurement& measurement) const {
+    for (int look = 0; look < kBusyLooks; ++look) {
+        if (state_.measurement.Read(measurement)) return true;
+        Sleep(kBusyWait);
+    }
+    return false;
+}
+
+void MainDialog::ShowStatus(const StatusView& view) const {
+    ShowOk(view.ok);
+    if (view.text_id != 0) ShowStatusText(dialog_, StringText(view.text_id));
+    if (view.values_arrive) {
+        const auto name = state_.measurement.DeviceName();
+        SetControlText(dialog_, IDC_DEVICE_GROUP, std::wstring(platform::TextIn(name)));
+    }
+    SetControlText(dialog_, IDC_CONNECTION, ConnectionText(state_.communication));
+    if (view.repaint) InvalidateRect(dialog_, nullptr, TRUE);
+}
+
+void MainDialog::ShowOk(OkChange change) const {
+    if (change == OkChange::kNone) return;
+    EnableControl(dialog_, IDC_OK, change == OkChange::kEnableAndFocus);
+    // Below an open settings dialog or message the focus is not ours to move.
+    if (change == OkChange::kEnableAndFocus && IsWindowEnabled(dialog_)) FocusControl(dialog_, IDC_OK);
+}
+
+void MainDialog::FillTypedFieldsOnce(Measurement& measurement) {
+    if (typed_fields_filled_) return;
+    const TypedFields fields = ViewTypedFields(measurement.tables.channels, state_.decimal_separator);
+    if (fields.oil_derivative && !TakeOverOilAnswer(measurement, *fields.oil_derivative)) return;
+    EnableManualFields(dialog_, up_downs_, state_.oil_fuel != 0, true);
+    ShowTypedFields(dialog_, up_downs_, fields);
+    typed_fields_filled_ = true;
+}
+
+/// False when the worker has begun another read: the next refresh tries again.
+bool MainDialog::TakeOverOilAnswer(Measurement& measurement, OilDerivativeEntry answer) const {
+    SetOilDerivativeText(measurement.tables.channels, OilAnswerText(answer));
+    return state_.measurement.Edit(measurement);
+}
+
+void MainDialog::FitScaling() const {
+    FitValueColumns(ValueList());
+    PlaceStatusText(dialog_);
+    InvalidateRect(dialog_, nullptr, TRUE);
+}
+
+bool MainDialog::HandleCommand(int command) {
+    switch (command) {
+        case IDC_OK:
+        case IDOK: Accept(); return true;
+        case IDC_CANCEL:
+        case IDCANCEL: Cancel(); return true;
+        case IDC_SETTINGS: RunSettings(); return true;
+        case IDC_HELP_FILE: OpenHelp(dialog_); return true;
+        default: return false;
+    }
+}
+
+void MainDialog::RunSettings() {
+    const bool was_enabled = IsControlEnabled(dialog_, IDC_OK);
+    RunSettingsDialog(instance_, dialog_, state_, up_downs_);
+    if (!was_enabled && IsControlEnabled(dialog_, IDC_OK)) FocusControl(dialog_, IDC_OK);
+}
+
+/// The tables as they are handed on, what was typed included.
+Measurement MainDialog::StopAndStoreTyped() {
+    worker_.Stop();
+    Measurement measurement;
+    if (!state_.measurement.Read(measurement)) return measurement;  // never: the worker has ended
+    StoreManualValues(ReadManualFields(dialog_), measurement.tables.channels);
+    state_.measurement.Replace(measurement);
+    return measurement;
+}
+
+void MainDialog::Accept() {
+    if (!IsControlEnabled(dialog_, IDC_OK)) return;  // the Enter key before the first values
+    WriteExchangeFile(state_, StopAndStoreTyped().tables);
+    EndDialog(dialog_, kAccepted);
+}
+
+void MainDialog::Cancel() {
+    static_cast<void>(StopAndStoreTyped());
+    EndDialog(dialog_, kCancelled);
+}
+
+/// The one open dialog. The dialog box is created with parameter 0, so its procedure finds the state here.
+MainDialog* open_dialog = nullptr;
+
+INT_PTR CALLBACK MainProcedure(HWND dialog, UINT message, WPARAM w_param, LPARAM) {
+    switch (message) {
+        case WM_INITDIALOG: open_dialog->Initialise(dialog); return TRUE;
+        case WM_PAINT: open_dialog->Paint(); return TRUE;
+        case WM_TIMER: open_dialog->Refresh(); return TRUE;
+        case WM_COMMAND: return open_dialog->HandleCommand(LOWORD(w_param)) ? TRUE : FALSE;
+        // Posted, so that it comes after the dialog manager has given the controls their new sizes.
+        case WM_DPICHANGED: PostMessageW(dialog, kScalingChanged, 0, 0); return FALSE;
+        case kScalingChanged: open_dialog->FitScaling(); return TRUE;
+        default: return FALSE;
+    }
+}
+
+}  // namespace
+
+void RunMainDialog(HINSTANCE instance, ProgramState& state, OpenInstrument open) {
+    MainDialog dialog(instance, state, open);
+    open_dialog = &dialog;
+    DialogBoxParamW(instance, MAKEINTRESOURCEW(IDD_MAIN), nullptr, MainProcedure, 0);
+    open_dialog = nullptr;
+}
+
+}  // namespace nelto::ui

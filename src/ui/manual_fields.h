@@ -1,0 +1,26 @@
+// The fields for what the analyser does not measure itself: smoke numbers, oil derivative, heat carrier temperature.
+#pragma once
+
+#include <windows.h>
+
+#include "core/dialog_view.h"
+#include "core/manual_values.h"
+#include "ui/up_down.h"
+
+namespace nelto::ui {
+
+/// Fills the lists and start values, attaches the arrows and disables all fields.
+void PrepareManualFields(HWND dialog, UpDownTable& up_downs, wchar_t decimal_separator);
+
+void EnableManualFields(HWND dialog, const UpDownTable& up_downs, bool smoke_entry, bool heat_temperature);
+
+/// Shows what the fields take over from the analyser.
+void ShowTypedFields(HWND dialog, const UpDownTable& up_downs, const TypedFields& fields);
+
+/// The text of an oil derivative answer in the user's language.
+[[nodiscard]] std::wstring OilAnswerText(OilDerivativeEntry answer);
+
+/// What stands in the fields now.
+[[nodiscard]] ManualValues ReadManualFields(HWND dialog);
+
+}  // namespace nelto::ui

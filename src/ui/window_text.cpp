@@ -1,0 +1,66 @@
+#include "ui/window_text.h"
+
+#include <array>
+
+#include "platform/text_service.h"
+#include "platform/wide_text.h"
+
+namespace nelto::ui {
+namespace {
+
+constexpr std::size_t kLongestText = 260;
+
+}  // namespace
+
+std::wstring StringText(std::uint32_t text_id) {
+    std::array<wchar_t, kLongestText> text{};
+    platform::LoadText(text_id, text);
+    return std::wstring(platform::TextIn(text));
+}
+
+std::wstring ControlText(HWND dialog, int control_id) {
+    const HWND control = GetDlgItem(dialog, control_id);
+    std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(control)), L'\0');
+    const int copied = GetWindowTextW(control, text.data(), static_cast<int>(text.size()) + 1);
+    text.resize(static_cast<std::size_t>(copied));
+    return text;
+}
+
+void SetControlText(HWND dialog, int control_id, const std::wstring& text) {
+    if (ControlText(dialog, control_id) != text) SetDlgItemTextW(dialog, control_id, text.c_str());
+}
+
+void SetControlTexts(HWND dialog, std::span<const ControlTextRow> rows) {
+    for (const ControlTextRow& row : rows) SetControlText(dialog, row.control_id, StringText(row.text_id));
+}
+
+RECT ControlPlace(HWND dialog, int control_id) {
+    RECT place{};
+    GetWindowRect(GetDlgItem(dialog, control_id), &place);
+    MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT*>(&place), 2);
+    return place;
+}
+
+void EnableControl(HWND dialog, int control_id, bool enabled) {
+    EnableWindow(GetDlgItem(dialog, control_id), enabled ? TRUE : FALSE);
+}
+
+bool IsControlEnabled(HWND dialog, int control_id) { return IsWindowEnabled(GetDlgItem(dialog, control_id)) != FALSE; }
+
+void FocusControl(HWND dialog, int control_id) {
+    SendMessageW(dialog, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(GetDlgItem(dialog, control_id)), TRUE);
+}
+
+std::uint32_t DialogDpi(HWND dialog) {
+    // Looked up by name: Windows before 10 does not have it, and there all screens share one scaling.
+    using GetDpiForWindowFunction = UINT(WINAPI*)(HWND);
+    const FARPROC function        = GetProcAddress(GetModuleHandleW(L"user32.dll"), "GetDpiForWindow");
+    if (function != nullptr)
+        return reinterpret_cast<GetDpiForWindowFunction>(reinterpret_cast<void*>(function))(dialog);
+    const HDC screen = GetDC(nullptr);
+    const int dpi    = GetDeviceCaps(screen, LOGPIXELSY);
+    ReleaseDC(nullptr, screen);
+    return static_cast<std::uint32_t>(dpi);
+}
+
+}  // namespace nelto::ui

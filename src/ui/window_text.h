@@ -1,0 +1,39 @@
+// Texts and states of a dialog's controls.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace nelto::ui {
+
+/// Text `text_id` of the string table, in the user's language.
+[[nodiscard]] std::wstring StringText(std::uint32_t text_id);
+
+[[nodiscard]] std::wstring ControlText(HWND dialog, int control_id);
+
+/// Sets the text only where it differs, so that a control that shows it already does not flicker.
+void SetControlText(HWND dialog, int control_id, const std::wstring& text);
+
+struct ControlTextRow {
+    int control_id;
+    std::uint32_t text_id;
+};
+
+void SetControlTexts(HWND dialog, std::span<const ControlTextRow> rows);
+
+/// The control's rectangle in pixels of the dialog.
+[[nodiscard]] RECT ControlPlace(HWND dialog, int control_id);
+
+void EnableControl(HWND dialog, int control_id, bool enabled);
+[[nodiscard]] bool IsControlEnabled(HWND dialog, int control_id);
+
+/// Moves the focus as the dialog manager does, which also moves the frame of the default button.
+void FocusControl(HWND dialog, int control_id);
+
+/// Scaling of the dialog's screen in dots per inch; 96 is 100 %.
+[[nodiscard]] std::uint32_t DialogDpi(HWND dialog);
+
+}  // namespace nelto::ui

@@ -1,0 +1,259 @@
+// Labels, value text, exchange file, serial output, settings, command line and trace logs.
+#include <cmath>
+#include <limits>
+
+#include "core/command_line.h"
+#include "core/exchange_file.h"
+#include "core/labels.h"
+#include "core/serial_output.h"
+#include "core/settings.h"
+#include "core/value_text.h"
+#include "diag/trace_log.h"
+#include "platform/wide_text.h"
+#include "support.h"
+
+namespace nelto::test {
+namespace {
+
+using CoreTest = HostTest;
+
+ChannelRecord Number(std::uint32_t ident, std::uint32_t unit, float value, std::uint32_t resolution) {
+    ChannelRecord record;
+    record.view_ident = ident;
+    record.unit       = unit;
+    record.resolution = resolution;
+    record.value_type = kNumber;
+    record.value      = value;
+    return record;
+}
+
+ChannelRecord WithText(std::uint32_t ident, const wchar_t* text) {
+    ChannelRecord record;
+    record.view_ident = ident;
+    record.unit       = kNoUnit;
+    record.value_type = kText;
+    platform::CopyText(record.text, text);
+    return record;
+}
+
+TEST_F(CoreTest, FormatsAValueByItsResolution) {
+    struct Case {
+        float value;
+        std::uint32_t resolution;
+        const wchar_t* text;
+    };
+    const Case cases[] = {
+        {2.5F, 0, L"3"},        {-2.5F, 0, L"-3"},         {0.49999997F, 0, L"0"},
+        {-0.4F, 0, L"0"},       {1e30F, 0, L"2147483647"}, {-std::numeric_limits<float>::infinity(), 0, L"-2147483648"},
+        {1.5F, 252, L"1.5000"}, {1.5F, 253, L"1.500"},     {1.5F, 254, L"1.50"},
+        {20.86F, 255, L"20.9"}, {-0.12F, 253, L"-0.120"},  {1.5F, 251, L"-"},
+        {1.5F, 256, L"-"},      {std::nanf(""), 0, L"-"},  {std::nanf(""), 255, L"-"},
+    };
+    for (const Case& row : cases) {
+        std::array<wchar_t, kValueTextSize> text{};
+        FormatValue(row.value, row.resolution, text);
+        EXPECT_EQ(std::wstring(text.data()), row.text) << row.value;
+    }
+}
+
+TEST_F(CoreTest, NamesEveryUnitAndNumbersTheOthers) {
+    const std::pair<std::uint32_t, const wchar_t*> cases[] = {
+        {1, L"\u00B0C"}, {10, L"cm\u00B2"}, {33, L"m\u00B3/h"}, {139, L"mg/m\u00B3"}, {0, L""},
+        {255, L""},      {3, L"Unit 3"},    {256, L"Unit 256"}, {209, L"Unit 209"}};
+    for (const auto& [unit, expected] : cases) {
+        std::array<wchar_t, kValueTextSize> text{};
+        UnitText(unit, text);
+        EXPECT_EQ(std::wstring(text.data()), expected);
+    }
+}
+
+TEST_F(CoreTest, ParsesTypedNumbersWithTheUsersSeparator) {
+    World().decimal_separator                      = L',';
+    const std::pair<const wchar_t*, float> cases[] = {{L"1,5", 1.5F},
+                                                      {L"60", 60.0F},
+                                                      {L",", 0.0F},
+                                                      {L",25", 0.25F},
+                                                      {L"7,", 7.0F},
+                                                      {L"999,9", 999.9F},
+                                                      {L"", kInvalidNumber},
+                                                      {L"1.5", kInvalidNumber},
+                                                      {L"1,2,3", kInvalidNumber},
+                                                      {L"-1", kInvalidNumber},
+                                                      {L" 1", kInvalidNumber}};
+    for (const auto& [text, expected] : cases) EXPECT_FLOAT_EQ(ParseNumber(text), expected);
+}
+
+TEST_F(CoreTest, TakesCallerWordAndFuelFromTheCommandLine) {
+    struct Case {
+        const wchar_t* line;
+        const wchar_t* word;
+        std::int32_t fuel;
+    };
+    const Case cases[] = {{L"", L"", -1},
+                          {L"JOB17 6420=3", L"JOB17", 3},
+                          {L"6420=", L"6420=", -1},
+                          {L"6420=7", L"6420=7", 7},
+                          {L"A 6420=", L"A", -1},
+                          {L"A 6420= 5", L"A", 0},
+                          {L"A 6420=12x", L"A", 12},
+                          {L"A 6420=x 6420=4", L"A", 0},
+                          {L" B", L"", -1},
+                          {L"A 6420=99999999999", L"A", 2147483647},
+                          {L"A x6420=2y", L"A", 2}};
+    for (const Case& row : cases) {
+        EXPECT_EQ(CallerWord(row.line), row.word);
+        EXPECT_EQ(FuelChoice(row.line), row.fuel) << testing::PrintToString(std::wstring(row.line));
+    }
+}
+
+TEST_F(CoreTest, StartsFromTheStoreAndRemovesAStaleExchangeFile) {
+    World().registry          = {{L"Communication", 7}, {L"EnableRS232", 1}, {L"HeatingCheck", 2}};
+    World().decimal_separator = L',';
+    const std::wstring path   = L"C:\\Temp\\\\NeltoStackWatcher.txt";
+    World().files[path]       = "old";
+    ProgramState state;
+    StartProgram(state, L"JOB 6420=2");
+    EXPECT_EQ(state.communication, 7U);
+    EXPECT_EQ(state.heating_check, 2U);
+    EXPECT_EQ(state.serial_output, 1U);
+    EXPECT_EQ(state.serial_output_port, 1U);
+    EXPECT_EQ(state.decimal_separator, L',');
+    EXPECT_EQ(std::wstring(state.exchange_file.data()), path);
+    EXPECT_FALSE(World().files.contains(path));
+
+    World().temp_directory = L"C:\\" + std::wstring(120, L'd') + L"\\";
+    StartProgram(state, L"");
+    EXPECT_EQ(std::wstring(state.exchange_file.data()).size(), 127U);
+    World().registry_writable = false;
+    ChangeSetting(state.communication, kCommunicationSetting, 12);
+    EXPECT_EQ(state.communication, 12U);
+}
+
+TEST_F(CoreTest, LabelsTheSpecialChannels) {
+    World().texts = {{676, L"Brennstoff"}, {679, L"Ger\u00E4t"}, {700, L"PointsFluegasLoss"}, {736, L"TempRearUpper"}};
+    struct Case {
+        float fuel;
+        std::uint32_t flag;
+    };
+    for (const Case& row : {Case{1.0F, 1}, Case{0.9999F, 0}, Case{2.0F, 0}}) {
+        Measurement measurement;
+        std::atomic<std::uint32_t> oil_fuel{0};
+        measurement.tables.channels[2]  = Number(kFuel, 0, row.fuel, 0);
+        measurement.tables.channels[63] = WithText(kDevice, L"nelto 780-2");
+        LabelChannelTable(measurement, oil_fuel);
+        EXPECT_EQ(oil_fuel, row.flag);
+        EXPECT_EQ(std::wstring(measurement.tables.channels[63].label.data()), L"Ger\u00E4t");
+        EXPECT_EQ(std::wstring(measurement.device_name.data()), L"nelto 780-2");
+    }
+    Measurement none;
+    std::atomic<std::uint32_t> kept{1};
+    LabelChannelTable(none, kept);
+    EXPECT_EQ(kept, 1U);
+
+    ChannelTable results{};
+    results[0] = Number(0xFF2E, 0, 1, 0);
+    results[1] = Number(0xFF44, 0, 1, 0);
+    results[2] = Number(0x1234, 0, 1, 0);
+    platform::CopyText(results[2].label, L"ID_1234");
+    results[4] = Number(0xFF2E, 0, 1, 0);
+    LabelHeatingCheckTable(results);
+    EXPECT_EQ(std::wstring(results[0].label.data()), L"PointsFluegasLo");
+    EXPECT_EQ(std::wstring(results[1].label.data()), L"TempRearUpper");
+    EXPECT_EQ(std::wstring(results[2].label.data()), L"ID_1234");
+    EXPECT_EQ(results[4].label[0], L'\0');
+}
+
+class OutputTest : public HostTest {
+protected:
+    OutputTest() {
+        state_.decimal_separator = L',';
+        platform::CopyText(state_.exchange_file, kPath);
+        auto& channels           = tables_.channels;
+        channels[0]              = Number(0x0901, 130, 20.94F, 255);
+        channels[1]              = Number(0x0301, 24, -0.125F, 253);
+        channels[2]              = Number(0x0902, 139, 5, 0);  // a unit without a key
+        channels[3]              = Number(kSmokeNumber1, 0, 1.5F, 255);
+        channels[4]              = Number(kOilDerivative, 0, 1, 0);
+        channels[5]              = Number(kSmokeNumberMean, 0, 2, 255);
+        channels[6]              = Number(kFuel, kNoUnit, 1, 0);
+        channels[7]              = WithText(kDevice, L"nelto\r\n9000=x \u03BB");
+        channels[8]              = Number(0x0916, 99, 1, 0);
+        channels[8].value_type   = kNoValue;
+        tables_.heating_check[0] = Number(0xFF2E, 255, 7, 0);
+        tables_.heating_check[1] = Number(0xFF32, 255, 7, 0);
+    }
+
+    const std::string& Written() {
+        WriteExchangeFile(state_, tables_);
+        return World().files[kPath];
+    }
+
+    static constexpr const wchar_t* kPath = L"C:\\Temp\\\\NeltoStackWatcher.txt";
+    ProgramState state_;
+    MeasurementTables tables_;
+};
+
+TEST_F(OutputTest, WritesTheExchangeFileByteForByte) {
+    state_.caller_word = L"JOB17";
+    EXPECT_EQ(Written(),
+              "JOB17\r\n2003=20,9\r\n4010=-0,125\r\n6420=1\r\n9000=nelto  9000=x ?\r\n5020=-\r\n9050263=7\r\n");
+    EXPECT_EQ(World().debug_lines.at(0), L"GetIdent 00000901, Unit 130, ID 2003");
+    EXPECT_EQ(World().debug_lines.at(2), L"GetIdent 00000902, Unit 139, ID 0");
+    state_.oil_fuel    = 1;
+    state_.caller_word = {};
+    EXPECT_EQ(Written(),
+              "2003=20,9\r\n4010=-0,125\r\n6020=1,5\r\n6320=1\r\n6520=2,0\r\n6420=1\r\n9000=nelto  9000=x "
+              "?\r\n5020=-\r\n9050263=7\r\n");
+    World().unwritable_files.insert(kPath);
+    World().files.clear();
+    WriteExchangeFile(state_, tables_);
+    EXPECT_TRUE(World().files.empty());
+}
+
+TEST_F(OutputTest, SendsTheSerialBlockByteForByte) {
+    ScriptedPeer peer;
+    World().serial_ports[L"\\\\.\\COM12"].device = &peer;
+    state_.serial_output_port                    = 12;
+    SendSerialOutput(state_, tables_.channels);
+    EXPECT_TRUE(peer.written.empty());
+    state_.serial_output = 1;
+    SendSerialOutput(state_, tables_.channels);
+    ASSERT_EQ(peer.written.size(), 1U);
+    EXPECT_EQ(std::string(peer.written[0].begin(), peer.written[0].end()),
+              "NELTO\n\r00000901:130=20.9\n\r00000301:024=-0.125\n\r00000902:139=5\n\r00000916:099=\n\rEND\n\r");
+    EXPECT_EQ(World().serial_ports[L"\\\\.\\COM12"].baud_rate, 0U);  // the port is used as the system has it set
+    EXPECT_EQ(World().serial_ports[L"\\\\.\\COM12"].open_handles, 0U);
+    EXPECT_EQ(SerialOutputBlock({}, true), "NELTO\n\rEND\n\r");
+    EXPECT_NE(SerialOutputBlock(tables_.channels, true).find("0000FF06:000=1\n\r"), std::string::npos);
+    ChannelTable letters{};
+    letters[0] = WithText(0x0901, L"a\u010D\u010Ab\nc");  // letters whose low bits are line ends
+    EXPECT_EQ(SerialOutputBlock(letters, true), "NELTO\n\r00000901:255=a  b c\n\rEND\n\r");
+    state_.serial_output_port = 3;
+    SendSerialOutput(state_, tables_.channels);  // a missing port stays silent
+}
+
+TEST_F(CoreTest, KeepsWideTextInEveryLogWriter) {
+    const std::wstring path = World().temp_directory + L"log.txt";
+    World().calendar        = {.year = 2027, .month = 1, .day = 1, .hour = 0, .minute = 0, .second = 0};
+    WriteTraceLine(path.c_str(), L"Ger\u00E4t \u03BB");
+    WriteTraceLine(path.c_str(), L"two\nlines");
+    EXPECT_EQ(World().files[path], "01.01.2027 00:00:00 Ger\xE4t ?\r\n01.01.2027 00:00:00 two\r\nlines\r\n");
+    EXPECT_EQ(WriteTraceLine(nullptr, L"nothing"), 0U);
+    World().unwritable_files.insert(path);
+    EXPECT_EQ(WriteTraceLine(path.c_str(), L"dropped"), 5U);
+
+    ZivLogF(L"wide %ls", L"Me\u00DFger\u00E4t");
+    ZivLogF(L"%ls", std::wstring(600, L'x').c_str());
+    EXPECT_EQ(LogLines(L"ZIVNelto780.txt"), (std::vector<std::string>{"wide Me\xDFger\xE4t", std::string(511, 'x')}));
+    EXPECT_EQ(World().debug_lines.at(0), L"wide Me\u00DFger\u00E4t");
+
+    BaseLog log;
+    log.WriteF(L"before the start %u", 1U);
+    log.Start();
+    log.WriteF(L"wide %ls", L"\u00FC");
+    EXPECT_EQ(LogLines(L"Nelto780Base.txt").size(), 2U);
+    EXPECT_TRUE(LogHas(L"Nelto780Base.txt", "wide \xFC"));
+}
+
+}  // namespace
+}  // namespace nelto::test

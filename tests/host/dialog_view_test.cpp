@@ -1,0 +1,120 @@
+// What the main dialog shows in each state.
+#include "core/dialog_view.h"
+
+#include <cmath>
+
+#include "platform/wide_text.h"
+#include "support.h"
+
+namespace nelto {
+namespace {
+
+using DialogViewTest = test::HostTest;
+
+ChannelRecord Record(std::uint32_t view_ident, float value, std::uint32_t type = kNumber, const wchar_t* label = L"") {
+    ChannelRecord record{
+        .view_ident = view_ident, .unit = kPercent, .resolution = kOneDecimal, .value_type = type, .value = value};
+    platform::CopyText(record.label, label);
+    return record;
+}
+
+TEST_F(DialogViewTest, EachStatusHasItsTextPictureListAndButton) {
+    struct Row {
+        std::uint32_t status;
+        std::uint32_t text_id;
+        std::uint32_t picture;
+        bool lists_values;
+        OkChange when_disabled;
+        OkChange when_enabled;
+    };
+    constexpr Row kRows[] = {
+        {kSearching, 620, 210, false, OkChange::kNone, OkChange::kDisable},
+        {kReading, 621, 211, false, OkChange::kNone, OkChange::kNone},
+        {kValuesAvailable, 622, 212, true, OkChange::kEnableAndFocus, OkChange::kNone},
+        {kBroken, 623, 213, true, OkChange::kNone, OkChange::kNone},
+        {kNoValidValues, 624, 214, false, OkChange::kNone, OkChange::kNone},
+        {5, 0, 0, false, OkChange::kNone, OkChange::kNone},
+    };
+    for (const Row& row : kRows) {
+        SCOPED_TRACE(row.status);
+        const StatusView first = ViewStatus(row.status, kNeverShown, false);
+        EXPECT_EQ(first.text_id, row.text_id);
+        EXPECT_EQ(first.lists_values, row.lists_values);
+        EXPECT_EQ(first.values_arrive, row.status == kValuesAvailable);
+        EXPECT_EQ(first.ok, row.when_disabled);
+        EXPECT_TRUE(first.repaint);
+        EXPECT_EQ(ViewStatus(row.status, row.status, true).ok, row.when_enabled);
+        EXPECT_FALSE(ViewStatus(row.status, row.status, true).repaint);
+        EXPECT_EQ(SmallPicture(row.status), row.picture);
+    }
+}
+
+TEST_F(DialogViewTest, LargePictureShowsTheInstrumentOnceOneIsFound) {
+    constexpr std::uint32_t kRows[][2] = {{710, 200}, {711, 205}, {745, 200}, {746, 200}, {752, 204},
+                                          {760, 203}, {780, 200}, {781, 202}, {0, 200}};
+    for (const auto& [kind, picture] : kRows) {
+        EXPECT_EQ(LargePicture(kSearching, kind), 201U);
+        EXPECT_EQ(LargePicture(kReading, kind), picture) << kind;
+        EXPECT_EQ(LargePicture(kBroken, kind), picture) << kind;
+    }
+}
+
+TEST_F(DialogViewTest, ConnectionTextNamesTheLink) {
+    test::World().texts = {{606, L"USB"}, {607, L"IrDA"}, {608, L"Bluetooth"}};
+    EXPECT_EQ(ConnectionText(0), L"USB");
+    EXPECT_EQ(ConnectionText(1000), L"IrDA");
+    EXPECT_EQ(ConnectionText(7), L"Bluetooth COM7");
+    EXPECT_EQ(ConnectionText(4294967295U), L"Bluetooth COM4294967295");
+}
+
+TEST_F(DialogViewTest, RowsAreTheUsedRecordsAndSmokeChannelsOnlyWithOil) {
+    MeasurementTables tables;
+    tables.channels[0]      = Record(0x0901, 20.94F, kNumber, L"O2");
+    tables.channels[1]      = Record(kSmokeNumber1, 1.0F);
+    tables.channels[2]      = Record(kOilDerivative, 1.0F);
+    tables.channels[3]      = Record(kHeatCarrierTemperature, 0.0F, kNoValue, L"HCT");
+    tables.channels[4]      = Record(kDevice, 0.0F, kText, L"Device");
+    tables.channels[4].unit = 777;
+    platform::CopyText(tables.channels[4].text, L"v1.2");
+    tables.channels[6]      = Record(0x0902, 1.0F);  // behind the first free record
+    tables.heating_check[0] = Record(0xFF2E, 3.0F, kNumber, L"Points");
+
+    const std::vector<ListRow> expected = {
+        {L"O2", L"20,9", L"%"}, {L"HCT", L"-", L"%"}, {L"Device", L"v1.2", L"Unit 777"}, {L"Points", L"3,0", L"%"}};
+    EXPECT_EQ(ListRows(tables, false, L','), expected);
+    EXPECT_EQ(ListRows(tables, true, L',').size(), 6U);
+    tables.channels.fill(Record(0x0901, 1.0F));
+    EXPECT_EQ(ListRows(tables, true, L'.').size(), kChannelCapacity + 1);
+}
+
+TEST_F(DialogViewTest, TypedFieldsTakeOverOnlyRecordsWithANumber) {
+    ChannelTable channels{};
+    EXPECT_FALSE(ViewTypedFields(channels, L'.').heat_carrier_temperature);
+    channels[0]              = Record(kSmokeNumber1, 2.46F);
+    channels[1]              = Record(kSmokeNumber2, -1.0F, kNoValue);
+    channels[2]              = Record(kSmokeNumber3, std::nanf(""));
+    channels[3]              = Record(kHeatCarrierTemperature, 65.0F);
+    channels[3].resolution   = kWholeNumber;  // the field has its own single decimal
+    const TypedFields fields = ViewTypedFields(channels, L',');
+    EXPECT_EQ(fields.smoke_numbers[0], L"2,5");
+    EXPECT_FALSE(fields.smoke_numbers[1]);
+    EXPECT_FALSE(fields.smoke_numbers[2]);
+    EXPECT_EQ(fields.heat_carrier_temperature, L"65,0");
+    EXPECT_FALSE(fields.oil_derivative);
+}
+
+TEST_F(DialogViewTest, OilAnswerIsReadAndBecomesTheRecordsText) {
+    ChannelTable channels{};
+    channels[0] = Record(0x0901, 1.0F);
+    for (const auto& [value, answer] : {std::pair{0.49F, kOilNo}, {0.5F, kOilYes}, {2.0F, kOilYes}}) {
+        channels[1] = Record(kOilDerivative, value);
+        EXPECT_EQ(ViewTypedFields(channels, L'.').oil_derivative, answer) << value;
+    }
+    SetOilDerivativeText(channels, L"NEIN");
+    EXPECT_EQ(channels[1].value_type, kText);
+    EXPECT_EQ(platform::TextIn(channels[1].text), L"NEIN");
+    EXPECT_EQ(channels[0].value_type, kNumber);
+}
+
+}  // namespace
+}  // namespace nelto

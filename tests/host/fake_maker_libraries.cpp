@@ -1,0 +1,241 @@
+#include "fake_maker_libraries.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "platform/wide_text.h"
+
+namespace nelto::test {
+namespace {
+
+using platform::memory::InstallLibrary;
+using platform::memory::LibraryFunctions;
+
+constexpr std::uint32_t kUsb  = static_cast<std::uint32_t>(FakeMaker::kUsbHandle);
+constexpr std::uint32_t kPipe = static_cast<std::uint32_t>(FakeMaker::kPipeHandle);
+
+/// Notes the call; its result. A call for the analyser without its handle fails.
+template <typename... Numbers>
+std::uint32_t Called(const std::string& name, Numbers... numbers) {
+    std::string call = name;
+    ((call += ' ' + std::to_string(numbers)), ...);
+    Maker().calls.push_back(call);
+    const auto forced = Maker().results.find(name);
+    return forced == Maker().results.end() ? 0 : forced->second;
+}
+
+template <typename... Numbers>
+std::uint32_t CalledFor(std::uint32_t device, const std::string& name, Numbers... numbers) {
+    const std::uint32_t result = Called(name, numbers...);
+    return device == kUsb || device == kPipe ? result : 999;
+}
+
+std::uint32_t Give(std::uint32_t result, std::uint32_t* out, std::uint32_t number) {
+    if (result == 0) *out = number;
+    return result;
+}
+
+std::uint32_t GiveText(std::uint32_t result, wchar_t* out, std::uint32_t capacity, std::wstring_view text) {
+    // As long as there is room, without an end where the text fills it.
+    if (result == 0) std::ranges::copy(text.substr(0, capacity), out);
+    if (result == 0 && text.size() < capacity) out[text.size()] = L'\0';
+    return result;
+}
+
+std::uint32_t GiveRecords(std::uint32_t result, void* header, ValueRecord2010* out, std::uint32_t count,
+                          const std::vector<ValueRecord2010>& records) {
+    static_cast<std::uint8_t*>(header)[63] = 0xEE;
+    if (result == 0) std::copy_n(records.begin(), std::min<std::size_t>(count, records.size()), out);
+    return result;
+}
+
+std::uint32_t TrueOrLie(std::size_t count) {
+    return Maker().value_count_lie != 0 ? Maker().value_count_lie : static_cast<std::uint32_t>(count);
+}
+
+const std::vector<ValueRecord2010>& Position(std::uint32_t position) {
+    static const std::vector<ValueRecord2010> none;
+    return position < Maker().cache.size() ? Maker().cache[position] : none;
+}
+
+// Finding and opening
+
+std::uint32_t GetNumberOfDevices(std::uint32_t product, std::uint32_t* count) {
+    Called("GetNumberOfDevices", product);
+    *count = Maker().usb_devices[product];
+    return 77;  // not a result: only the number counts
+}
+std::uint32_t GetUsbSerialNumber(std::uint32_t device, wchar_t* text, std::uint32_t capacity) {
+    return GiveText(Called("GetSerialNumber", device, capacity), text, capacity, Maker().usb_serial_number);
+}
+std::uint32_t OpenBySerialNumber(const wchar_t* text, std::uintptr_t* device) {
+    const std::uint32_t result = Called("OpenBySerialNumber");
+    if (text != Maker().usb_serial_number) return 5;
+    if (result == 0) *device = FakeMaker::kUsbHandle;
+    return result;
+}
+std::uint32_t OpenBluetoothFromPipe(std::uintptr_t port, std::uintptr_t* pipe) {
+    const std::uint32_t result = Called("OpenBluetoothFromPipe");
+    if (port != 0 && Maker().gives_pipe) *pipe = FakeMaker::kPipeHandle;
+    return result;
+}
+std::uint32_t StartLogging(std::uint32_t on) { return Called("StartLogging", on); }
+std::uint32_t GetIdent(std::uint32_t device, std::uint32_t* ident) {
+    return Give(CalledFor(device, "GetIdent"), ident, Maker().ident);
+}
+std::uint32_t Close(std::uint32_t device) { return Called("Close", device); }
+
+// Modes and device data
+
+std::uint32_t SetDeviceMode(std::uint32_t device, std::uint32_t mode) {
+    return CalledFor(device, "SetDeviceMode", mode);
+}
+std::uint32_t SetDateTime(std::uint32_t device, DateTime2010 date_time) {
+    Maker().date_time = date_time;
+    return CalledFor(device, "SetDateTime");
+}
+std::uint32_t SetShutdown(std::uint32_t device, std::uint32_t mode) { return CalledFor(device, "SetShutdown", mode); }
+std::uint32_t GetDeviceType(std::uint32_t device, std::uint32_t* type) {
+    return Give(CalledFor(device, "GetDeviceType"), type, Maker().device_type);
+}
+std::uint32_t GetDeviceName(std::uint32_t device, void* unread, wchar_t* name, std::uint32_t capacity) {
+    *static_cast<std::uint32_t*>(unread) = 0xEEEEEEEE;
+    return GiveText(CalledFor(device, "GetDeviceName", capacity), name, capacity, Maker().device_name);
+}
+std::uint32_t GetFirmwareVersion(std::uint32_t device, std::uint32_t* version) {
+    return Give(CalledFor(device, "GetFirmwareVersion"), version, Maker().firmware);
+}
+std::uint32_t GetSerialNumberBox(std::uint32_t device, std::uint32_t* number) {
+    return Give(CalledFor(device, "GetSerialNumberBox"), number, Maker().serial_number);
+}
+std::uint32_t GetSmokePumpNumber(std::uint32_t device, void* unread, wchar_t* text, std::uint32_t capacity) {
+    static_cast<std::uint8_t*>(unread)[63] = 0xEE;
+    return GiveText(CalledFor(device, "GetSmokePumpNumber", capacity), text, capacity, Maker().smoke_pump);
+}
+
+// Values, cache, fuels
+
+std::uint32_t GetNumberOfCurrentViewValues(std::uint32_t device, std::uint32_t zero, std::uint32_t* count) {
+    return Give(CalledFor(device, "GetNumberOfCurrentViewValues", zero), count, TrueOrLie(Maker().values.size()));
+}
+std::uint32_t GetCurrentViewValues(std::uint32_t device, std::uint32_t zero, void* header, ValueRecord2010* records,
+                                   std::uint32_t count) {
+    return GiveRecords(CalledFor(device, "GetCurrentViewValues", zero, count), header, records, count, Maker().values);
+}
+std::uint32_t GetCurrentMeasurement(std::uint32_t device, std::uint32_t* measurement) {
+    return Give(CalledFor(device, "GetCurrentMeasurement"), measurement, Maker().measurement);
+}
+std::uint32_t SetCurrentMeasurement(std::uint32_t device, std::uint32_t measurement) {
+    return CalledFor(device, "SetCurrentMeasurement", measurement);
+}
+std::uint32_t GetMeasCacheCounter(std::uint32_t device, std::uint32_t* positions) {
+    const auto count = static_cast<std::uint32_t>(Maker().cache.size()) | Maker().position_count;
+    return Give(CalledFor(device, "GetMeasCacheCounter"), positions, count);
+}
+std::uint32_t GetMeasCacheNumberOfValues(std::uint32_t device, std::uint32_t position, std::uint32_t* count) {
+    return Give(CalledFor(device, "GetMeasCacheNumberOfValues", position), count, TrueOrLie(Position(position).size()));
+}
+std::uint32_t GetMeasCacheValues(std::uint32_t device, std::uint32_t position, void* header, ValueRecord2010* records,
+                                 std::uint32_t count) {
+    return GiveRecords(CalledFor(device, "GetMeasCacheValues", position, count), header, records, count,
+                       Position(position));
+}
+std::uint32_t GetActiveFuelId(std::uint32_t device, std::uint32_t* fuel) {
+    return Give(CalledFor(device, "GetActiveFuelID"), fuel, Maker().fuel);
+}
+std::uint32_t SetActiveFuelId(std::uint32_t device, std::uint32_t fuel) {
+    return CalledFor(device, "SetActiveFuelID", fuel);
+}
+std::uint32_t GetAppFuelData(std::uint32_t device, std::uint32_t fuel, FuelData2010* data) {
+    const std::uint32_t result = CalledFor(device, "GetAppFuelData", fuel);
+    if (result != 0) return result;
+    data->maximum_carbon_dioxide = Maker().maximum_carbon_dioxide;
+    data->reference_oxygen       = Maker().reference_oxygen;
+    return 0;
+}
+
+// Text mapper
+
+/// One that does not care about the capacity.
+std::uint32_t GiveMapped(const wchar_t* language, wchar_t* text, wchar_t* scratch, const std::wstring& mapped) {
+    Maker().languages.emplace_back(language);
+    std::ranges::copy(mapped, text);
+    std::ranges::copy(mapped, scratch);
+    return 4711;
+}
+std::uint32_t GetViewString(const wchar_t* language, std::uint32_t ident, wchar_t* text, wchar_t* scratch,
+                            std::uint32_t) {
+    wchar_t usual[16] = {};
+    platform::FormatText(usual, L"V%x", ident);
+    const auto own = Maker().view_texts.find(ident);
+    return GiveMapped(language, text, scratch, own == Maker().view_texts.end() ? std::wstring(usual) : own->second);
+}
+std::uint32_t GetFuelString(const wchar_t* language, std::uint32_t fuel, wchar_t* text, wchar_t* scratch,
+                            std::uint32_t) {
+    return GiveMapped(language, text, scratch, Maker().fuel_texts[fuel]);
+}
+
+template <typename Function>
+void* Export(Function* function) {
+    return reinterpret_cast<void*>(function);
+}
+
+}  // namespace
+
+std::size_t FakeMaker::CallsOf(const std::string& name) const {
+    return static_cast<std::size_t>(std::ranges::count_if(
+        calls, [&](const std::string& call) { return call == name || call.starts_with(name + ' '); }));
+}
+
+FakeMaker& Maker() {
+    static FakeMaker maker;
+    return maker;
+}
+
+const LibraryFunctions& InstrumentFunctions() {
+    static const LibraryFunctions functions = {
+        {"NELTO760SPI_StartLogging", Export(StartLogging)},
+        {"NELTO760SPI_GetIdent", Export(GetIdent)},
+        {"NELTO760SPI_Close", Export(Close)},
+        {"NELTO760SPI_SetDeviceMode", Export(SetDeviceMode)},
+        {"NELTO760SPI_SetDateTime", Export(SetDateTime)},
+        {"NELTO760SPI_SetShutdown", Export(SetShutdown)},
+        {"NELTO760SPI_GetDeviceType", Export(GetDeviceType)},
+        {"NELTO760SPI_GetDeviceName", Export(GetDeviceName)},
+        {"NELTO760SPI_GetFirmwareVersion", Export(GetFirmwareVersion)},
+        {"NELTO760SPI_GetSerialNumberBox", Export(GetSerialNumberBox)},
+        {"NELTO760SPI_GetSmokePumpNumber", Export(GetSmokePumpNumber)},
+        {"NELTO760SPI_GetNumberOfCurrentViewValues", Export(GetNumberOfCurrentViewValues)},
+        {"NELTO760SPI_GetCurrentViewValues", Export(GetCurrentViewValues)},
+        {"NELTO760SPI_GetCurrentMeasurement", Export(GetCurrentMeasurement)},
+        {"NELTO760SPI_SetCurrentMeasurement", Export(SetCurrentMeasurement)},
+        {"NELTO760SPI_GetMeasCacheCounter", Export(GetMeasCacheCounter)},
+        {"NELTO760SPI_GetMeasCacheNumberOfValues", Export(GetMeasCacheNumberOfValues)},
+        {"NELTO760SPI_GetMeasCacheValues", Export(GetMeasCacheValues)},
+        {"NELTO760SPI_GetActiveFuelID", Export(GetActiveFuelId)},
+        {"NELTO760SPI_SetActiveFuelID", Export(SetActiveFuelId)},
+        {"NELTO760SPI_GetAppFuelData", Export(GetAppFuelData)},
+    };
+    return functions;
+}
+
+void InstallFakeMaker() {
+    Maker() = {};
+    InstallLibrary(L"nelto7XXE.dll", InstrumentFunctions());
+    InstallLibrary(L"neltoEmUSB.dll", {{"NELTOEMUSB_GetNumberOfDevices", Export(GetNumberOfDevices)},
+                                       {"NELTOEMUSB_GetSerialNumber", Export(GetUsbSerialNumber)},
+                                       {"NELTOEMUSB_OpenBySerialNumber", Export(OpenBySerialNumber)}});
+    InstallLibrary(L"neltoRS232.dll", {{"NELTORS232_OpenBluetoothFromPipe", Export(OpenBluetoothFromPipe)}});
+    for (const wchar_t* mapper : {L"IDTEXTMAPPER.DLL", L"IDTEXTMAPPER_T752.DLL", L"IDTEXTMAPPER_T780.DLL"}) {
+        InstallLibrary(mapper, {{"GetViewString", Export(GetViewString)}, {"GetFuelString", Export(GetFuelString)}});
+    }
+}
+
+void DivideInstrumentFunctions(const std::set<std::string>& first) {
+    LibraryFunctions parts[2];
+    for (const auto& [name, function] : InstrumentFunctions()) parts[first.contains(name) ? 0 : 1][name] = function;
+    InstallLibrary(L"nelto7XXE.dll", parts[0]);
+    InstallLibrary(L"nelto7XXT.dll", parts[1]);
+}
+
+}  // namespace nelto::test

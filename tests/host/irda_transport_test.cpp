@@ -1,0 +1,347 @@
+#include "transport/irda_transport.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "analyser_2004.h"
+#include "instrument/instrument_connection.h"
+#include "platform/memory/memory_irda_socket.h"
+#include "platform/memory/memory_platform.h"
+#include "scenario.h"
+
+namespace nelto {
+namespace {
+
+using platform::memory::IrdaPiece;
+using platform::memory::IrdaWorld;
+using platform::memory::MakeIrdaDeviceList;
+using platform::memory::TheIrdaWorld;
+using platform::memory::TheWorld;
+
+using Bytes      = std::vector<std::uint8_t>;
+using DebugLines = std::vector<std::wstring>;
+
+constexpr const wchar_t* kLog = L"C:\\IRDALOG.TXT";
+const std::string kLongName   = "NELTO T7801";
+
+class IrdaTransport : public testing::Test {
+protected:
+    void SetUp() override {
+        platform::memory::ResetWorld();
+        platform::memory::ResetIrdaWorld();
+        TheIrdaWorld().device_list = MakeIrdaDeviceList({"NELTO T780"});
+    }
+    void TearDown() override {
+        CloseIrda();
+        EXPECT_EQ(TheIrdaWorld().open_sockets, 0u);
+        EXPECT_EQ(TheIrdaWorld().references, 0u);
+    }
+
+    static void Connect() { ASSERT_EQ(IrdaOpen(), kIrdaOpenOk); }
+
+    std::uint32_t Transceive(std::size_t capacity, Bytes request = {0xAA}) {
+        reply_.assign(capacity, 0xEE);
+        received_ = 99;
+        return IrdaTransceive(request, reply_, received_);
+    }
+
+    Bytes reply_;
+    std::size_t received_ = 0;
+};
+
+struct OpenCase {
+    const char* cause;
+    void (*arrange)(IrdaWorld& world);
+    std::uint32_t result;
+    std::uint32_t references_left;
+    std::uint32_t sockets_left;
+    std::string log;
+    DebugLines debug_lines;
+};
+
+const std::array kOpenCases = {
+    OpenCase{"no Winsock", [](IrdaWorld& world) { world.has_winsock = false; }, 1, 0, 0, "Error 1\r\n", {}},
+    OpenCase{"no infrared", [](IrdaWorld& world) { world.has_family = false; }, 1, 1, 0, "Error 1\r\n", {}},
+    OpenCase{"not blocking", [](IrdaWorld& world) { world.blocking_fails = true; }, 2, 1, 1, "Error 2\r\n", {}},
+    OpenCase{"no listing", [](IrdaWorld& world) { world.listing_fails = true; }, 3, 1, 1, "Error 3\r\n", {}},
+    OpenCase{"nobody there",
+             [](IrdaWorld& world) { world.device_list.clear(); },
+             4,
+             1,
+             1,
+             "Error 4: no IrDA device in range\r\n",
+             {L"ZIVNELTO780: no IrDA device in range"}},
+    OpenCase{"foreign devices",
+             [](IrdaWorld& world) {
+                 world.device_list = MakeIrdaDeviceList({"Printer", kLongName, "NELTO T78"});
+             },
+             5,
+             1,
+             1,
+             "Device name Printer\r\nDevice name NELTO T7801\r\nDevice name NELTO T78\r\n",
+             {}},
+    OpenCase{"refused",
+             [](IrdaWorld& world) { world.connect_error = 10061; },
+             6,
+             1,
+             1,
+             "Device name NELTO T780\r\nError 6: connect failed 10061\r\n",
+             {L"Error connect 1", L"connect failed", L"Error 10061"}},
+};
+
+TEST_F(IrdaTransport, FailedOpeningsTellTheirCauseAndLeaveTheRestToClose) {
+    for (const OpenCase& row : kOpenCases) {
+        SCOPED_TRACE(row.cause);
+        SetUp();
+        row.arrange(TheIrdaWorld());
+        EXPECT_EQ(IrdaOpen(), row.result);
+        EXPECT_EQ(TheIrdaWorld().references, row.references_left);
+        EXPECT_EQ(TheIrdaWorld().open_sockets, row.sockets_left);
+        EXPECT_EQ(TheWorld().files[kLog], row.log);
+        EXPECT_EQ(TheWorld().debug_lines, row.debug_lines);
+        TearDown();
+    }
+}
+
+TEST_F(IrdaTransport, WorksWithoutItsLog) {
+    TheWorld().unwritable_files.insert(kLog);
+    TheIrdaWorld().device_list.clear();
+    EXPECT_EQ(IrdaOpen(), kIrdaNoDevice);
+    EXPECT_EQ(TheWorld().debug_lines, DebugLines{L"ZIVNELTO780: no IrDA device in range"});
+    TearDown();
+    SetUp();
+    TheWorld().unwritable_files.insert(kLog);
+    Connect();
+    TheIrdaWorld().pieces = {Bytes{0, 0xAA, 4, 0}};
+    EXPECT_EQ(Transceive(4096), kIrdaOk);
+    EXPECT_TRUE(TheWorld().files.empty());
+}
+
+struct NameCase {
+    std::vector<std::string> names;
+    std::uint8_t chosen;  // counted from 1; 0 none
+};
+
+TEST_F(IrdaTransport, TheFirstDeviceWithAnAcceptedNameIsConnected) {
+    const std::array cases = {
+        NameCase{{"NELTO T780"}, 1},
+        NameCase{{"NELTO T785"}, 1},
+        NameCase{{"NELTO T785", "NELTO T780"}, 1},
+        NameCase{{"Printer", kLongName, "NELTO T780", "NELTO T785"}, 3},
+        NameCase{{std::string("NELTO T780\0x", 12)}, 1},
+        NameCase{{"nelto t780", "NELTO T790", "NELTO T78", "", "A name of 22 bytes all"}, 0},
+    };
+    for (const NameCase& row : cases) {
+        SetUp();
+        TheIrdaWorld().device_list = MakeIrdaDeviceList(row.names);
+        EXPECT_EQ(IrdaOpen(), row.chosen != 0 ? kIrdaOpenOk : kIrdaNoAcceptedName);
+        EXPECT_EQ(TheIrdaWorld().device[0], row.chosen) << row.names.front();
+        if (row.chosen != 0) {
+            EXPECT_EQ(TheIrdaWorld().service, row.names[row.chosen - 1u].c_str());
+        }
+        TearDown();
+    }
+}
+
+TEST_F(IrdaTransport, ADeviceCountBeyondTheListIsCut) {
+    std::vector<std::string> names(69, "Printer");
+    names.emplace_back("NELTO T780");
+    TheIrdaWorld().device_list    = MakeIrdaDeviceList(names);
+    TheIrdaWorld().device_list[3] = 0xFF;  // thousands of millions
+    EXPECT_EQ(IrdaOpen(), kIrdaOpenOk);
+    EXPECT_EQ(TheIrdaWorld().list_space, 2048u);
+    EXPECT_EQ(TheIrdaWorld().device, (platform::IrdaDeviceId{70, 0, 0, 0x0A}));
+}
+
+TEST_F(IrdaTransport, ASecondOpeningEmptiesTheLogAndTakesNothingTwice) {
+    Connect();
+    Connect();
+    EXPECT_EQ(TheIrdaWorld().references, 1u);
+    EXPECT_EQ(TheWorld().files[kLog], "Device name NELTO T780\r\n");
+}
+
+struct ReplyCase {
+    const char* what;
+    std::vector<IrdaPiece> pieces;
+    std::size_t capacity;
+    std::uint32_t result;
+    std::size_t received;
+    DebugLines debug_lines;
+    std::size_t receive_calls;
+};
+
+const Bytes kTwelve = {0x00, 0x90, 0x0C, 0x00, 1, 2, 3, 4, 5, 6, 7, 8};
+const IrdaPiece kGone{Bytes{}};
+
+IrdaPiece Part(std::size_t from, std::size_t to) {
+    return Bytes(kTwelve.begin() + static_cast<std::ptrdiff_t>(from),
+                 kTwelve.begin() + static_cast<std::ptrdiff_t>(to));
+}
+
+TEST_F(IrdaTransport, AReplyIsWholeWhenItsOwnLengthHasArrived) {
+    const std::array cases = {
+        ReplyCase{"at once", {kTwelve}, 4096, 0, 12, {}, 1},
+        ReplyCase{"as long as its capacity", {kTwelve}, 12, 0, 12, {}, 1},
+        ReplyCase{"header alone", {Bytes{0, 0x20, 4, 0}}, 4, 0, 4, {}, 1},
+        ReplyCase{"header split", {Part(0, 1), Part(1, 3), Part(3, 12)}, 4096, 0, 12, {}, 3},
+        ReplyCase{"behind the header", {Part(0, 4), Part(4, 11), Part(11, 12)}, 4096, 0, 12, {}, 3},
+        ReplyCase{"split, all of its capacity", {Part(0, 2), Part(2, 12)}, 12, 0, 12, {}, 2},
+        ReplyCase{"too long at first sight", {Bytes{0, 0x90, 13, 0}}, 12, 2, 0, {L"1"}, 1},
+        ReplyCase{"too long by its high byte", {Bytes{0, 0x90, 0, 0x10, 1}}, 4095, 2, 0, {L"1"}, 1},
+        ReplyCase{"no room for a header", {Bytes{0, 0x20, 3}}, 3, 2, 0, {L"1"}, 1},
+        ReplyCase{"too long, seen later", {Bytes{0, 0x90, 13}, Bytes{0}}, 12, 2, 0, {L"3"}, 2},
+        ReplyCase{"length 0", {Bytes{0, 0x90, 0, 0}}, 4096, 2, 0, {L"3"}, 1},
+        ReplyCase{"length 3, seen later", {Bytes{0, 0x90, 3}, Bytes{0}}, 4096, 2, 0, {L"3"}, 2},
+        ReplyCase{"more than it says", {Bytes{0, 0x90, 5, 0, 1, 2}}, 4096, 2, 0, {L"3"}, 1},
+        ReplyCase{"more than it says, all of its capacity", {Bytes{0, 0x90, 5, 0, 1, 2}}, 6, 2, 0, {L"3"}, 1},
+        ReplyCase{"gone at once", {kGone}, 4096, 1, 0, {}, 1},
+        ReplyCase{"gone on the way", {Part(0, 4), Part(4, 11), kGone}, 4096, 1, 0, {}, 3},
+        ReplyCase{"failure at once", {std::nullopt}, 4096, 1, 0, {L"2"}, 1},
+        ReplyCase{"failure on the way", {Part(0, 11), std::nullopt}, 4096, 1, 0, {L"2"}, 2},
+    };
+    for (const ReplyCase& row : cases) {
+        SCOPED_TRACE(row.what);
+        SetUp();
+        Connect();
+        TheIrdaWorld().pieces.assign(row.pieces.begin(), row.pieces.end());
+        EXPECT_EQ(Transceive(row.capacity), row.result);
+        EXPECT_EQ(received_, row.received);
+        EXPECT_EQ(TheWorld().debug_lines, row.debug_lines);
+        EXPECT_EQ(TheIrdaWorld().receive_calls, row.receive_calls);
+        if (row.received == 12) {
+            EXPECT_EQ(Bytes(reply_.begin(), reply_.begin() + 12), kTwelve);
+        }
+        TearDown();
+    }
+}
+
+TEST_F(IrdaTransport, BytesBehindTheReplyAreLeftForTheNextOne) {
+    Connect();
+    TheIrdaWorld().pieces = {Part(0, 4), Bytes{1, 2, 3, 4, 5, 6, 7, 8, 0, 0x20, 4, 0}};
+    EXPECT_EQ(Transceive(4096), kIrdaOk);
+    EXPECT_EQ(received_, 12u);
+    EXPECT_EQ(reply_[12], 0u);  // the rest of the buffer is zeroed
+    EXPECT_EQ(Transceive(4096), kIrdaOk);
+    EXPECT_EQ(received_, 4u);
+}
+
+TEST_F(IrdaTransport, SendingThatFailsEndsTheExchange) {
+    const std::array<void (*)(), 3> causes = {
+        [] { TheIrdaWorld().sending_fails = true; },
+        [] { TheIrdaWorld().sends_half = true; },
+        [] { CloseIrda(); },
+    };
+    for (const auto cause : causes) {
+        SetUp();
+        Connect();
+        cause();
+        TheIrdaWorld().pieces = {kTwelve};
+        EXPECT_EQ(Transceive(4096), kIrdaLinkFailed);
+        EXPECT_EQ(received_, 0u);
+        EXPECT_EQ(TheIrdaWorld().receive_calls, 0u);
+        EXPECT_EQ(TheWorld().debug_lines, DebugLines{L"sending of data failed"});
+        TearDown();
+    }
+}
+
+TEST_F(IrdaTransport, TracesSixteenBytesALineAndAnEmptyLineBehindAFullOne) {
+    Connect();
+    Bytes request;
+    for (std::uint8_t i = 0; i < 17; ++i) request.push_back(static_cast<std::uint8_t>(0xF0 + i));
+    Bytes sixteen(16, 0x0A);
+    sixteen[2]            = 16;
+    sixteen[3]            = 0;
+    TheIrdaWorld().pieces = {sixteen};
+    EXPECT_EQ(Transceive(4096, request), kIrdaOk);
+    const std::string expected =
+        "Device name NELTO T780\r\n"
+        "SEND 17 Bytes\r\n"
+        "F0 F1 F2 F3 F4 F5 F6 F7 F8 F9 FA FB FC FD FE FF \r\n"
+        "00 \r\n"
+        "RECEIVE 16 Bytes\r\n"
+        "0A 0A 10 00 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A \r\n"
+        "\r\n";
+    EXPECT_EQ(TheWorld().files[kLog], expected);
+    CloseIrda();
+    EXPECT_EQ(Transceive(4096), kIrdaLinkFailed);
+    EXPECT_EQ(TheWorld().files[kLog], expected);
+}
+
+/// The whole program side of the connection over infrared, with the simulated analyser in range.
+class IrdaConnection : public IrdaTransport {
+protected:
+    void SetUp() override {
+        IrdaTransport::SetUp();
+        state_.communication      = kIrda;
+        TheIrdaWorld().on_request = [this](const Bytes& request) {
+            Bytes answer = analyser_.Answer(request, 0).value();
+            answer[2]    = static_cast<std::uint8_t>(answer.size());
+            answer[3]    = static_cast<std::uint8_t>(answer.size() >> 8);
+            if (vanishes_) answer.resize(answer.size() - 1);
+            TheIrdaWorld().pieces.emplace_back(answer);
+            if (vanishes_) TheIrdaWorld().pieces.emplace_back(Bytes{});
+        };
+    }
+
+    static simulator::AnalyserData DefaultData() {
+        std::string error;
+        return simulator::ParseScenario(simulator::DefaultScenarioText(), error).value().analyser;
+    }
+
+    ProgramState state_;
+    simulator::Analyser2004 analyser_{DefaultData()};
+    bool vanishes_ = false;
+};
+
+TEST_F(IrdaConnection, ReadsAnAnalyserThatIsNeverIdentified) {
+    const std::unique_ptr<Instrument> instrument = OpenInstrumentConnection(state_);
+    ASSERT_NE(instrument, nullptr);
+    EXPECT_EQ(instrument->Kind(), 780u);
+    EXPECT_EQ(instrument->SubType(), 0u);
+    EXPECT_TRUE(TheIrdaWorld().requests.empty());  // no identification, no clock, no sub type
+    ChannelTable channels{};
+    EXPECT_EQ(instrument->ReadConfiguration(channels), 0u);
+    EXPECT_EQ(instrument->ReadValues(channels), 0u);
+    EXPECT_EQ(channels[0].view_ident, 0x0901u);
+    EXPECT_NEAR(channels[0].value, 4.2, 0.6);
+
+    instrument->Close();
+    EXPECT_EQ(TheIrdaWorld().requests.back(), Bytes{0x90});  // slave mode asked for before the socket is closed
+    EXPECT_EQ(TheIrdaWorld().open_sockets, 0u);
+    EXPECT_EQ(TheIrdaWorld().references, 0u);
+}
+
+TEST_F(IrdaConnection, AnAnalyserThatVanishesInTheMiddleOfAReplyIsClosedWithoutWaiting) {
+    const std::unique_ptr<Instrument> instrument = OpenInstrumentConnection(state_);
+    ASSERT_NE(instrument, nullptr);
+    ChannelTable channels{};
+    ASSERT_EQ(instrument->ReadConfiguration(channels), 0u);
+    vanishes_ = true;
+    EXPECT_EQ(instrument->ReadValues(channels), 2u);
+    instrument->Close();
+    EXPECT_EQ(TheIrdaWorld().open_sockets, 0u);
+    EXPECT_EQ(TheIrdaWorld().references, 0u);
+}
+
+TEST_F(IrdaConnection, SearchingLeavesNothingBehindWhateverTheCause) {
+    for (const OpenCase& row : kOpenCases) {
+        SCOPED_TRACE(row.cause);
+        SetUp();
+        row.arrange(TheIrdaWorld());
+        for (int search = 0; search < 3; ++search) {
+            EXPECT_EQ(OpenInstrumentConnection(state_), nullptr);
+            EXPECT_EQ(TheIrdaWorld().open_sockets, 0u);
+            EXPECT_EQ(TheIrdaWorld().references, 0u);
+        }
+        EXPECT_STREQ(state_.last_error, "open analyzer connection via IrDA failed");
+        EXPECT_NE(TheWorld().files[L"C:\\Temp\\Nelto780Base.txt"].find(
+                      "Instrument opening via IRDA failed, Error code " + std::to_string(row.result) + "\r\n"),
+                  std::string::npos);
+    }
+}
+
+}  // namespace
+}  // namespace nelto

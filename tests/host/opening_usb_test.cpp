@@ -1,0 +1,144 @@
+#include <random>
+
+#include "fake_d2xx.h"
+#include "instrument/instrument_connection.h"
+#include "instrument/link.h"
+
+namespace nelto::test {
+namespace {
+
+constexpr const wchar_t* kBaseLog = L"Nelto780Base.txt";
+
+/// A 780 that can be attached, and the program's state with its stored setting USB.
+class UsbOpening : public HostTest {
+protected:
+    UsbOpening() { FillSmallAnalyser(analyser_); }
+
+    /// Opens and, where that succeeds, closes again.
+    bool Open() {
+        const auto connection = Nelto780Open(state_);
+        if (connection == nullptr) return false;
+        EXPECT_EQ(Nelto780Close(connection.get()), kDone);
+        return true;
+    }
+
+    MessagePeer analyser_;
+    FakeD2xx library_;
+    ProgramState state_;
+};
+
+TEST_F(UsbOpening, AnAnalyserIsIdentifiedSetUpAndClosed) {
+    library_.Attach(2, "1", &analyser_);
+    analyser_.Answer("33", "");
+    const auto connection = Nelto780Open(state_);
+    ASSERT_NE(connection, nullptr);
+    EXPECT_EQ(connection->kind, kKind780);
+    EXPECT_EQ(connection->sub_type, 2u);
+    EXPECT_STREQ(state_.last_error, "");
+    EXPECT_EQ(Nelto780Close(connection.get()), kDone);
+    EXPECT_TRUE(library_.AllReleased());
+
+    // World's calendar: 7 March 2011, 14:05:09.
+    EXPECT_EQ(analyser_.requests,
+              (std::vector<Bytes>{Hex("42"), Hex("33 0E 05 09 00 DB 07 03 07"), Hex("85"), Hex("90")}));
+    const std::vector<std::string> expected = {
+        "=== Start ===",
+        "Nelto780Open",
+        "Instrument nelto 780 (2004)/nelto 790 opened (via USB)",
+        "GET_IDENT [nelto 780 2004] OK",
+        "synchronize clock",
+        "get SubType",
+        "GetSubType2004 (USB)",
+        "Nelto 780 Open OK",
+        "Nelto780Base::Nelto780Close",
+        "SetSlaveMode",
+        "Connection closed (USB to nelto 780 2004)",
+    };
+    const std::vector<std::string> lines = LogLines(kBaseLog);
+    ASSERT_EQ(lines.size(), expected.size());
+    for (std::size_t i = 0; i < lines.size(); ++i) EXPECT_EQ(lines[i], "07.03.2011 14:05:09 " + expected[i]);
+}
+
+TEST_F(UsbOpening, OnlyTheModelsOfGeneration2004AreAccepted) {
+    struct Row {
+        const char* answer;
+        const char* last_error;  // empty where it opens
+    };
+    constexpr const char* kOff   = "GET_IDENT [nelto 780 2004] failed: instrument is switched off";
+    constexpr const char* kWrong = "GET_IDENT [nelto 780 2004] failed: wrong ident";
+    constexpr Row kRows[]        = {
+               {"00 42 00 00 54 37 38 30 01", ""},
+               {"00 42 00 00 54 37 39 30 01", ""},
+               {"FF FF FF FF 54 37 38 30 FF", ""},  // the header is not looked at
+               {"00 42 00 00 54 37 31 30 01", kWrong},
+               {"00 42 00 00 54 37 38 30", kWrong},
+               {"00 42 00 00 54 37 38 30 01 00", kWrong},
+               {"00 42 00 00 4B 01", kWrong},
+               {"00", kWrong},
+               {nullptr, kOff},
+    };
+    library_.Attach(2, "1", &analyser_);
+    analyser_.Answer("33", "");
+    for (const Row& row : kRows) {
+        analyser_.answers.erase(Hex("42"));
+        if (row.answer != nullptr) analyser_.answers[Hex("42")] = Hex(row.answer);
+        EXPECT_EQ(Open(), *row.last_error == '\0') << row.answer;
+        EXPECT_STREQ(state_.last_error, row.last_error);
+        if (*row.last_error != '\0') {
+            EXPECT_TRUE(LogHas(kBaseLog, row.last_error));
+        }
+        EXPECT_TRUE(LogHas(kBaseLog, "Connection closed (USB to nelto 780 2004)"));
+        EXPECT_TRUE(library_.AllReleased());
+    }
+}
+
+TEST_F(UsbOpening, ClockAndSubTypeAreNeeded) {
+    library_.Attach(2, "1", &analyser_);
+    EXPECT_FALSE(Open());  // no answer to the clock
+    EXPECT_STREQ(state_.last_error, "Nelto 780 Open: Error synchronizing clock");
+    analyser_.Answer("33", "");
+    analyser_.answers.erase(Hex("85"));
+    EXPECT_FALSE(Open());
+    EXPECT_STREQ(state_.last_error, "Nelto 780 Open: GetSubType failed");
+    EXPECT_TRUE(LogHas(kBaseLog, "GetSubType2004 error"));
+    EXPECT_TRUE(library_.AllReleased());
+}
+
+TEST_F(UsbOpening, DeviceType2IsTriedBefore16AndNoOther) {
+    analyser_.Answer("33", "");
+    library_.Attach(9, "1", &analyser_);
+    EXPECT_FALSE(Open());
+    EXPECT_STREQ(state_.last_error, "no supported nelto analyzer found at USB");
+    EXPECT_TRUE(LogHas(kBaseLog, "no nelto fluegas instrument (nelto 745/780) found at USB"));
+    library_.Attach(16, "2", &analyser_);
+    EXPECT_TRUE(Open());
+    MessagePeer preferred;
+    FillSmallAnalyser(preferred);
+    preferred.Answer("33", "");
+    library_.Attach(2, "3", &preferred);
+    EXPECT_TRUE(Open());
+    EXPECT_FALSE(preferred.requests.empty());
+    EXPECT_TRUE(library_.AllReleased());
+}
+
+// As a technician's cable does: the driver fails somewhere, the search begins anew, again and again.
+TEST_F(UsbOpening, ThousandsOfBrokenRoundsLeaveNothingOpen) {
+    constexpr const char* kFunctions[] = {"FT_ListDevices", "FT_OpenEx",         "FT_GetDeviceInfo",
+                                          "FT_SetBaudRate", "FT_Close",          "FT_SetEventNotification",
+                                          "FT_Write",       "FT_GetQueueStatus", "FT_Read"};
+    library_.Attach(2, "1", &analyser_);
+    analyser_.Answer("33", "");
+    std::mt19937 random(7);
+    int opened = 0;
+    for (int round = 0; round < 2000; ++round) {
+        library_.calls.clear();
+        library_.failures = {{kFunctions[random() % std::size(kFunctions)], {.status = 1, .first = 1 + random() % 12}}};
+        opened += Open() ? 1 : 0;
+        ASSERT_TRUE(library_.AllReleased()) << "round " << round << ": " << library_.failures.begin()->first;
+    }
+    EXPECT_GT(opened, 100);
+    EXPECT_LT(opened, 1900);
+}
+
+}  // namespace
+}  // namespace nelto::test

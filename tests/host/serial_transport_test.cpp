@@ -1,0 +1,150 @@
+#include "transport/serial_transport.h"
+
+#include "support.h"
+
+namespace nelto::test {
+namespace {
+
+const std::wstring kZivLog = L"ZIVNelto780.txt";
+
+class SerialTransportTest : public HostTest {
+protected:
+    SerialTransportTest() { World().serial_ports[L"COM5"].device = &peer_; }
+
+    void Open() { ASSERT_EQ(SerialOpen(5, port_), kSerialOk); }
+
+    std::uint32_t Transceive(const Bytes& message, std::uint32_t timeout_ms = 200) {
+        return SerialTransceive(port_, message, reply_, received_, timeout_ms);
+    }
+    Bytes Reply() const { return {reply_.begin(), reply_.begin() + static_cast<std::ptrdiff_t>(received_)}; }
+
+    ScriptedPeer peer_;
+    platform::SerialHandle port_ = platform::SerialHandle::kNone;
+    std::array<std::uint8_t, 256> reply_{};
+    std::size_t received_ = 0;
+};
+
+TEST_F(SerialTransportTest, OpensThePortWithItsSettingsAndSaysWhatFailed) {
+    World().serial_ports[L"\\\\.\\COM10"].device = &peer_;
+    ASSERT_EQ(SerialOpen(10, port_), kSerialOk);
+    EXPECT_EQ(World().serial_ports[L"\\\\.\\COM10"].baud_rate, 19200U);
+    EXPECT_EQ(LogLines(kZivLog), (std::vector<std::string>{"NeltoRS232Open uPort = 10, \\\\.\\COM10", "Port open OK"}));
+    EXPECT_EQ(World().debug_lines.at(1), L"Serial port opened");
+
+    struct Case {
+        void (*spoil)(platform::memory::SerialPortState&);
+        std::vector<std::string> lines;
+    };
+    const Case cases[] = {
+        {[](auto& state) { state.open_error = 2; }, {"Error Number 2", "Port open failed"}},
+        {[](auto& state) { state.immediate_reads_fail = true; }, {"SetCommTimeouts failed"}},
+        {[](auto& state) { state.get_state_fails = true; }, {"GetCommState failed"}},
+        {[](auto& state) { state.set_state_fails = true; }, {}},
+    };
+    for (const Case& row : cases) {
+        platform::memory::ResetWorld();
+        row.spoil(World().serial_ports[L"COM9"]);
+        EXPECT_EQ(SerialOpen(9, port_), kSerialOpenFailed);
+        EXPECT_EQ(port_, platform::SerialHandle::kNone);
+        std::vector<std::string> lines = {"NeltoRS232Open uPort = 9, COM9"};
+        lines.insert(lines.end(), row.lines.begin(), row.lines.end());
+        EXPECT_EQ(LogLines(kZivLog), lines);
+    }
+}
+
+TEST_F(SerialTransportTest, CarriesAMessageBothWays) {
+    Open();
+    Bytes message(121);
+    for (std::size_t index = 0; index < message.size(); ++index) message[index] = static_cast<std::uint8_t>(index);
+    const Bytes long_reply(250, 0x33);
+    const auto blocks = ReplyBlocks(long_reply);
+    peer_.answers     = {{Hex("21 80 0f")}, {blocks[0]}, {blocks[1]}, {blocks[2]}};
+
+    EXPECT_EQ(Transceive(message), kSerialOk);
+    EXPECT_EQ(Reply(), long_reply);
+    ASSERT_EQ(peer_.written.size(), 4U);
+    EXPECT_EQ(peer_.written[0].size(), 128U);
+    EXPECT_EQ(peer_.written[1], Hex("12 00 01 00 02 01 78 16 a9"));
+    EXPECT_EQ(peer_.written[2], Hex("12 80 0f"));
+    EXPECT_TRUE(LogHas(kZivLog, "SEND: 12 80 0F "));
+    EXPECT_TRUE(LogHas(kZivLog, "RECV: 21 80 0F "));
+    EXPECT_TRUE(LogHas(kZivLog, "Receive time 10 msec"));
+}
+
+TEST_F(SerialTransportTest, EndsEveryFaultWithItsCodeAndLine) {
+    struct Case {
+        const char* name;
+        std::size_t message_size;
+        std::vector<ScriptedPeer::Answer> answers;
+        std::uint32_t result;
+        const char* line;
+    };
+    const Bytes good   = ReplyBlocks(Hex("00 42 00 00"))[0];
+    Bytes flipped      = good;
+    flipped[7]         = static_cast<std::uint8_t>(flipped[7] ^ 1);
+    const auto full    = ReplyBlocks(Bytes(256, 1));
+    const auto over    = ReplyBlocks(Bytes(257, 1));
+    const Case cases[] = {
+        {"silence", 1, {}, 3, "Transceive error 3, number of received bytes 0"},
+        {"short", 1, {{Hex("21 00 00 00 01")}}, 3, "Transceive error 3, number of received bytes 5"},
+        {"acknowledgement instead of a reply",
+         1,
+         {{Hex("21 80 0f")}},
+         3,
+         "Transceive error 3, number of received bytes 3"},
+        {"no acknowledgement", 121, {{good}}, 3, "Transceive error 2"},
+        {"wrong acknowledgement", 121, {{Hex("21 80 0e")}}, 3, "Transceive error 2"},
+        {"wrong length", 1, {{Hex("21 00 00 00 01 07 00 42 00 00 aa bb")}}, 3, "Transceive error 4"},
+        {"index", 1, {{Hex("21 00 01 00 01 00 00 00")}}, 3, "Transceive error 5"},
+        {"flipped bit", 1, {{flipped}}, 3, "Transceive error 6"},
+        {"late", 1, {{good, 201}}, 3, "Transceive error 3, number of received bytes 0"},
+        {"too long", 1, {{over[0]}, {over[1]}, {over[2]}}, 5, "Transceive error 7"},
+        {"just fits", 1, {{full[0]}, {full[1]}, {full[2]}}, 0, "Receive time 10 msec"},
+        {"just in time", 1, {{good, 200}}, 0, "Receive time 200 msec"},
+        {"empty message", 0, {}, 3, "Transceive error 3, number of received bytes 0"},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.name);
+        platform::memory::ResetWorld();
+        ScriptedPeer peer;
+        World().serial_ports[L"COM5"].device = &peer;
+        Open();
+        peer.answers.assign(row.answers.begin(), row.answers.end());
+        EXPECT_EQ(Transceive(Bytes(row.message_size, 0x42)), row.result);
+        EXPECT_EQ(LogLines(kZivLog).back(), row.line);
+        if (row.result != 0) EXPECT_EQ(received_, 0U);
+    }
+    EXPECT_EQ(SerialTransceive(platform::SerialHandle::kNone, Hex("42"), reply_, received_, 200), kSerialNotOpen);
+}
+
+TEST_F(SerialTransportTest, NeverTakesALateAnswerForTheNext) {
+    Open();
+    peer_.answers = {{ReplyBlocks(Hex("00 53 00 00"))[0], 250}};
+    EXPECT_EQ(Transceive(Hex("53")), kSerialProtocolFault);
+    World().now += 1000;
+    peer_.answers = {};
+    EXPECT_EQ(Transceive(Hex("53"), 0), kSerialProtocolFault);
+}
+
+TEST_F(SerialTransportTest, EndsADrippingReplyAndOneThatAStopInterrupts) {
+    Open();
+    const Bytes drop = ReplyBlocks(Bytes(2, 1), 1)[0];
+    for (int block = 0; block < 1000; ++block) peer_.answers.push_back({drop, 150});
+    EXPECT_EQ(Transceive(Hex("42")), kSerialProtocolFault);
+    EXPECT_EQ(peer_.written.size(), MaxReplyBlocks(reply_.size()));
+
+    const std::atomic<std::uint32_t> stop{1};
+    peer_.written.clear();
+    EXPECT_EQ(SerialTransceive(port_, Hex("42"), reply_, received_, 200, &stop), kSerialProtocolFault);
+    EXPECT_EQ(peer_.written.size(), 1U);
+}
+
+TEST_F(SerialTransportTest, SaysHowMuchAShortWriteWrote) {
+    Open();
+    peer_.most_written = 4;
+    EXPECT_EQ(Transceive(Hex("42")), kSerialProtocolFault);
+    EXPECT_TRUE(LogHas(kZivLog, "Bytes written 4"));
+}
+
+}  // namespace
+}  // namespace nelto::test

@@ -1,0 +1,544 @@
+#include "transport/usb_link.h"
+
+#include <numeric>
+
+#include "fake_d2xx.h"
+#include "platform/clock.h"
+#include "platform/memory/memory_dynamic_library.h"
+#include "platform/memory/memory_event.h"
+#include "platform/memory/memory_file_version.h"
+
+namespace nelto::test {
+namespace {
+
+using Serials = std::vector<std::uint32_t>;
+
+const std::wstring kOldVersion = L"2.08.14";
+const std::wstring kNewVersion = L"3.02.11";
+constexpr std::uint32_t kAny   = 0;
+
+struct Listing {
+    std::uint32_t result = 0;
+    Serials serials;
+};
+
+Listing List(std::uint32_t type, std::size_t capacity = 8) {
+    Serials serials(capacity + 1, 0xEEEEEEEE);
+    std::uint32_t count        = 99;
+    const std::uint32_t result = NeltoUSBGetDevices(type, std::span(serials).first(capacity), count);
+    EXPECT_LE(count, capacity);
+    EXPECT_EQ(serials.back(), 0xEEEEEEEE) << "stored beyond the capacity";
+    serials.resize(count);
+    return {result, serials};
+}
+
+/// Opens and closes again; gives the index of the device that was opened, -1 for none.
+std::uint32_t TryOpen(const FakeD2xx& library, std::uint32_t type, std::uint32_t serial, std::ptrdiff_t& index) {
+    UsbLink* link              = reinterpret_cast<UsbLink*>(&index);
+    const std::uint32_t result = NeltoUSBOpen(type, serial, link);
+    EXPECT_EQ(link != nullptr, result == kUsbOk);
+    index = -1;
+    if (link == nullptr) return result;
+    index = static_cast<FtdiDevice*>(link->device) - library.devices.data();
+    EXPECT_EQ(link->timeout_ms, 250u);
+    EXPECT_EQ(NeltoUSBClose(link), kUsbOk);
+    return result;
+}
+
+std::uint32_t TryOpen(const FakeD2xx& library, std::uint32_t type) {
+    std::ptrdiff_t index = 0;
+    return TryOpen(library, type, kAny, index);
+}
+
+class UsbDevices : public HostTest {};
+
+struct FaultRow {
+    const char* cause;
+    std::wstring version;
+    void (*arrange)(FakeD2xx& library);
+    std::uint32_t listed;
+    std::uint32_t opened;
+    std::size_t loads_left;  // of each of the two
+};
+
+const FaultRow kFaults[] = {
+    {"nothing wrong", kNewVersion, [](FakeD2xx&) {}, 0, 0, 0},
+    {"no library", kNewVersion, [](FakeD2xx&) { platform::memory::RemoveLibrary(L"FTD2XX.DLL"); }, 2, 2, 0},
+    {"no version", kNewVersion, [](FakeD2xx&) { platform::memory::ResetSystemFileVersions(); }, 2, 2, 1},
+    {"no FT_ListDevices", kNewVersion, [](FakeD2xx& library) { library.Remove("FT_ListDevices"); }, 2, 2, 0},
+    {"no FT_OpenEx", kNewVersion, [](FakeD2xx& library) { library.Remove("FT_OpenEx"); }, 2, 2, 0},
+    {"no FT_Close", kNewVersion, [](FakeD2xx& library) { library.Remove("FT_Close"); }, 2, 2, 0},
+    {"no FT_EE_Read, even if not used", kNewVersion, [](FakeD2xx& library) { library.Remove("FT_EE_Read"); }, 2, 2, 0},
+    {"no FT_GetDeviceInfo", kNewVersion, [](FakeD2xx& library) { library.Remove("FT_GetDeviceInfo"); }, 2, 2, 0},
+    {"no FT_GetDeviceInfo, not used", kOldVersion, [](FakeD2xx& library) { library.Remove("FT_GetDeviceInfo"); }, 0, 0,
+     0},
+    {"no FT_SetBaudRate", kNewVersion, [](FakeD2xx& library) { library.Remove("FT_SetBaudRate"); }, 0, 2, 0},
+    {"no FT_Write", kNewVersion, [](FakeD2xx& library) { library.Remove("FT_Write"); }, 0, 2, 0},
+    {"no FT_Read", kNewVersion, [](FakeD2xx& library) { library.Remove("FT_Read"); }, 0, 2, 0},
+    {"no FT_SetEventNotification", kNewVersion, [](FakeD2xx& library) { library.Remove("FT_SetEventNotification"); }, 0,
+     2, 0},
+    {"no FT_GetQueueStatus", kNewVersion, [](FakeD2xx& library) { library.Remove("FT_GetQueueStatus"); }, 0, 2, 0},
+    {"no devices", kNewVersion, [](FakeD2xx& library) { library.devices.clear(); }, 0, 5, 0},
+    {"another vendor", kNewVersion, [](FakeD2xx& library) { library.devices[0].vendor_id = 0x0403; }, 0, 5, 0},
+    {"another vendor, old", kOldVersion, [](FakeD2xx& library) { library.devices[0].vendor_id = 0x0403; }, 0, 5, 0},
+    {"another type", kNewVersion, [](FakeD2xx& library) { library.devices[0].product_id = 9; }, 0, 5, 0},
+    {"another type, old", kOldVersion, [](FakeD2xx& library) { library.devices[0].product_id = 9; }, 0, 5, 0},
+    {"counting", kNewVersion, [](FakeD2xx& library) { library.failures["FT_ListDevices"] = {7}; }, 1007, 3, 0},
+    {"opening", kNewVersion, [](FakeD2xx& library) { library.failures["FT_OpenEx"] = {3}; }, 3003, 3, 0},
+    {"EEPROM", kOldVersion, [](FakeD2xx& library) { library.failures["FT_EE_Read"] = {15}; }, 4015, 3, 0},
+    {"device information", kNewVersion, [](FakeD2xx& library) { library.failures["FT_GetDeviceInfo"] = {18}; }, 5018, 3,
+     0},
+    {"baud rate", kNewVersion, [](FakeD2xx& library) { library.failures["FT_SetBaudRate"] = {4}; }, 0, 3, 0},
+};
+
+TEST_F(UsbDevices, EachCauseHasItsResultAndReleasesWhatItLoaded) {
+    for (const FaultRow& row : kFaults) {
+        SCOPED_TRACE(row.cause);
+        platform::memory::ResetWorld();
+        FakeD2xx library(row.version);
+        library.Attach(2, "12345678");
+        row.arrange(library);
+        EXPECT_EQ(List(2).result, row.listed);
+        EXPECT_EQ(library.TimesLoaded(), row.loads_left);
+        EXPECT_EQ(TryOpen(library, 2), row.opened);
+        EXPECT_EQ(library.TimesLoaded(), 2 * row.loads_left);
+        EXPECT_EQ(library.open_devices, 0u);
+    }
+}
+
+// The serial number is the second call of FT_ListDevices, that of the second device the third; by then the first device
+// has been looked at and must be closed.
+TEST_F(UsbDevices, AFailureAtALaterDeviceLosesTheWholeListing) {
+    for (const std::size_t failing_call : {2u, 3u}) {
+        FakeD2xx library;
+        library.Attach(9, "1");
+        library.Attach(9, "2");
+        library.failures["FT_ListDevices"] = {.status = 6, .first = failing_call};
+        const Listing listing              = List(9);
+        EXPECT_EQ(listing.result, 2006u);
+        EXPECT_TRUE(listing.serials.empty());
+        EXPECT_TRUE(library.AllReleased());
+    }
+}
+
+TEST_F(UsbDevices, OtherDeviceTypesAreRefusedBeforeAnythingIsLoaded) {
+    FakeD2xx library;
+    for (const std::uint32_t type : {0u, 1u, 3u, 15u, 17u, 0x10002u}) {
+        EXPECT_EQ(List(type).result, kUsbWrongDeviceType);
+        EXPECT_EQ(TryOpen(library, type), kUsbWrongDeviceType);
+    }
+    EXPECT_EQ(platform::memory::LoadsEver(L"FTD2XX.DLL"), 0u);
+}
+
+TEST_F(UsbDevices, TheMajorVersionDecidesHowDevicesAreIdentified) {
+    struct Row {
+        const wchar_t* version;
+        bool by_eeprom;
+    };
+    constexpr Row kRows[] = {{L"2.08.14", true}, {L"3.02.11", false}, {L"10.1", false}, {L"3", false},
+                             {L"2", true},       {L"", true},         {L"v3.1", true},  {L"1.9999", true}};
+    for (const Row& row : kRows) {
+        FakeD2xx library(row.version);
+        library.Attach(16, "5");
+        EXPECT_EQ(List(16).serials, Serials{5});
+        EXPECT_EQ(TryOpen(library, 16), kUsbOk);
+        EXPECT_EQ(library.CallsOf("FT_EE_Read"), row.by_eeprom ? 2u : 0u);
+        EXPECT_EQ(library.CallsOf("FT_GetDeviceInfo"), row.by_eeprom ? 0u : 2u);
+    }
+}
+
+void AttachSeveral(FakeD2xx& library) {
+    library.Attach(2, "0012345678");
+    library.Attach(2, "A-17").told_serial = "B-17";  // no decimal number
+    library.Attach(9, "77");
+    library.Attach(2, "78").vendor_id     = 0x0403;
+    library.Attach(2, "4711").told_serial = "4712";
+    library.Attach(2, "99999999999");  // more than 32 bits hold
+}
+
+TEST_F(UsbDevices, ListsTheTypeInTheOrderOfTheDevices) {
+    FakeD2xx old_library(kOldVersion);
+    AttachSeveral(old_library);
+    EXPECT_EQ(List(2).serials, (Serials{12345678, 4711, 0xFFFFFFFF}));
+    EXPECT_EQ(List(9).serials, Serials{77});
+    EXPECT_EQ(old_library.most_open, 1u);
+}
+
+TEST_F(UsbDevices, NewLibrariesListTheToldNumberAndAlsoZero) {
+    FakeD2xx library(kNewVersion);
+    AttachSeveral(library);
+    EXPECT_EQ(List(2).serials, (Serials{12345678, 0, 4712, 0xFFFFFFFF}));
+    EXPECT_EQ(library.most_open, 1u);
+}
+
+TEST_F(UsbDevices, MatchesBeyondTheCapacityAreDropped) {
+    for (const std::wstring& version : {kOldVersion, kNewVersion}) {
+        FakeD2xx library(version);
+        for (const char* serial : {"1", "2", "3"}) library.Attach(2, serial);
+        EXPECT_EQ(List(2, 2).serials, (Serials{1, 2}));
+        const Listing none = List(2, 0);
+        EXPECT_EQ(none.result, kUsbOk);
+        EXPECT_TRUE(none.serials.empty());
+        EXPECT_TRUE(library.AllReleased());
+    }
+}
+
+TEST_F(UsbDevices, OnlyOldLibrariesCompareTheSerialNumberOnOpening) {
+    struct Row {
+        std::wstring version;
+        std::uint32_t serial;
+        std::uint32_t result;
+        std::ptrdiff_t device;
+    };
+    const Row rows[] = {
+        {kOldVersion, kAny, kUsbOk, 1},      {kOldVersion, 222, kUsbOk, 2},  {kOldVersion, 12345678, kUsbNoDevice, -1},
+        {kOldVersion, 99, kUsbNoDevice, -1}, {kNewVersion, kAny, kUsbOk, 1}, {kNewVersion, 222, kUsbOk, 1},
+        {kNewVersion, 12345678, kUsbOk, 1},
+    };
+    for (const Row& row : rows) {
+        FakeD2xx library(row.version);
+        library.Attach(2, "12345678");
+        library.Attach(9, "111");
+        library.Attach(9, "222");
+        std::ptrdiff_t device = 0;
+        EXPECT_EQ(TryOpen(library, 9, row.serial, device), row.result) << row.serial;
+        EXPECT_EQ(device, row.device) << row.serial;
+        EXPECT_TRUE(library.AllReleased());
+    }
+}
+
+TEST_F(UsbDevices, EachTypeHasItsBaudRate) {
+    for (const auto& [type, baud_rate] :
+         std::map<std::uint32_t, std::uint32_t>{{2, 921600}, {9, 57600}, {16, 921600}}) {
+        FakeD2xx library;
+        library.Attach(type, "1");
+        EXPECT_EQ(TryOpen(library, type), kUsbOk);
+        EXPECT_EQ(library.baud_rate, baud_rate);
+    }
+}
+
+TEST_F(UsbDevices, SuccessfulOpeningIsToldToTheDebugger) {
+    FakeD2xx library;
+    static_cast<void>(TryOpen(library, 2));
+    EXPECT_TRUE(World().debug_lines.empty());
+    library.Attach(2, "1");
+    static_cast<void>(TryOpen(library, 2));
+    EXPECT_EQ(World().debug_lines, std::vector<std::wstring>{L"NeltoUSBOpen finished without error"});
+}
+
+TEST_F(UsbDevices, ClosingReleasesWhateverTheDriverSays) {
+    struct Row {
+        void (*arrange)(FakeD2xx& library);
+        std::uint32_t result;
+        std::size_t devices_left;
+    };
+    const Row rows[] = {
+        {[](FakeD2xx&) {}, kUsbOk, 0},
+        {[](FakeD2xx& library) { library.failures["FT_Close"] = {1}; }, kUsbDriverFailed, 0},
+        {[](FakeD2xx& library) { library.Remove("FT_Close"); }, kUsbNotAvailable, 1},
+    };
+    for (const Row& row : rows) {
+        FakeD2xx library;
+        library.Attach(2, "1");
+        UsbLink* link = nullptr;
+        ASSERT_EQ(NeltoUSBOpen(2, kAny, link), kUsbOk);
+        row.arrange(library);
+        EXPECT_EQ(NeltoUSBClose(link), row.result);
+        EXPECT_EQ(library.TimesLoaded(), 0u);
+        EXPECT_EQ(library.open_devices, row.devices_left);
+    }
+}
+
+TEST_F(UsbDevices, AnAbsentLinkIsRefused) {
+    std::size_t length = 99;
+    EXPECT_EQ(NeltoUSBTransceive(nullptr, Hex("42"), {}, length, 1), kUsbNoHandle);
+    EXPECT_EQ(length, 0u);
+    EXPECT_EQ(NeltoUSBClose(nullptr), kUsbNoHandle);
+    EXPECT_EQ(NeltoUSBSetTimeout(nullptr, 1), kUsbNoHandle);
+}
+
+/// One open link to a peer that answers packet by packet.
+class UsbMessages : public HostTest {
+protected:
+    UsbMessages() {
+        library_.Attach(2, "1", &peer_);
+        EXPECT_EQ(NeltoUSBOpen(2, kAny, link_), kUsbOk);
+    }
+    ~UsbMessages() override {
+        EXPECT_EQ(NeltoUSBClose(link_), kUsbOk);
+        EXPECT_TRUE(library_.AllReleased());
+    }
+
+    std::uint32_t Transceive(const Bytes& request, std::size_t capacity = 4096, std::uint32_t timeout_ms = 200) {
+        reply_.assign(capacity + 1, 0xEE);
+        std::size_t length = 99;
+        const std::uint32_t result =
+            NeltoUSBTransceive(link_, request, std::span(reply_).first(capacity), length, timeout_ms);
+        EXPECT_EQ(reply_.back(), 0xEE) << "written beyond the capacity";
+        EXPECT_EQ(platform::memory::OpenEvents(), 0u);
+        if (result != kUsbOk) {
+            EXPECT_EQ(length, 0u);
+        }
+        reply_.resize(length);
+        return result;
+    }
+
+    void Answer(const Bytes& bytes, std::uint32_t delay_ms = 0) { peer_.answers.push_back({bytes, delay_ms}); }
+    void AnswerMessage(const Bytes& message, std::size_t limit = 248) {
+        for (const Bytes& block : ReplyBlocks(message, limit)) Answer(block);
+    }
+    /// After whatever happened before, the link answers as ever.
+    void ExpectGoodExchange() {
+        World().now += 1000;
+        peer_.answers.clear();
+        peer_.written.clear();
+        Answer(kIdentPacket);
+        EXPECT_EQ(Transceive(Hex("42")), kUsbOk);
+        EXPECT_EQ(reply_, Hex("00 42 00 00 54 37 38 30 01"));
+    }
+
+    static inline const Bytes kIdentPacket = Hex("21 00 00 00 01 09 00 42 00 00 54 37 38 30 01 66 1C");
+    static inline const Bytes kFirstOfTwo  = Hex("21 00 00 00 02 03 01 02 03 6E 9C");
+    static inline const Bytes kSecondOfTwo = Hex("21 00 01 00 02 02 04 05 EB F3");
+
+    ScriptedPeer peer_;
+    FakeD2xx library_;
+    UsbLink* link_ = nullptr;
+    Bytes reply_;
+};
+
+Bytes Counting(std::size_t size) {
+    Bytes bytes(size);
+    std::iota(bytes.begin(), bytes.end(), std::uint8_t{0});
+    return bytes;
+}
+
+// Frames worked out by hand from the layout and the bit-by-bit checksum procedure.
+TEST_F(UsbMessages, BytesOnTheWire) {
+    Answer(kFirstOfTwo);
+    Answer(kSecondOfTwo);
+    EXPECT_EQ(Transceive(Hex("42")), kUsbOk);
+    EXPECT_EQ(reply_, Hex("01 02 03 04 05"));
+    EXPECT_EQ(peer_.written, (std::vector<Bytes>{Hex("12 00 00 00 01 01 42 EF D3"), Hex("12 80 0F")}));
+}
+
+TEST_F(UsbMessages, RequestsAreCutAtAHundredBytes) {
+    const std::map<std::size_t, std::vector<std::size_t>> packets = {
+        {1, {1}}, {100, {100}}, {101, {100, 1}}, {200, {100, 100}}, {250, {100, 100, 50}}};
+    for (const auto& [size, payloads] : packets) {
+        peer_.written.clear();
+        for (std::size_t i = 1; i < payloads.size(); ++i) Answer(Hex("21 80 0F"));
+        Answer(kIdentPacket);
+        const Bytes request = Counting(size);
+        ASSERT_EQ(Transceive(request), kUsbOk) << size;
+        ASSERT_EQ(peer_.written.size(), payloads.size());
+        Bytes sent;
+        for (std::size_t i = 0; i < payloads.size(); ++i) {
+            Block block;
+            ASSERT_EQ(ParseBlock(peer_.written[i], block), BlockFault::kNone);
+            EXPECT_EQ(peer_.written[i][0], 0x12);
+            EXPECT_EQ(block.index, i);
+            EXPECT_EQ(block.count, payloads.size());
+            EXPECT_EQ(block.payload.size(), payloads[i]);
+            sent.insert(sent.end(), block.payload.begin(), block.payload.end());
+        }
+        EXPECT_EQ(sent, request);
+    }
+}
+
+TEST_F(UsbMessages, RequestsThatCannotBePacketsSendNothing) {
+    EXPECT_EQ(Transceive({}), kUsbProtocolFault);
+    EXPECT_EQ(Transceive(Bytes(100 * 65535 + 1)), kUsbProtocolFault);
+    EXPECT_TRUE(peer_.written.empty());
+    ExpectGoodExchange();
+}
+
+TEST_F(UsbMessages, EveryAcknowledgementIsChecked) {
+    const std::map<std::string, std::uint32_t> answers = {{"21 80 0E", kUsbProtocolFault},
+                                                          {"21 80", kUsbTimeout},
+                                                          {"21 81 0F", kUsbTimeout},
+                                                          {"21 80 0F 00", kUsbTimeout}};
+    for (const auto& [wrong, result] : answers) {
+        Answer(Hex(wrong));
+        EXPECT_EQ(Transceive(Counting(101)), result) << wrong;
+        ExpectGoodExchange();
+    }
+    Answer(kIdentPacket);  // a whole packet in its place
+    EXPECT_EQ(Transceive(Counting(101)), kUsbProtocolFault);
+    EXPECT_EQ(peer_.written.size(), 2u);
+}
+
+struct AnswerRow {
+    const char* name;
+    const char* bytes;
+    std::uint32_t result;
+};
+
+constexpr AnswerRow kAnswers[] = {
+    {"silence", "", kUsbTimeout},
+    {"wrong start byte", "22 00 00 00 01 01 07 00 00", kUsbWrongStart},
+    {"echo of the program's own start byte", "12 80 0F", kUsbWrongStart},
+    {"acknowledgement alone", "21 80 0F", kUsbProtocolFault},
+    {"less than a header", "21 00 00", kUsbTimeout},
+    {"flipped payload bit", "21 00 00 00 01 09 00 42 00 00 54 37 38 31 01 66 1C", kUsbProtocolFault},
+    {"flipped checksum bit", "21 00 00 00 01 09 00 42 00 00 54 37 38 30 01 67 1C", kUsbProtocolFault},
+    {"length byte asks for more than comes", "21 00 00 00 01 0A 00 42 00 00 54 37 38 30 01 66 1C", kUsbTimeout},
+    {"length byte asks for less than came", "21 00 00 00 01 08 00 42 00 00 54 37 38 30 01 66 1C", kUsbTimeout},
+};
+
+TEST_F(UsbMessages, DamagedAnswers) {
+    for (const AnswerRow& row : kAnswers) {
+        SCOPED_TRACE(row.name);
+        Answer(Hex(row.bytes));
+        EXPECT_EQ(Transceive(Hex("42")), row.result);
+        ExpectGoodExchange();
+    }
+}
+
+/// A packet with a checksum that fits, whatever its header says.
+Bytes Packet(std::uint16_t index, std::uint16_t count, const Bytes& payload) {
+    std::array<std::uint8_t, kMaxBlockSize> frame{};
+    const std::size_t size = BuildBlock(frame, kAnalyserStart, index, count, payload);
+    return {frame.begin(), frame.begin() + static_cast<std::ptrdiff_t>(size)};
+}
+
+TEST_F(UsbMessages, IndexesCountOnlyAgainstTheNumberOfPackets) {
+    struct Row {
+        std::uint16_t index, count;
+        std::uint32_t result;
+    };
+    for (const Row& row : {Row{0, 0, kUsbProtocolFault}, Row{1, 1, kUsbProtocolFault},
+                           Row{0x7FFF, 3, kUsbProtocolFault}, Row{4, 5, kUsbOk}, Row{0xFFFE, 0xFFFF, kUsbOk}}) {
+        Answer(Packet(row.index, row.count, {7}));
+        EXPECT_EQ(Transceive(Hex("42")), row.result) << row.index;
+        ExpectGoodExchange();
+    }
+}
+
+TEST_F(UsbMessages, RepliesFitTheCallersBufferOrFail) {
+    struct Row {
+        std::size_t size, capacity;
+        std::uint32_t result;
+    };
+    for (const Row& row : {Row{260, 256, kUsbReplyTooLong}, Row{256, 256, kUsbOk}, Row{257, 256, kUsbReplyTooLong},
+                           Row{4096, 4096, kUsbOk}, Row{1, 0, kUsbReplyTooLong}, Row{0, 0, kUsbOk}}) {
+        AnswerMessage(Counting(row.size));
+        EXPECT_EQ(Transceive(Hex("42"), row.capacity), row.result) << row.size;
+        if (row.result == kUsbOk) {
+            EXPECT_EQ(reply_, Counting(row.size));
+        }
+        ExpectGoodExchange();
+    }
+}
+
+TEST_F(UsbMessages, PacketsComeInPiecesOfAnySize) {
+    for (const std::size_t piece : {1u, 2u, 3u, 5u, 6u, 7u, 100u}) {
+        library_.piece_size = piece;
+        AnswerMessage(Counting(600));
+        EXPECT_EQ(Transceive(Hex("42")), kUsbOk) << piece;
+        EXPECT_EQ(reply_, Counting(600));
+    }
+}
+
+// 248 payload bytes fill the answer buffer to its last byte; with more the packet can never be whole.
+TEST_F(UsbMessages, APacketBeyondTheBufferNeverBecomesWhole) {
+    for (const std::size_t piece : {SIZE_MAX, std::size_t{1}, std::size_t{200}}) {
+        library_.piece_size = piece;
+        Answer(Packet(0, 1, Counting(248)));
+        EXPECT_EQ(Transceive(Hex("42")), kUsbOk);
+        Answer(Packet(0, 1, Counting(249)));
+        EXPECT_EQ(Transceive(Hex("42")), kUsbTimeout);
+        ExpectGoodExchange();
+        Bytes stream(1000, 0xFF);
+        stream.front() = kAnalyserStart;
+        Answer(stream);
+        EXPECT_EQ(Transceive(Hex("42")), kUsbTimeout);
+        ExpectGoodExchange();
+    }
+}
+
+TEST_F(UsbMessages, AStreamWithoutEndIsGivenUp) {
+    library_.never_quiet = true;
+    Bytes stream(5000, 0xFF);
+    stream.front() = kAnalyserStart;
+    Answer(stream);
+    EXPECT_EQ(Transceive(Hex("42")), kUsbTimeout);
+    library_.never_quiet = false;
+    ExpectGoodExchange();
+}
+
+TEST_F(UsbMessages, EmptyPacketsWithoutEndAreGivenUp) {
+    for (int i = 0; i < 1000; ++i) Answer(Packet(0, 2, {}));
+    EXPECT_EQ(Transceive(Hex("42")), kUsbProtocolFault);
+    ExpectGoodExchange();
+}
+
+TEST_F(UsbMessages, TheTimeoutHoldsForEachPieceAndIsTheCalls) {
+    Answer(kIdentPacket, 150);
+    EXPECT_EQ(Transceive(Hex("42"), 256, 150), kUsbOk);
+    Answer(kIdentPacket, 151);
+    const std::uint32_t start = World().now;
+    EXPECT_EQ(Transceive(Hex("42"), 256, 150), kUsbTimeout);
+    EXPECT_EQ(World().now - start, 150u);
+    EXPECT_EQ(link_->timeout_ms, 150u);
+    EXPECT_EQ(NeltoUSBSetTimeout(link_, 70), kUsbOk);
+    EXPECT_EQ(link_->timeout_ms, 70u);
+}
+
+TEST_F(UsbMessages, ALateAnswerIsNotTakenForTheNextOne) {
+    Answer(Packet(0, 1, {1}), 300);
+    EXPECT_EQ(Transceive(Hex("AA")), kUsbTimeout);
+    platform::SleepMilliseconds(200);
+    Answer(Packet(0, 1, {2}));
+    EXPECT_EQ(Transceive(Hex("AB")), kUsbOk);
+    EXPECT_EQ(reply_, Bytes{2});
+}
+
+struct DriverRow {
+    const char* name;
+    void (*arrange)(FakeD2xx& library);
+};
+
+constexpr DriverRow kDriverFaults[] = {
+    {"event refused", [](FakeD2xx& library) { library.failures["FT_SetEventNotification"] = {4}; }},
+    {"write refused", [](FakeD2xx& library) { library.failures["FT_Write"] = {4}; }},
+    {"short write", [](FakeD2xx& library) { library.most_written = 8; }},
+    {"queue unknown", [](FakeD2xx& library) { library.failures["FT_GetQueueStatus"] = {4}; }},
+    {"queue empty", [](FakeD2xx& library) { library.hides_queue = true; }},
+    {"read refused", [](FakeD2xx& library) { library.failures["FT_Read"] = {4}; }},
+    {"short read", [](FakeD2xx& library) { library.missing_bytes = 1; }},
+    {"no event", [](FakeD2xx&) { platform::memory::FailEventsAfter(0); }},
+};
+
+TEST_F(UsbMessages, EveryDriverFaultEndsTheMessageAndNotTheLink) {
+    for (const DriverRow& row : kDriverFaults) {
+        SCOPED_TRACE(row.name);
+        row.arrange(library_);
+        Answer(kIdentPacket);
+        EXPECT_EQ(Transceive(Hex("42")), kUsbDriverFailed);
+        library_.failures.clear();
+        library_.most_written  = SIZE_MAX;
+        library_.missing_bytes = 0;
+        library_.hides_queue   = false;
+        platform::memory::ResetEvents();
+        ExpectGoodExchange();
+    }
+}
+
+// Every packet of a message goes through the same steps; here the fault hits the second.
+TEST_F(UsbMessages, FaultsInTheMiddleOfAReply) {
+    struct Row {
+        Bytes second;
+        std::uint32_t result;
+    };
+    for (const Row& row : {Row{{}, kUsbTimeout}, Row{Hex("22"), kUsbWrongStart},
+                           Row{Hex("21 80 0F"), kUsbProtocolFault}, Row{Packet(2, 2, {1}), kUsbProtocolFault}}) {
+        Answer(kFirstOfTwo);
+        Answer(row.second);
+        EXPECT_EQ(Transceive(Hex("42")), row.result);
+        ExpectGoodExchange();
+    }
+}
+
+}  // namespace
+}  // namespace nelto::test

@@ -1,0 +1,65 @@
+#!/usr/bin/env python3
+"""Runs the Windows tests, two test classes at a time, each class in a process with a display of its own.
+
+   run_tests.py [WORD...]     only the tests whose full name contains one of the words
+"""
+
+import concurrent.futures
+import subprocess
+import sys
+import unittest
+from pathlib import Path
+
+HERE = Path(__file__).resolve().parent
+sys.path.insert(0, str(HERE))
+import harness  # noqa: E402
+
+PARALLEL = 2
+CLASS_TIMEOUT = 1800
+
+
+def tests_in(suite):
+    for test in suite:
+        if isinstance(test, unittest.TestSuite):
+            yield from tests_in(test)
+        else:
+            yield test
+
+
+def run_group(names):
+    """The worker process: runs the named tests; its last line holds the two numbers."""
+    harness.wine_env.exit_on_signals()
+    result = unittest.TextTestRunner(verbosity=2, stream=sys.stdout).run(unittest.defaultTestLoader.loadTestsFromNames(names))
+    broken = len(result.failures) + len(result.errors) + len(result.unexpectedSuccesses)
+    print(f"{result.testsRun - broken} {broken}")
+
+
+def start_group(names):
+    try:
+        worker = subprocess.run([sys.executable, __file__, "--group", *names], stdin=subprocess.DEVNULL, timeout=CLASS_TIMEOUT,
+                                stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
+        output, numbers = worker.stdout.rstrip().rpartition("\n")[::2]
+        passed, broken = map(int, numbers.split())
+    except (subprocess.TimeoutExpired, ValueError) as fault:
+        output, passed, broken = f"{names}: {fault}\n{getattr(fault, 'stdout', '') or ''}", 0, len(names)
+    print(output, flush=True)
+    return passed, broken
+
+
+def main(words):
+    if words[:1] == ["--group"]:
+        return run_group(words[1:])
+    groups = {}
+    for test in tests_in(unittest.defaultTestLoader.discover(str(HERE))):
+        if not words or any(word in test.id() for word in words):
+            groups.setdefault(type(test), []).append(test.id())
+    harness.wine_env.make_template()
+    with concurrent.futures.ThreadPoolExecutor(PARALLEL) as pool:
+        results = list(pool.map(start_group, groups.values()))
+    passed, broken = (sum(numbers) for numbers in zip(*results, strict=True)) if results else (0, 0)
+    print(f"windows: {passed} passed, {broken} failed")
+    return 1 if broken or not passed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

@@ -1,0 +1,178 @@
+"""The shipped program with analysers of generation 2010: the simulated instrument libraries lie beside it."""
+
+import tempfile
+import time
+from pathlib import Path
+
+import harness
+import wine_env
+from drop_in_generation2010 import KINDS, LIBRARIES, Instrument, scenario_of
+from harness import CANCEL, DEVICE_BOX, OK
+from pixels import Image, shows
+
+AVAILABLE, BROKEN, SEARCHING = "Measure values available", "Connection broken", "Searching measure device"
+PICTURES = harness.ROOT / "build/windows-x64/src/artwork"
+
+# By instrument kind: the instrument name and the number of its picture.
+NAMES = {711: "nelto 710", 745: "nelto 745", 746: "nelto 780-0", 752: "nelto 752", 760: "nelto 760", 781: "nelto 780-5"}
+PICTURE_NUMBERS = {711: 205, 745: 200, 746: 200, 752: 204, 760: 203, 781: 202}
+
+
+class Session2010(harness.WindowsTestCase):
+    def prepare(self, libraries=None, **options):
+        self.program = self.session(**options)
+        self.instrument = Instrument(self.program.prefix, libraries)
+
+    def begin(self, scenario, *arguments):
+        self.instrument.set_up(scenario)
+        self.program.start(*arguments, program=self.instrument.program)
+
+    def wait_values(self):
+        self.program.wait_status(AVAILABLE)
+        self.program.wait_until(lambda: self.program.enabled(OK) and self.program.rows(), "the rows of the list")
+        return {row[0]: row[1:] for row in self.program.rows()}
+
+    def base_log(self):
+        return (self.program.file("Nelto780Base.txt") or b"").decode("cp1252")
+
+
+class EveryKind(Session2010):
+    def assert_picture(self, kind):
+        self.program.ask("activate")
+        with tempfile.TemporaryDirectory() as folder:
+            file = Path(folder) / "screen.png"
+
+            def is_shown():
+                harness.screen().screenshot(file)
+                return shows(Image(file), Image(PICTURES / f"{PICTURE_NUMBERS[kind]}_100.bmp"))
+            self.program.wait_until(is_shown, f"picture {PICTURE_NUMBERS[kind]}")
+
+    def test_values_name_and_picture(self):
+        self.prepare()
+        for kind in KINDS:
+            with self.subTest(kind):
+                self.begin(scenario_of(kind))
+                rows = self.wait_values()
+                self.assertAlmostEqual(float(rows["O2"][0]), 4.2, delta=0.6)
+                self.assertEqual(rows["T-Dew"], ["-", "°C"])
+                self.assertEqual(rows["Fuel"][0], "Heating oil EL")
+                self.assertEqual(rows["Version"][0], "2.15")
+                self.assertEqual(rows["Device"][0], NAMES[kind])
+                self.assertEqual("SmokeP" in rows, kind != 752)
+                self.assertEqual(self.program.text(DEVICE_BOX), NAMES[kind])
+                self.assert_picture(kind)
+                self.assertEqual(self.program.leave(OK), 0)
+                self.assertIn(b"9200=45100123\r\n", self.program.file())
+                self.assertIn(b"6420=1\r\n", self.program.file())
+                self.assertEqual("CNelto780Base2010::WakeUp" in self.base_log(), kind == 760)
+
+    def test_german_names_and_the_chosen_fuel(self):
+        self.prepare(language="de")
+        self.begin(scenario_of(745), "JOB17", "6420=2")
+        self.program.wait_status("Messwerte vorhanden")
+        rows = {row[0]: row[1] for row in self.program.wait_until(self.program.rows, "the rows of the list")}
+        self.assertIn("lambda", rows)
+        self.assertEqual(rows["T links"], "31,5")
+        self.assertEqual(rows["Brennstoff"], "Natural gas")
+        self.assertEqual(self.program.leave(OK), 0)
+        self.assertIn(b"6420=2\r\n", self.program.file())
+
+
+class Libraries(Session2010):
+    def test_the_two_instrument_libraries_may_change_places(self):
+        names = {library.name: library.name for library in LIBRARIES.iterdir()}
+        names["nelto7XXE.dll"], names["nelto7XXT.dll"] = names["nelto7XXT.dll"], names["nelto7XXE.dll"]
+        self.prepare(names)
+        self.begin(scenario_of(745))
+        self.wait_values()
+        self.assertEqual(self.program.leave(OK), 0)
+
+    def test_without_text_mappers_the_idents_are_the_labels(self):
+        self.prepare({name: name for name in ("nelto7XXE.dll", "nelto7XXT.dll", "neltoEmUSB.dll")})
+        self.begin(scenario_of(752))
+        rows = self.wait_values()
+        self.assertAlmostEqual(float(rows[f"Id{0x901}"][0]), 4.2, delta=0.6)
+        self.assertEqual(rows["Fuel"][0], "Fuel100")
+        self.assertIn("IDTEXTMAPPER_T752.DLL loaded", self.base_log())
+        self.assertIn("IDTEXTMAPPER_T780.DLL not found", self.base_log())
+        self.assertEqual(self.program.leave(OK), 0)
+
+    def test_without_the_instrument_libraries_the_search_goes_on(self):
+        self.prepare({"neltoEmUSB.dll": "neltoEmUSB.dll"})
+        self.begin(scenario_of(745))
+        self.program.wait_until(lambda: self.instrument.count("NELTOEMUSB_OpenBySerialNumber") >= 3, "three searches")
+        self.assertEqual(self.program.text(harness.STATUS), SEARCHING)
+        self.program.wait_until(lambda: "NELTO760SPI_SetDateTime: Error code 126" in self.base_log(), "the line in the log")
+        self.program.leave(CANCEL)
+
+    def test_searching_without_any_library_does_not_grow(self):
+        self.prepare({})
+        self.begin("")
+        self.program.wait_until(lambda: "no nelto fluegas instrument (nelto 745/780) found at USB" in self.base_log(),
+                                "the line in the log")
+        time.sleep(3)
+        before = self.program.ask("resources", self.program.pid)
+        time.sleep(10)  # as many searches
+        after = self.program.ask("resources", self.program.pid)
+        self.assertLess(after["handles"] - before["handles"], 4)
+        self.assertEqual(after["threads"], before["threads"])
+        self.program.leave(CANCEL)
+
+
+class Faults(Session2010):
+    def test_unplugging_leads_back_to_values_and_leaves_nothing_behind(self):
+        self.prepare()
+        self.begin(scenario_of(760))
+        self.wait_values()
+        counts = []
+        for _ in range(4):
+            self.instrument.unplug()
+            self.program.wait_status(BROKEN)
+            self.instrument.plug_in()
+            self.wait_values()
+            counts.append(self.program.ask("resources", self.program.pid))
+        self.assertLess(counts[-1]["handles"] - counts[0]["handles"], 3)
+        self.assertLessEqual(counts[-1]["threads"], counts[0]["threads"])
+        self.assertEqual(self.program.leave(OK), 0)
+        self.assertEqual(self.instrument.events()[-1], "NELTO760SPI_Close")
+        self.assertEqual(self.instrument.count("NELTOEMUSB_OpenBySerialNumber"), self.instrument.count("NELTO760SPI_Close"))
+
+    def test_an_error_in_each_phase_is_logged_and_the_program_recovers(self):
+        self.prepare()
+        self.begin(scenario_of(781) + """
+            error NELTO760SPI_SetDateTime 31 to 1
+            error NELTO760SPI_GetDeviceName 32 to 1
+            error NELTO760SPI_GetActiveFuelID 33 to 1
+            error NELTO760SPI_GetCurrentViewValues 34 from 3 to 3
+        """)
+        self.program.wait_until(lambda: self.instrument.count("NELTO760SPI_GetCurrentViewValues -> error 34"), "the last error")
+        self.wait_values()
+        self.assertEqual(self.instrument.count("NELTO760SPI_Close"), 4)
+        self.assertIn("done reading online configuration", self.base_log())
+        self.assertEqual(self.program.leave(OK), 0)
+
+
+class SerialPort(Session2010):
+    def test_the_libraries_take_the_com_port_over(self):
+        self.prepare(settings={"Communication": 5})
+        cable = wine_env.SerialCable(self.program.prefix, 5, 6)
+        self.addCleanup(cable.close)
+        self.program.prefix.start(harness.SIMULATOR, "--port", "COM6", "--ident", "745")
+        self.begin(scenario_of(745) + "devices 37 0\nerror NELTO760SPI_GetCurrentViewValues 34 from 4 to 4")
+        self.program.wait_until(lambda: self.instrument.count("NELTO760SPI_Close"), "the broken connection")
+        rows = self.wait_values()  # over a second pipe: the first one has let the port go
+        self.assertEqual(rows["Device"][0], "nelto 745")
+        self.assertEqual(self.instrument.count("NELTORS232_OpenBluetoothFromPipe"), 2)
+        self.assertEqual(self.program.leave(OK), 0)
+        self.assertNotIn("Connection closed (USB", self.base_log())
+
+    def test_without_the_pipe_the_port_is_tried_again_and_again(self):
+        self.prepare({name: name for name in ("nelto7XXE.dll", "nelto7XXT.dll")}, settings={"Communication": 5})
+        cable = wine_env.SerialCable(self.program.prefix, 5, 6)
+        self.addCleanup(cable.close)
+        self.program.prefix.start(harness.SIMULATOR, "--port", "COM6", "--ident", "752")
+        self.begin(scenario_of(752))
+        self.program.wait_until(lambda: self.instrument.count("NELTO760SPI_StartLogging") >= 3, "three searches")
+        self.program.wait_until(lambda: "Error synchronizing clock" in self.base_log(), "the line in the log")
+        self.assertNotIn("Instrument opening via Bluetooth failed", self.base_log())
+        self.program.leave(CANCEL)

@@ -1,0 +1,115 @@
+"""The shipped program over infrared, with the simulator's Winsock beside it."""
+
+import harness
+from drop_in_winsock import COMMUNICATION_IRDA, Infrared
+from harness import CANCEL, CONNECTION, OK
+
+AVAILABLE = "Measure values available"
+DEFAULT = harness.ROOT / "simulator/scenarios/default.txt"
+ALWAYS = "0 1000000"
+
+# What stands in the way: its lines of a scenario, the error number, the IrDA log.
+OBSTACLES = (
+    (f"infrared_fault no_winsock {ALWAYS}", 1, b"Error 1\r\n"),
+    (f"infrared_fault no_socket {ALWAYS}", 1, b"Error 1\r\n"),
+    (f"infrared_fault not_blocking {ALWAYS}", 2, b"Error 2\r\n"),
+    (f"infrared_fault no_listing {ALWAYS}", 3, b"Error 3\r\n"),
+    (f"infrared_fault nobody {ALWAYS}", 4, b"Error 4: no IrDA device in range\r\n"),
+    ('infrared_device "Printer"\ninfrared_device "NELTO T7801"', 5,
+     b"Device name Printer\r\nDevice name NELTO T7801\r\n"),
+    (f"infrared_fault refused {ALWAYS}", 6, b"Device name NELTO T780\r\nError 6: connect failed 10061\r\n"),
+)
+
+
+class IrdaSession(harness.WindowsTestCase):
+    def prepare(self, **options):
+        self.program = self.session(settings={"Communication": COMMUNICATION_IRDA})
+        self.infrared = Infrared(self.program, **options)
+
+    def begin(self, scenario):
+        self.infrared.events_file.unlink(missing_ok=True)
+        self.infrared.scenario.write_text(scenario)
+        self.program.start(program=self.infrared.program)
+
+    def wait_events(self, count, beginning):
+        self.program.wait_until(lambda: self.infrared.count(beginning) >= count, f"{count} times {beginning!r}")
+
+    def assert_nothing_left(self):
+        self.assertEqual(self.infrared.events()[-1], "WSACleanup, references 0, infrared sockets 0")
+
+
+class Values(IrdaSession):
+    def test_the_first_accepted_device_is_read_in_pieces_and_left_clean(self):
+        self.prepare()
+        self.begin(DEFAULT.read_text() + """
+            infrared_device "Printer"
+            infrared_device "NELTO T785"
+            infrared_device "NELTO T780"
+            infrared_piece 3
+        """)
+        self.program.wait_status(AVAILABLE)
+        self.program.wait_until(lambda: self.program.enabled(OK) and self.program.rows(), "the rows of the list")
+        self.assertEqual(self.program.text(CONNECTION), "IrDA")
+        rows = {row[0]: row[1:] for row in self.program.rows()}
+        self.assertAlmostEqual(float(rows["O2"][0]), 4.2, delta=0.6)
+        self.assertEqual(rows["T-Dew"][1], "°C")
+        self.assertEqual(rows["SerNo"][0], "40712345")
+        self.assertTrue(self.infrared.irda_log.read_bytes().startswith(
+            b"Device name Printer\r\nDevice name NELTO T785\r\nSEND 5 Bytes\r\nA7 02 00 00 00 \r\nRECEIVE 196 Bytes\r\n"
+            b"00 A7 C4 00 01 09 00 00 00 00 00 00 03 10 00 00 \r\n"))
+        self.assertEqual(self.program.leave(OK), 0)
+        self.assertIn(b"9200=40712345\r\n", self.program.file())
+        events = self.infrared.events()
+        self.assertEqual([event for event in events if event.startswith(("WSAStartup", "connected", "request get slave"))],
+                         ["WSAStartup 1.1 gives 0, references 1", "connected to device 2, NELTO T785",
+                          "request get slave mode: 90"])
+        self.assertNotIn("GET_IDENT", "".join(events))
+        self.assert_nothing_left()
+
+    def test_a_broken_conversation_leads_back_to_searching(self):
+        self.prepare()
+        self.begin(DEFAULT.read_text() + """
+            infrared_piece 50
+            fault link_gone 2 command 0x9C request 2 block 2      # gone in the middle of a reply
+            fault wrong_length 60000 command 0x9C request 4       # longer than any reply may be
+        """)
+        self.wait_events(3, "connected to device")
+        self.program.wait_status(AVAILABLE)
+        self.assertGreaterEqual(self.infrared.count("WSAStartup"), 4)  # one search at least found nobody
+        self.assertEqual(self.infrared.count("link gone"), 1)
+        self.assertEqual(self.program.leave(OK), 0)
+        self.assertEqual(self.infrared.count("WSAStartup"), self.infrared.count("WSACleanup"))
+        self.assert_nothing_left()
+
+
+class Searching(IrdaSession):
+    def test_each_obstacle_is_told_each_second_and_leaves_nothing_behind(self):
+        self.prepare()
+        for scenario, error, irda_log in OBSTACLES:
+            with self.subTest(scenario):
+                self.begin(scenario)
+                self.wait_events(2, "WSAStartup")
+                self.assertEqual(self.program.leave(CANCEL), 0)
+                self.assertIn(f"Instrument opening via IRDA failed, Error code {error}\r\n".encode(),
+                              self.program.file("Nelto780Base.txt"))
+                self.assertEqual(self.infrared.irda_log.read_bytes(), irda_log)
+                if "no_winsock" not in scenario:
+                    self.assert_nothing_left()
+
+    def test_searching_does_not_grow(self):
+        self.prepare()
+        self.begin(OBSTACLES[-1][0])
+        self.wait_events(3, "WSACleanup")
+        before = self.program.ask("resources", self.program.pid)["handles"]
+        self.wait_events(9, "WSACleanup")
+        after = self.program.ask("resources", self.program.pid)["handles"]
+        self.assertLess(after - before, 4)  # the six searches between; one under way holds a log and a socket
+        self.program.leave(CANCEL)
+
+    def test_a_windows_without_infrared_fails_cleanly(self):
+        self.prepare(with_library=False)
+        self.begin("")
+        self.program.wait_until(lambda: self.infrared.irda_log.exists() and self.infrared.irda_log.read_bytes(),
+                                "the IrDA log")
+        self.assertEqual(self.infrared.irda_log.read_bytes(), b"Error 1\r\n")
+        self.assertEqual(self.program.leave(CANCEL), 0)

@@ -1,0 +1,263 @@
+"""A technician's session over a serial link: search, values, typed values, hand-over."""
+
+import re
+
+import harness
+from harness import CANCEL, CONNECTION, DEVICE_BOX, HEAT_CARRIER, OIL_DERIVATIVE, OK, SMOKE, STATUS
+from serial_peer import Analyser780, SerialListener, SerialPeer, answer, block_checksum, build_block
+
+SEARCHING = {"en": "Searching measure device", "de": "Suche Meßgerät"}
+AVAILABLE = {"en": "Measure values available", "de": "Messwerte vorhanden"}
+BROKEN = {"en": "Connection broken", "de": "Verbindung unterbrochen"}
+INVALID = {"en": "No valid mesure values available", "de": "Keine gültige Werte verfügbar"}
+
+
+def lines(*texts):
+    return "".join(text + "\r\n" for text in texts).encode("cp1252")
+
+
+class SerialSession(harness.WindowsTestCase):
+    """The program on COM5 with an analyser of the tests' own behind it."""
+
+    def begin(self, *arguments, language="en", analyser=None, settings=None, ports=None, wait=True):
+        self.analyser = analyser or Analyser780()
+        self.peer = SerialPeer(self.analyser)
+        self.addCleanup(self.peer.close)
+        self.program = self.session(language=language, settings={"Communication": 5} | (settings or {}),
+                                    ports={5: self.peer.path} | (ports or {}))
+        self.program.start(*arguments)
+        if wait:
+            self.wait_values(language)
+        return self.program
+
+    def wait_values(self, language="en"):
+        self.program.wait_status(AVAILABLE[language])
+        self.program.wait_until(lambda: self.program.rows() or not self.analyser.channels, "the rows of the list")
+
+    def wait_row(self, row):
+        self.program.wait_until(lambda: row in self.program.rows(), f"the row {row}")
+
+    def leave_with_ok(self):
+        self.assertEqual(self.program.leave(OK), 0)
+        self.assertEqual(self.peer.broken_frames, [])
+        return self.program.file()
+
+
+class Values(SerialSession):
+    def test_english_session_shows_values_and_hands_them_over(self):
+        program = self.begin("JOB17", "6420=3")
+        self.assertEqual(program.text(CONNECTION), "Bluetooth COM5")
+        self.assertEqual(program.text(DEVICE_BOX), "nelto 780-2")
+        self.assertTrue(program.enabled(OK))
+        self.wait_row(["Oilder", "NO", ""])  # the text comes one refresh after the number
+        listed = program.ask("items", harness.LIST)
+        self.assertEqual(listed["columns"], ["Channel", "Value", "Unit"])
+        self.assertEqual(listed["rows"], [
+            ["FT", "183", "°C"], ["AT", "20.9", "°C"], ["O2", "20.9", "%"], ["CO", "12", "ppm"], ["etaA", "-", "%"],
+            ["deltap", "-0.125", "hPa"], ["lambda", "1.5000", "m³/h"],
+            ["HCT", "70", "°C"], ["Smoke1", "2", ""], ["Smoke2", "3", ""], ["Smoke3", "1", ""], ["Oilder", "NO", ""],
+            ["Fuel", "Heating oil EL", ""], ["CO2max", "15.4", "%"], ["O2Ref", "3.0", "%"],
+            ["Device", "nelto 780-2", ""], ["Version", "1.23", ""], ["SerNo", "01234567", ""], ["SmokeP", "P-77", ""]])
+        self.assertEqual(self.leave_with_ok(), lines(
+            "JOB17", "1101=183", "1001=20.9", "2003=20.9", "2204=12", "5321=-", "4010=-0.125", "1401=70.0", "6020=2.0",
+            "6120=3.0", "6220=1.0", "6320=1", "6420=1", "3703=15.4", "2803=3.0", "9000=nelto 780-2", "9100=1.23",
+            "9200=01234567", "9300=P-77", "6520=2.0"))
+
+    def test_german_session_takes_typed_values_with_a_comma(self):
+        program = self.begin("AUFTRAG", language="de")
+        self.assertEqual(program.ask("items", harness.LIST)["columns"], ["Größe", "Wert", "Einheit"])
+        self.assertIn(["AT", "20,9", "°C"], program.rows())
+        self.wait_row(["Ölder", "NEIN", ""])
+        self.assertEqual([program.text(field) for field in (*SMOKE, HEAT_CARRIER)], ["2,0", "3,0", "1,0", "70,0"])
+        for field, typed in zip((*SMOKE, HEAT_CARRIER), ("9,5", "0", "1", "999,9")):
+            program.ask("settext", field, typed)
+        self.assertEqual(program.ask("combo", OIL_DERIVATIVE)["entries"], ["-", "NEIN", "JA"])
+        program.ask("select", OIL_DERIVATIVE, 2)
+        written = self.leave_with_ok().split(b"\r\n")
+        for line in (b"AUFTRAG", b"1101=183", b"1001=20,9", b"4010=-0,125", b"1401=999,9", b"6020=9,5", b"6120=0,0",
+                     b"6220=1,0", b"6320=2", b"6420=1", b"9100=1.23", b"6520=3,5"):
+            self.assertIn(line, written)
+
+    def test_typed_values_outside_their_range_are_absent(self):
+        program = self.begin()
+        for field, typed in zip((*SMOKE, HEAT_CARRIER), ("2", "3", "10", "1000")):
+            program.ask("settext", field, typed)
+        written = self.leave_with_ok().split(b"\r\n")
+        self.assertEqual([line for line in written if line[:4] in (b"1401", b"6020", b"6120", b"6220", b"6520")],
+                         [b"1401=-", b"6020=2.0", b"6120=3.0", b"6220=-"])
+
+    def test_typing_survives_the_refresh(self):
+        program = self.begin()
+        self.assertEqual(program.ask("focus"), OK)
+        self.assertEqual(program.ask("focus", SMOKE[0]), SMOKE[0])
+        program.ask("settext", SMOKE[0], "4")
+        exchanges = len(self.peer.requests)
+        program.wait_until(lambda: len(self.peer.requests) > exchanges + 12, "further value reads")
+        self.assertEqual((program.text(SMOKE[0]), program.ask("focus")), ("4", SMOKE[0]))
+
+    def test_no_oil_fuel_hides_the_smoke_channels(self):
+        analyser = Analyser780()
+        analyser.fuel = 7
+        program = self.begin(analyser=analyser)
+        labels = [row[0] for row in program.rows()]
+        self.assertIn("HCT", labels)
+        self.assertFalse({"Smoke1", "Smoke2", "Smoke3", "Oilder"} & set(labels))
+        self.assertEqual([program.enabled(field) for field in (*SMOKE, OIL_DERIVATIVE, HEAT_CARRIER)], [False] * 4 + [True])
+        written = self.leave_with_ok().split(b"\r\n")
+        self.assertIn(b"6420=4", written)
+        self.assertFalse([line for line in written if line[:4] in (b"6020", b"6120", b"6220", b"6520", b"6320")])
+
+    def test_changed_value_reaches_the_list(self):
+        program = self.begin()
+        self.analyser.channels[3] = (0x0902, 131, 0, 4711.0, "CO")
+        self.wait_row(["CO", "4711", "ppm"])
+
+    def test_710_has_values_at_once_but_no_channels(self):
+        analyser = Analyser780()
+        analyser.ident = b"T710\x01\x00"
+        analyser.channels = []
+        analyser.overrides = {0x0C: bytes(4), 0x0D: bytes(4)}
+        program = self.begin("JOB", analyser=analyser)
+        self.assertEqual(program.rows(), [])
+        self.assertEqual(self.leave_with_ok(), lines("JOB", "1401=60.0"))
+        self.assertEqual({request[0] for request in self.peer.requests}, {0x42, 0x0C, 0x0D})
+        self.assertEqual(program.file("ZIVNelto780.txt").split(b"\r\n").count(b"nelto 710 GetOnlineConfiguration"), 2)
+
+
+class LinkFaults(SerialSession):
+    def test_pulled_link_breaks_and_comes_back(self):
+        program = self.begin()
+        self.wait_row(["Oilder", "NO", ""])
+        rows = program.rows()
+        self.peer.pull()
+        program.wait_status(BROKEN["en"])
+        self.assertEqual(program.rows(), rows)
+        self.peer.plug_again(program.prefix, 5)
+        self.wait_values()
+
+    def test_silent_analyser_comes_back(self):
+        program = self.begin(language="de")
+        self.peer.distort = lambda frame: b""
+        program.wait_status(BROKEN["de"])
+        self.peer.distort = lambda frame: frame
+        self.wait_values("de")
+
+    def test_damaged_answers_break_the_connection(self):
+        program = self.begin()
+        for name, distort in {
+            "lost byte": lambda frame: frame[:-3] + frame[-2:],
+            "flipped bit": lambda frame: frame[:7] + bytes([frame[7] ^ 4]) + frame[8:],
+            "foreign answer": lambda frame: build_block(0x21, 0, 1, answer(0x41)),
+        }.items():
+            with self.subTest(name):
+                self.peer.distort = distort
+                program.wait_status(BROKEN["en"])
+                self.peer.distort = lambda frame: frame
+                self.wait_values()
+
+    def test_zeroing_shows_no_valid_values_until_it_ends(self):
+        program = self.begin(language="de")
+        self.analyser.zero_flag = 0
+        program.wait_status(INVALID["de"])
+        program.wait_until(lambda: program.rows() == [], "the empty list")
+        self.analyser.zero_flag = 1
+        self.wait_values("de")
+
+    def test_reconnecting_leaks_no_handles(self):
+        program = self.begin()
+        counts = []
+        for _ in range(4):
+            self.analyser.overrides = {0xAA: answer(0x41)}
+            program.wait_status(BROKEN["en"])
+            self.analyser.overrides = {}
+            self.wait_values()
+            counts.append(program.ask("resources", program.pid))
+        self.assertEqual(counts[0], counts[-1], counts)
+
+
+class StartAndEnd(SerialSession):
+    def test_cancel_while_searching_writes_nothing_and_the_old_file_is_gone(self):
+        program = self.session(language="de", settings={"Communication": 33})
+        (program.temp / harness.EXCHANGE_FILE).write_bytes(b"stale\r\n")
+        program.start("JOB17")
+        self.assertEqual(program.text(STATUS), SEARCHING["de"])
+        self.assertIsNone(program.file())
+        self.assertFalse(program.enabled(OK))
+        self.assertEqual(program.leave(CANCEL), 0)
+        self.assertIsNone(program.file())
+
+    def test_cancel_during_an_unanswered_exchange(self):
+        analyser = Analyser780()
+        analyser.reply = lambda request: None
+        program = self.begin(analyser=analyser, wait=False)
+        program.wait_until(lambda: self.peer.requests, "the first request")
+        self.assertEqual(program.leave(CANCEL), 0)
+        self.assertIsNone(program.file())
+
+    def test_cancel_with_values_writes_nothing(self):
+        program = self.begin()
+        self.assertEqual(program.leave(CANCEL), 0)
+        self.assertIsNone(program.file())
+
+    def test_keyboard_accepts_and_refuses(self):
+        for key, written in ((0x1B, False), (0x0D, True)):
+            with self.subTest(key=key):
+                program = self.begin("K")
+                program.ask("key", key)
+                self.assertEqual(program.program.wait(harness.PATIENCE), 0)
+                self.assertEqual(program.file() is not None, written)
+
+    def test_help_without_a_help_file_says_so(self):
+        for language, caption, text in (("en", "Error", "Helpfile not found. File "), ("de", "Fehler", "Hilfedatei nicht gefunden. Datei ")):
+            with self.subTest(language):
+                program = self.begin(language=language, wait=False)
+                program.ask("post", harness.HELP)
+                box = program.wait_until(lambda: self.message_box(program), "the message box")
+                self.assertEqual(box["caption"], caption)
+                file = rf"[A-Z]:\\.*NeltoStackWatcher_{language.upper()}\.chm"
+                self.assertTrue(any(re.fullmatch(re.escape(text) + file, shown) for shown in box["texts"]), box)
+                program.ask("messagebox", 1)
+
+    @staticmethod
+    def message_box(program):
+        try:
+            return program.ask("messagebox")
+        except harness.DriverError:
+            return None
+
+
+class Outputs(SerialSession):
+    def test_serial_output_sends_each_refresh(self):
+        listener = SerialListener()
+        self.addCleanup(listener.close)
+        program = self.begin(language="de", settings={"EnableRS232": 1, "RS232Port": 12}, ports={12: listener.path})
+        program.wait_until(lambda: listener.read().count(b"END\n\r") >= 2, "two blocks of output")
+        self.assertEqual(listener.received.split(b"END\n\r")[0], b"".join(line + b"\n\r" for line in (
+            b"NELTO", b"00000101:001=183", b"00000102:001=20.9", b"00000901:130=20.9", b"00000902:131=12",
+            b"00000B01:130=", b"00000301:024=-0.125", b"00000777:033=1.5000", b"0000FF01:001=70", b"0000FF02:099=2",
+            b"0000FF03:099=3", b"0000FF04:099=1", b"0000FF06:099=NEIN")))
+
+    def test_port_of_a_wrong_registry_type_is_port_one(self):
+        listener = SerialListener()
+        self.addCleanup(listener.close)
+        program = self.begin(settings={"EnableRS232": 1, "RS232Port": "12"})
+        program.prefix.connect_port(1, listener.path)
+        program.wait_until(lambda: b"END\n\r" in listener.read(), "output on COM1")
+
+    def test_trace_logs(self):
+        program = self.begin()
+        self.leave_with_ok()
+        stamped = rb"\d\d\.\d\d\.\d{4} \d\d:\d\d:\d\d "
+        self.assertRegex(program.file("NeltoStackWatcherProtocol.txt"), rb"\A" + stamped + rb"=== Start ===\r\n\Z")
+        base = program.file("Nelto780Base.txt")
+        self.assertRegex(base, rb"\A(" + stamped + rb"[^\r\n]+\r\n)+\Z")
+        told = [line[20:] for line in base.decode("cp1252").split("\r\n")]
+        self.assertEqual(told[:6], ["=== Start ===", "Nelto780Open", "Instrument opened via Bluetooth", "GET_IDENT [Bluetooth] OK",
+                                    "RS232 dwReceived 9 number of Byte", "nelto 780 2004 found"])
+        ident = build_block(0x12, 0, 1, b"\x42").hex(" ").upper().encode()
+        self.assertIn(b"NeltoRS232Open uPort = 5, COM5\r\n", program.file("ZIVNelto780.txt"))
+        self.assertIn(b"\r\nTimeout 3000 msec\r\nSEND: " + ident + b" \r\nRECV: 21 00 00 00 01 09 00 42 00 00 54 37 38 30 01 ",
+                      program.file("ZIVNelto780.txt"))
+
+    def test_checksum_of_the_tests_is_the_published_one(self):
+        self.assertEqual(block_checksum(b"123456789"), 0x6F91)
