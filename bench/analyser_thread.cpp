@@ -6,8 +6,7 @@
 
 #include <array>
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
+#include <cstdint>
 #include <optional>
 
 namespace nelto::bench {
@@ -31,14 +30,6 @@ bool WriteAll(int port, simulator::Bytes bytes) {
 }
 
 }  // namespace
-
-simulator::Scenario LoadScenarioOrEnd(const std::string& path) {
-    std::string error;
-    auto scenario = simulator::LoadScenario(path, error);
-    if (scenario) return *std::move(scenario);
-    std::fprintf(stderr, "cannot be measured: scenario %s: %s\n", path.c_str(), error.c_str());
-    std::exit(1);
-}
 
 AnalyserThread::AnalyserThread(const simulator::Scenario& scenario, const std::string& tty)
     : analyser_(scenario.analyser),

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <atomic>
-#include <cstdint>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -12,8 +12,10 @@
 
 namespace nelto::bench {
 
-/// Reads a scenario; ends the program with a message when there is none to be had.
-[[nodiscard]] simulator::Scenario LoadScenarioOrEnd(const std::string& path);
+/// The scenario with 40 channels; without it the reason is in `error`.
+[[nodiscard]] inline std::optional<simulator::Scenario> LoadFortyChannels(std::string& error) {
+    return simulator::LoadScenario(NELTO_SCENARIO_40_CHANNELS, error);
+}
 
 class AnalyserThread {
 public:

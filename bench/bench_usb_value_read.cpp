@@ -2,6 +2,7 @@
 // how many packets go over the link. The driver is simulated in the same process, on a thread of its own.
 #include <chrono>
 #include <cstdio>
+#include <string>
 #include <vector>
 
 #include "analyser_thread.h"
@@ -36,9 +37,11 @@ double TimeBeyondDriver(const InstrumentConnection& connection, ChannelTable& ch
 }  // namespace
 
 int main() {
-    const simulator::Scenario scenario = LoadScenarioOrEnd(NELTO_SCENARIO_40_CHANNELS);
+    std::string error;
+    const auto scenario = LoadFortyChannels(error);
+    if (!scenario) return CannotMeasure(error.c_str());
     const platform::posix::TemporaryDirectory logs;
-    const SimulatedD2xx library(scenario);
+    const SimulatedD2xx library(*scenario);
 
     InstrumentConnection connection;
     connection.link.transport = Transport::kUsb;

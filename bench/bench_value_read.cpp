@@ -169,12 +169,14 @@ double TellCpu(const Results& results, const char* own, const char* other) {
 }  // namespace
 
 int main() {
-    const simulator::Scenario scenario = LoadScenarioOrEnd(NELTO_SCENARIO_40_CHANNELS);
+    std::string error;
+    const auto scenario = LoadFortyChannels(error);
+    if (!scenario) return CannotMeasure(error.c_str());
     const platform::posix::TemporaryDirectory logs;
     if (logs.path().empty()) return CannotMeasure("no temporary directory");
 
-    const Results by_byte  = Measure(scenario, 1);
-    const Results by_eight = Measure(scenario, 8);
+    const Results by_byte  = Measure(*scenario, 1);
+    const Results by_eight = Measure(*scenario, 8);
     if (by_byte.reads.empty() || by_eight.reads.empty()) return CannotMeasure("an exchange failed");
     Describe(by_byte.reads.front());
 

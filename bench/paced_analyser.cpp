@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <string>
 
 #include "analyser_thread.h"
 #include "figures.h"
@@ -12,7 +13,10 @@ int main() {
     using namespace nelto::bench;
     PacedLink link(19200, 8);
     if (!link.IsOpen()) return CannotMeasure("no pseudo terminals");
-    const AnalyserThread analyser(LoadScenarioOrEnd(NELTO_SCENARIO_40_CHANNELS), link.far_path());
+    std::string error;
+    const auto scenario = LoadFortyChannels(error);
+    if (!scenario) return CannotMeasure(error.c_str());
+    const AnalyserThread analyser(*scenario, link.far_path());
     if (!analyser.IsOpen()) return CannotMeasure("no far end");
     std::printf("%s\n", link.near_path().c_str());
     std::fflush(stdout);

@@ -35,10 +35,8 @@ def host_figures(name):
 
 
 def measured_figures(name):
-    if name != "windows":
-        return host_figures(name)
     try:
-        return windows_figures.measure()
+        return windows_figures.measure() if name == "windows" else host_figures(name)
     except Exception as problem:  # whatever it was: the other figures are still to be shown
         say(f"cannot be measured: {type(problem).__name__}: {problem}")
         return None

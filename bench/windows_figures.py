@@ -1,7 +1,6 @@
 """Figures of the shipped program under Wine: its start, its work and its memory while it shows values, its size."""
 
 import contextlib
-import os
 import re
 import statistics
 import subprocess

@@ -19,7 +19,7 @@ namespace simulator {
 /// The folder of that library, with its final backslash.
 [[nodiscard]] std::string DropInFolder(const void* inside);
 
-/// Milliseconds since the first call: the simulator's time.
+/// Milliseconds since the start of the program that uses the library: the simulator's time, the same in all its libraries.
 [[nodiscard]] std::uint64_t DropInNowMs();
 
 /// Appends one line with the seconds since the start to the file that NELTO_SIMULATOR_LOG names; without it to nowhere.

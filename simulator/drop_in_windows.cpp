@@ -21,6 +21,19 @@ std::string Variable(const char* name) {
     return length < value.size() ? std::string(value.data(), length) : std::string();
 }
 
+std::chrono::milliseconds ProcessAge() {
+    FILETIME creation{};
+    FILETIME now{};
+    FILETIME unused{};
+    GetProcessTimes(GetCurrentProcess(), &creation, &unused, &unused, &unused);
+    GetSystemTimeAsFileTime(&now);
+    constexpr std::uint64_t kPerMillisecond = 10000;
+    const auto ticks                        = [](const FILETIME& time) {
+        return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
+    };
+    return std::chrono::milliseconds((ticks(now) - ticks(creation)) / kPerMillisecond);
+}
+
 }  // namespace
 
 std::string DropInFolder(const void* inside) {
@@ -56,7 +69,7 @@ std::optional<Scenario> DropInScenario(const void* inside) {
 }
 
 std::uint64_t DropInNowMs() {
-    static const auto start = std::chrono::steady_clock::now();
+    static const auto start = std::chrono::steady_clock::now() - ProcessAge();
     const auto passed       = std::chrono::steady_clock::now() - start;
     return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(passed).count());
 }

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
-#include <memory>
 #include <utility>
 
 #include "analyser_2004.h"
@@ -21,7 +19,7 @@ constexpr std::size_t kMaxInfraredPiece = 65535;
 constexpr std::size_t kMaxInfraredName  = 22;
 
 class ScenarioReader {
-  public:
+public:
     using Statement = bool (ScenarioReader::*)();
 
     [[nodiscard]] bool ReadLine(std::string_view text);
@@ -52,13 +50,13 @@ class ScenarioReader {
     bool AddInfraredFault();
     bool InfraredPiece() { return line_.ReadNumber<std::size_t>(scenario_.infrared.piece, 1, kMaxInfraredPiece); }
 
-  private:
+private:
     bool AddText(std::uint16_t key, const std::u16string& text);
 
     Scenario scenario_;
     AnalyserData& data_ = scenario_.analyser;
     ScenarioLine line_;
-    std::uint16_t next_own_key_ = kFirstOwnKey;
+    std::uint16_t next_own_key_    = kFirstOwnKey;
     bool has_own_infrared_devices_ = false;
 };
 
@@ -283,18 +281,10 @@ std::optional<Scenario> ParseScenario(std::string_view text, std::string& error)
 }
 
 std::optional<Scenario> LoadScenario(const std::string& path, std::string& error) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
     std::string text;
-    std::array<char, 4096> part;
-    std::size_t length = 0;
-    while (file != nullptr && (length = std::fread(part.data(), 1, part.size(), file.get())) > 0) {
-        text.append(part.data(), length);
-    }
-    if (file == nullptr || std::ferror(file.get()) != 0) {
-        error = "cannot be read";
-        return std::nullopt;
-    }
-    return ParseScenario(text, error);
+    if (ReadScenarioFile(path, text)) return ParseScenario(text, error);
+    error = "cannot be read";
+    return std::nullopt;
 }
 
 }  // namespace simulator

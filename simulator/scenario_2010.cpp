@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
-#include <iterator>
 
 #include "scenario_line.h"
 #include "scenario_parts.h"
@@ -204,13 +202,10 @@ std::optional<AnalyserData2010> ParseScenario2010(std::string_view text, std::st
 }
 
 std::optional<AnalyserData2010> LoadScenario2010(const std::string& path, std::string& error) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        error = "cannot be read";
-        return std::nullopt;
-    }
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    return ParseScenario2010(text, error);
+    std::string text;
+    if (ReadScenarioFile(path, text)) return ParseScenario2010(text, error);
+    error = "cannot be read";
+    return std::nullopt;
 }
 
 }  // namespace simulator

@@ -1,8 +1,20 @@
 #include "scenario_parts.h"
 
-#include <string>
+#include <array>
+#include <cstdio>
+#include <memory>
 
 namespace simulator {
+
+bool ReadScenarioFile(const std::string& path, std::string& text) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
+    std::array<char, 4096> part;
+    std::size_t length = 0;
+    while (file != nullptr && (length = std::fread(part.data(), 1, part.size(), file.get())) > 0) {
+        text.append(part.data(), length);
+    }
+    return file != nullptr && std::ferror(file.get()) == 0;
+}
 
 bool ReadCourse(ScenarioLine& line, ValueCourse& course) {
     if (line.NextIs("ramp") || line.NextIs("sine")) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "analyser_data.h"
@@ -10,6 +11,9 @@
 #include "value_course.h"
 
 namespace simulator {
+
+/// The whole file; false when it cannot be read.
+[[nodiscard]] bool ReadScenarioFile(const std::string& path, std::string& text);
 
 /// A constant, or "ramp A B SECONDS", "sine MIDDLE AMPLITUDE SECONDS", "steps SECONDS V V ...".
 [[nodiscard]] bool ReadCourse(ScenarioLine& line, ValueCourse& course);

@@ -12,7 +12,7 @@ Driver::Driver(DriverSetup setup, std::vector<Scenario> scenarios, EventSink eve
     }
 }
 
-void Driver::SetUnplugged(std::set<std::string> serials, std::uint64_t now_ms) {
+void Driver::SetUnplugged(const std::set<std::string>& serials, std::uint64_t now_ms) {
     for (const auto& converter : converters_) {
         const bool by_time = converter->Setup().unplugged && converter->Setup().unplugged->Contains(now_ms);
         const bool is_gone = by_time || serials.contains("") || serials.contains(converter->ListedSerial());

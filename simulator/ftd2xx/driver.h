@@ -34,7 +34,7 @@ public:
 
     /// Serial numbers that the control file names as unplugged; "" stands for all. A handle to a converter that has
     /// been unplugged stays dead when it is plugged in again.
-    void SetUnplugged(std::set<std::string> serials, std::uint64_t now_ms);
+    void SetUnplugged(const std::set<std::string>& serials, std::uint64_t now_ms);
 
     [[nodiscard]] D2xxStatus CountDevices(std::uint32_t& count);
     [[nodiscard]] D2xxStatus SerialByIndex(std::size_t index, std::string& serial);

@@ -139,7 +139,7 @@ private:
             if (!line.empty()) unplugged.insert(line);
         }
         if (file.is_open() && unplugged.empty()) unplugged.insert("");
-        driver_.SetUnplugged(std::move(unplugged), now_ms);
+        driver_.SetUnplugged(unplugged, now_ms);
     }
 
     std::mutex mutex_;

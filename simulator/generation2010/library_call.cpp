@@ -1,7 +1,6 @@
 #include "library_call.h"
 
 #include <algorithm>
-#include <fstream>
 #include <memory>
 
 #include "scenario_2010.h"
@@ -31,7 +30,8 @@ Analyser2010* TheAnalyser2010() {
 }
 
 bool IsPlugged(const Analyser2010& analyser) {
-    return analyser.IsThere(DropInNowMs()) && !std::ifstream(DropInFolder(Inside()) + "unplugged2010.txt");
+    return analyser.IsThere(DropInNowMs()) &&
+           DropInFile(Inside(), "NELTO_SIMULATOR_UNPLUGGED_2010", "unplugged2010.txt").empty();
 }
 
 void GiveText(std::u16string_view text, wchar_t* out, std::uint32_t capacity) {

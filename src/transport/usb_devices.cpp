@@ -26,7 +26,8 @@ std::uint32_t CountUsbDevices(const d2xx::DeviceFunctions& functions, std::uint3
 }
 
 std::uint32_t UsbCandidate::Open(std::uint32_t index) {
-    void* const index_argument = reinterpret_cast<void*>(std::uintptr_t{index});
+    // The library takes the index in place of a pointer.
+    void* const index_argument = reinterpret_cast<void*>(std::uintptr_t{index});  // NOLINT(performance-no-int-to-ptr)
     d2xx::Status status =
         functions_.list_devices(index_argument, listed_serial_.data(), d2xx::kListByIndex | d2xx::kOpenBySerialNumber);
     if (status != d2xx::kOk) return kUsbStepSerial + status;

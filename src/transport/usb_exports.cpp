@@ -45,36 +45,36 @@ nelto::UsbLink* LinkOf(NeltoUSBHandle handle) { return reinterpret_cast<nelto::U
 
 }  // namespace
 
-std::uint32_t NeltoUSBGetDevices(std::uint32_t deviceType, std::uint32_t* serials, std::uint32_t capacity,
+std::uint32_t NeltoUSBGetDevices(std::uint32_t device_type, std::uint32_t* serials, std::uint32_t capacity,
                                  std::uint32_t* count) {
     Report(count, 0);
     std::uint32_t stored       = 0;
-    const std::uint32_t result = nelto::NeltoUSBGetDevices(deviceType, Room(serials, capacity), stored);
+    const std::uint32_t result = nelto::NeltoUSBGetDevices(device_type, Room(serials, capacity), stored);
     Report(count, stored);
     return result;
 }
 
-std::uint32_t NeltoUSBOpen(std::uint32_t deviceType, std::uint32_t serialNumber, NeltoUSBHandle* handle) {
+std::uint32_t NeltoUSBOpen(std::uint32_t device_type, std::uint32_t serial_number, NeltoUSBHandle* handle) {
     if (handle == nullptr) return nelto::kUsbNoHandle;
     nelto::UsbLink* link       = nullptr;
-    const std::uint32_t result = nelto::NeltoUSBOpen(deviceType, serialNumber, link);
+    const std::uint32_t result = nelto::NeltoUSBOpen(device_type, serial_number, link);
     *handle                    = reinterpret_cast<NeltoUSBHandle>(link);
     return result;
 }
 
-std::uint32_t NeltoUSBTransceive(NeltoUSBHandle handle, const std::uint8_t* request, std::uint32_t requestLength,
-                                 std::uint8_t* reply, std::uint32_t replyCapacity, std::uint32_t* replyLength,
-                                 std::uint32_t timeoutMs) {
-    Report(replyLength, 0);
+std::uint32_t NeltoUSBTransceive(NeltoUSBHandle handle, const std::uint8_t* request, std::uint32_t request_length,
+                                 std::uint8_t* reply, std::uint32_t reply_capacity, std::uint32_t* reply_length,
+                                 std::uint32_t timeout_ms) {
+    Report(reply_length, 0);
     std::size_t received       = 0;
-    const std::uint32_t result = nelto::NeltoUSBTransceive(LinkOf(handle), Room(request, requestLength),
-                                                           Room(reply, replyCapacity), received, timeoutMs);
-    Report(replyLength, received);
+    const std::uint32_t result = nelto::NeltoUSBTransceive(LinkOf(handle), Room(request, request_length),
+                                                           Room(reply, reply_capacity), received, timeout_ms);
+    Report(reply_length, received);
     return result;
 }
 
 std::uint32_t NeltoUSBClose(NeltoUSBHandle handle) { return nelto::NeltoUSBClose(LinkOf(handle)); }
 
-std::uint32_t NeltoUSBSetTimeout(NeltoUSBHandle handle, std::uint32_t timeoutMs) {
-    return nelto::NeltoUSBSetTimeout(LinkOf(handle), timeoutMs);
+std::uint32_t NeltoUSBSetTimeout(NeltoUSBHandle handle, std::uint32_t timeout_ms) {
+    return nelto::NeltoUSBSetTimeout(LinkOf(handle), timeout_ms);
 }

@@ -17,9 +17,7 @@ constexpr std::uint32_t kPipe = static_cast<std::uint32_t>(FakeMaker::kPipeHandl
 /// Notes the call; its result. A call for the analyser without its handle fails.
 template <typename... Numbers>
 std::uint32_t Called(const std::string& name, Numbers... numbers) {
-    std::string call = name;
-    ((call += ' ' + std::to_string(numbers)), ...);
-    Maker().calls.push_back(call);
+    Maker().calls.push_back((name + ... + (' ' + std::to_string(numbers))));
     const auto forced = Maker().results.find(name);
     return forced == Maker().results.end() ? 0 : forced->second;
 }

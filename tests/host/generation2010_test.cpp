@@ -558,6 +558,11 @@ TEST_F(Generation2010Test, SubTypes) {
         EXPECT_EQ(Maker().CallsOf("GetDeviceName"), row.names_asked);
     }
     EXPECT_TRUE(Logged("NELTO760SPI_GetDeviceType: -1"));
+
+    connection_.sub_type             = 99;
+    Maker().results["GetDeviceName"] = 1;
+    EXPECT_EQ(GetSubType(connection_), kBadAnswer);
+    EXPECT_EQ(connection_.sub_type, 0U);
 }
 
 TEST_F(Generation2010Test, ANameThatFillsItsBufferIsEnded) {

@@ -264,7 +264,7 @@ protected:
         library_.Attach(2, "1", &peer_);
         EXPECT_EQ(NeltoUSBOpen(2, kAny, link_), kUsbOk);
     }
-    ~UsbMessages() override {
+    void TearDown() override {
         EXPECT_EQ(NeltoUSBClose(link_), kUsbOk);
         EXPECT_TRUE(library_.AllReleased());
     }

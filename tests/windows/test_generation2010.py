@@ -159,10 +159,10 @@ class SerialPort(Session2010):
         self.addCleanup(cable.close)
         self.program.prefix.start(harness.SIMULATOR, "--port", "COM6", "--ident", "745")
         self.begin(scenario_of(745) + "devices 37 0\nerror NELTO760SPI_GetCurrentViewValues 34 from 4 to 4")
-        self.program.wait_until(lambda: self.instrument.count("NELTO760SPI_Close"), "the broken connection")
-        rows = self.wait_values()  # over a second pipe: the first one has let the port go
-        self.assertEqual(rows["Device"][0], "nelto 745")
-        self.assertEqual(self.instrument.count("NELTORS232_OpenBluetoothFromPipe"), 2)
+        # The second pipe comes once the first one has let the port go.
+        self.program.wait_until(lambda: self.instrument.count("NELTORS232_OpenBluetoothFromPipe") == 2, "the second pipe")
+        self.program.wait_until(lambda: "done reading online configuration" in self.base_log(), "the second configuration")
+        self.assertEqual(self.wait_values()["Device"][0], "nelto 745")
         self.assertEqual(self.program.leave(OK), 0)
         self.assertNotIn("Connection closed (USB", self.base_log())
 

@@ -108,6 +108,9 @@ class OtherPrograms(unittest.TestCase):
         ("", None, ["list"], 0, "type 2 serial 40712345"),
         ("", None, ["talk"], 0, "reply 00 42 00 00 54 37 38 30 01"),
         ("", None, ["talk", "3"], 1, "NeltoUSBOpen: 1 "),
+        ('converter serial "5" told_serial "6"', None, ["list"], 0, "type 2 serial 6"),
+        ('converter scenario "790.txt"', None, ["talk"], 0, "reply 00 42 00 00 54 37 39 30 01"),
+        ('converter unplugged 0 1000', None, ["talk"], 5, "NeltoUSBOpen: 5 "),
         ("nothing", None, ["talk"], 5, "NeltoUSBOpen: 5 "),
         ("nothing", None, ["list"], 0, ""),
         ("status FT_Write 4", None, ["talk"], 3, "NeltoUSBTransceive: 3 "),
@@ -158,6 +161,7 @@ class OtherPrograms(unittest.TestCase):
     def test_each_result_code_for_its_cause(self):
         self.assertEqual(self.last_line("list")[0], 2)  # no driver installed
         driver = drop_in_d2xx.Driver(self.prefix, NEW)
+        (driver.folder / "790.txt").write_text("ident 790")
         for setup, scenario, arguments, code, line in self.CODES:
             with self.subTest(setup=setup, scenario=scenario, arguments=arguments[:2]):
                 (driver.folder / "scenario.txt").unlink(missing_ok=True)

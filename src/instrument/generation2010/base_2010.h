@@ -13,7 +13,7 @@ struct InstrumentConnection;
 /// Lives from identification until its connection is closed. Every operation returns kDone, or kBadAnswer when a library reports
 /// an error, with the cause in the connection's base log. Worker thread.
 class CNelto780Base2010 {
-  public:
+public:
     /// Keeps `connection`, which outlives it and holds the device handle, and loads the texts for its instrument kind.
     explicit CNelto780Base2010(InstrumentConnection& connection);
 
@@ -33,7 +33,7 @@ class CNelto780Base2010 {
     /// Makes the fuel with this number of the program's own the active one.
     std::uint32_t SetActualFuel(std::int32_t fuel_number);
 
-  private:
+private:
     /// Logs `format`, filled with the error code.
     std::uint32_t Failed(const wchar_t* format, std::uint32_t error) const;
 

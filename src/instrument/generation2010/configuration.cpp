@@ -51,14 +51,14 @@ ChannelRecord PercentChannel(std::uint32_t ident_2010, const wchar_t* label, flo
 
 /// One configuration read, step by step. A step that fails has written its line to the log and returns kBadAnswer.
 class ConfigurationReader {
-  public:
+public:
     ConfigurationReader(const InstrumentConnection& connection, std::uint32_t model, const TextMapper& texts,
                         ChannelTable& channels)
         : connection_(connection), model_(model), texts_(texts), channels_(channels) {}
 
     std::uint32_t Read();
 
-  private:
+private:
     using Step = std::uint32_t (ConfigurationReader::*)();
 
     /// A stop of the program takes effect between two steps.

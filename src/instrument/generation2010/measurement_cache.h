@@ -20,7 +20,7 @@ constexpr std::size_t kMostChannels2010 = 63;
 
 /// A channel table that is cleared and then filled from its first record on.
 class ChannelFiller {
-  public:
+public:
     explicit ChannelFiller(ChannelTable& table) : table_(table) { table_ = {}; }
 
     [[nodiscard]] std::size_t Used() const { return used_; }
@@ -29,14 +29,14 @@ class ChannelFiller {
     /// Appends the record; a full table drops it.
     void Add(const ChannelRecord& record);
 
-  private:
+private:
     ChannelTable& table_;
     std::size_t used_ = 0;
 };
 
 /// Room for the records that a library announces. A number that no analyser reaches is refused, whatever the library says.
 class RecordArray {
-  public:
+public:
     /// False when the room is refused.
     [[nodiscard]] bool Allocate(std::uint32_t count);
 
@@ -45,7 +45,7 @@ class RecordArray {
     [[nodiscard]] ValueRecord2010* Data() { return records_.get(); }
     [[nodiscard]] std::span<const ValueRecord2010> Records() const { return {records_.get(), count_}; }
 
-  private:
+private:
     std::unique_ptr<ValueRecord2010[]> records_;
     std::uint32_t count_ = 0;
 };

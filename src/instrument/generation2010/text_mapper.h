@@ -14,7 +14,7 @@ namespace nelto {
 /// The text library that goes with one analyser, loaded as long as the object lives. Without it, or without one of its exports,
 /// there are no texts of that kind. Worker thread.
 class TextMapper {
-  public:
+public:
     /// Loads the library of the instrument kind and writes to the log what came of it, and the user's language.
     TextMapper(std::uint32_t kind, const BaseLog& log);
     ~TextMapper();
@@ -28,7 +28,7 @@ class TextMapper {
     /// Name of a fuel by its library id, as long as a channel's text; empty without `GetFuelString`.
     [[nodiscard]] std::wstring FuelText(std::uint32_t fuel_id) const;
 
-  private:
+private:
     /// Language tag, number of the text, text out, scratch out, characters of each. What it returns is not known.
     using GetString = std::uint32_t(NELTO_LIBRARY_CALL*)(const wchar_t* language, std::uint32_t number, wchar_t* text,
                                                          wchar_t* scratch, std::uint32_t capacity);
