@@ -105,8 +105,8 @@ NELTO_USB_API uint32_t NELTO_USB_CALL NeltoUSBOpen(uint32_t deviceType, uint32_t
  *   timeoutMs      milliseconds to wait for each piece of the reply, 0xFFFFFFFF for no end; stays in force for the
  *                  link.
  *
- * A failure leaves the link open; nothing is repeated. The next call then begins with throwing away what the driver has
- * received meanwhile, so that a late reply is not taken for the reply to the next request.
+ * A failure leaves the link open; nothing is repeated. A reply that comes after a time-out stays with the driver: close and
+ * reopen the link before the next request, or it may be taken for the reply to that one.
  */
 NELTO_USB_API uint32_t NELTO_USB_CALL NeltoUSBTransceive(NeltoUSBHandle handle, const uint8_t* request,
                                                          uint32_t requestLength, uint8_t* reply, uint32_t replyCapacity,

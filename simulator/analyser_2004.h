@@ -22,7 +22,7 @@ struct ClockSetting {
 [[nodiscard]] bool IsKnownModel(unsigned model);
 
 class Analyser2004 {
-  public:
+public:
     explicit Analyser2004(AnalyserData data) : data_(std::move(data)) {}
 
     /// The answer to one whole request at `now_ms` after the start. None for an empty request, and for every request
@@ -33,7 +33,7 @@ class Analyser2004 {
     [[nodiscard]] const AnalyserData& Data() const { return data_; }
     [[nodiscard]] const ClockSetting& Clock() const { return clock_; }
 
-  private:
+private:
     AnalyserData data_;
     ClockSetting clock_;
 };

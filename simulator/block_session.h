@@ -18,7 +18,7 @@ namespace simulator {
 using EventSink = std::function<void(const std::string& line)>;
 
 class BlockSession {
-  public:
+public:
     /// `analyser` and `faults` must outlive the session; they may serve further links. `payload_limit` is the most
     /// payload bytes of a reply block, 1 to 255.
     BlockSession(Analyser2004& analyser, FaultScript& faults, std::size_t payload_limit, EventSink events)
@@ -37,7 +37,7 @@ class BlockSession {
     /// Forgets everything under way: the link was closed or lost.
     void Reset();
 
-  private:
+private:
     struct Output {
         std::uint64_t due_ms = 0;
         Message bytes;

@@ -8,7 +8,7 @@
 namespace simulator {
 
 class Console {
-  public:
+public:
     /// Milliseconds since this object was made: the simulator's time.
     [[nodiscard]] std::uint64_t NowMs() const;
 
@@ -17,7 +17,7 @@ class Console {
     /// The line alone, for other programs.
     void TellPlain(const std::string& line) const;
 
-  private:
+private:
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 

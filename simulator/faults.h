@@ -51,7 +51,7 @@ struct Strike {
 };
 
 class FaultScript {
-  public:
+public:
     FaultScript() = default;
     explicit FaultScript(const std::vector<Fault>& faults) {
         for (const Fault& fault : faults) Add(fault);
@@ -62,7 +62,7 @@ class FaultScript {
     /// Counts one request that begins with `command` and gives the faults that strike it.
     [[nodiscard]] std::vector<Strike> Begin(std::uint8_t command, std::uint64_t now_ms);
 
-  private:
+private:
     struct Entry {
         Fault fault;
         std::uint32_t seen = 0;

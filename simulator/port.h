@@ -10,7 +10,7 @@
 namespace simulator {
 
 class Port {
-  public:
+public:
     Port() = default;
     ~Port() { Close(); }
     Port(const Port&)            = delete;
@@ -33,7 +33,7 @@ class Port {
 
     void Close();
 
-  private:
+private:
     static constexpr std::intptr_t kClosed = -1;
 
     std::intptr_t handle_    = kClosed;

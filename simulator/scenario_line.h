@@ -15,7 +15,7 @@ namespace simulator {
 
 /// Every Read... takes the next word; on anything unexpected it gives false and leaves the reason in `Error()`.
 class ScenarioLine {
-  public:
+public:
     struct Attribute {
         std::string_view name;
         std::function<bool()> read;
@@ -53,7 +53,7 @@ class ScenarioLine {
     bool Fail(std::string reason);
     [[nodiscard]] const std::string& Error() const { return error_; }
 
-  private:
+private:
     struct Word {
         std::string text;
         bool is_text = false;

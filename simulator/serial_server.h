@@ -10,7 +10,7 @@
 namespace simulator {
 
 class SerialServer {
-  public:
+public:
     /// All three must outlive the server. With `with_frames` every piece of bytes is told too.
     SerialServer(BlockSession& session, const Console& console, bool with_frames)
         : session_(session), console_(console), with_frames_(with_frames) {}
@@ -21,7 +21,7 @@ class SerialServer {
     /// The same on a pair of pseudo terminals of its own, told as "port PATH". False where there are none.
     [[nodiscard]] bool ServePair();
 
-  private:
+private:
     void ServeUntilLost();
     [[nodiscard]] bool Receive();
     [[nodiscard]] bool Send();

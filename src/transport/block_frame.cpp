@@ -83,12 +83,12 @@ ReplyStatus AppendReplyBlock(std::span<const std::uint8_t> frame, ReplyBuffer& r
         case BlockFault::kBadIndex: return ReplyStatus::kBadIndex;
         case BlockFault::kBadChecksum: return ReplyStatus::kBadChecksum;
     }
-    if (block.payload.size() > reply.storage.size() - reply.length) return ReplyStatus::kTooLong;
-    std::copy(block.payload.begin(), block.payload.end(),
-              reply.storage.begin() + static_cast<std::ptrdiff_t>(reply.length));
-    reply.length += block.payload.size();
+    const std::size_t taken = std::min(block.payload.size(), reply.storage.size() - reply.length);
+    std::copy_n(block.payload.begin(), taken, reply.storage.begin() + static_cast<std::ptrdiff_t>(reply.length));
+    reply.length += taken;
+    if (taken < block.payload.size()) return ReplyStatus::kTooLong;
     if (block.index == block.count - 1) return ReplyStatus::kComplete;
-    if (++reply.blocks >= MaxReplyBlocks(reply.storage.size())) return ReplyStatus::kEndless;
+    if (block.payload.empty() && ++reply.empty_blocks > kMaxEmptyBlocks) return ReplyStatus::kEndless;
     const bool stopped = reply.stop_request != nullptr && *reply.stop_request != 0;
     return stopped ? ReplyStatus::kStopped : ReplyStatus::kMore;
 }

@@ -65,16 +65,15 @@ enum class BlockFault : std::uint8_t { kNone, kTooShort, kWrongLength, kBadIndex
 /// Set by whoever wants to end: a reply of many blocks is given up between two of them. Null where nobody does.
 using StopRequest = const std::atomic<std::uint32_t>*;
 
-/// Blocks that a reply into `capacity` bytes may have. Analysers fill their blocks; without a bound, a peer that sends empty
-/// or nearly empty ones could keep a conversation going for hours.
-constexpr std::size_t MaxReplyBlocks(std::size_t capacity) { return 64 + capacity / 16; }
+/// Empty blocks that a reply may hold before it is given up; the others fill its buffer, so that every reply ends.
+constexpr std::size_t kMaxEmptyBlocks = 64;
 
 /// A reply message under assembly in the caller's buffer.
 struct ReplyBuffer {
     std::span<std::uint8_t> storage;
     StopRequest stop_request = nullptr;
     std::size_t length       = 0;
-    std::size_t blocks       = 0;
+    std::size_t empty_blocks = 0;
 };
 
 enum class ReplyStatus : std::uint8_t {
@@ -85,7 +84,7 @@ enum class ReplyStatus : std::uint8_t {
     kBadIndex,
     kBadChecksum,
     kTooLong,
-    kEndless,  // more blocks than a reply of this size has
+    kEndless,  // more empty blocks than any analyser sends
     kStopped,
 };
 

@@ -1,6 +1,7 @@
 #include "transport/usb_exchange.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/event.h"
 
@@ -82,7 +83,8 @@ std::uint32_t UsbExchange(const UsbLink& link, std::span<const std::uint8_t> pac
     return kUsbTimeout;
 }
 
-void DropLateUsbBytes(const UsbLink& link) {
+void DropLateUsbBytes(UsbLink& link) {
+    if (!std::exchange(link.late_bytes_possible, false)) return;
     UsbAnswer late;
     for (int round = 0; round < kMostLateReads; ++round) {
         std::uint32_t queued = 0;

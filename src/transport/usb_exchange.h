@@ -20,7 +20,4 @@ using UsbAnswer = std::array<std::uint8_t, kUsbAnswerSize>;
 [[nodiscard]] std::uint32_t UsbExchange(const UsbLink& link, std::span<const std::uint8_t> packet, UsbAnswer& answer,
                                         std::size_t& received);
 
-/// Throws away what waits in the driver's queue.
-void DropLateUsbBytes(const UsbLink& link);
-
 }  // namespace nelto

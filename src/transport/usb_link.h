@@ -20,7 +20,7 @@ struct UsbLink {
     std::uint32_t timeout_ms         = 0;  // for each piece of a reply
     std::size_t packet_payload_limit = kUsbPayloadLimit;
     StopRequest stop_request         = nullptr;  // ends a reply between two packets
-    bool late_bytes_possible         = false;    // the last message failed: its answer may still be on the way
+    bool late_bytes_possible         = false;    // the last message timed out: its answer may be on the way
     d2xx::LinkFunctions functions;
 };
 
@@ -39,6 +39,10 @@ struct UsbLink {
 [[nodiscard]] std::uint32_t NeltoUSBTransceive(UsbLink* handle, std::span<const std::uint8_t> request,
                                                std::span<std::uint8_t> reply, std::size_t& reply_length,
                                                std::uint32_t timeout_ms);
+
+/// Throws away what came after a message had timed out, so that it cannot pass for the answer to the next one; nothing is asked of
+/// the driver otherwise. For the program's own conversations.
+void DropLateUsbBytes(UsbLink& link);
 
 /// Closes the link; the handle is gone whatever the result. Returns a UsbResult.
 std::uint32_t NeltoUSBClose(UsbLink* handle);

@@ -62,12 +62,10 @@ std::uint32_t NeltoUSBTransceive(UsbLink* handle, std::span<const std::uint8_t> 
     reply_length = 0;
     if (handle == nullptr) return kUsbNoHandle;
     handle->timeout_ms = timeout_ms;
-    // An answer that comes after its time must not pass for the answer to this request.
-    if (handle->late_bytes_possible) DropLateUsbBytes(*handle);
 
     ReplyBuffer assembly{.storage = reply, .stop_request = handle->stop_request};
     const std::uint32_t result  = Transceive(*handle, request, assembly);
-    handle->late_bytes_possible = result != kUsbOk;
+    handle->late_bytes_possible = result == kUsbTimeout;
     if (result == kUsbOk) reply_length = assembly.length;
     return result;
 }

@@ -207,7 +207,6 @@ Measurement MainDialog::StopAndStoreTyped() {
 }
 
 void MainDialog::Accept() {
-    if (!IsControlEnabled(dialog_, IDC_OK)) return;  // the Enter key before the first values
     WriteExchangeFile(state_, StopAndStoreTyped().tables);
     EndDialog(dialog_, kAccepted);
 }

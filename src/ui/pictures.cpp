@@ -33,7 +33,7 @@ std::uint32_t SetOffset(std::uint32_t dpi) {
 
 /// A bitmap selected into a device context of its own; both are released together.
 class BitmapCanvas {
-  public:
+public:
     BitmapCanvas(HDC screen, HBITMAP bitmap)
         : bitmap_(bitmap), context_(CreateCompatibleDC(screen)), previous_(SelectObject(context_, bitmap)) {}
     ~BitmapCanvas() {
@@ -46,7 +46,7 @@ class BitmapCanvas {
 
     [[nodiscard]] HDC Context() const { return context_; }
 
-  private:
+private:
     HBITMAP bitmap_;
     HDC context_;
     HGDIOBJ previous_;

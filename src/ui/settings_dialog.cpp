@@ -31,13 +31,13 @@ constexpr std::array kTexts = {
 };
 
 class SettingsDialog {
-  public:
+public:
     SettingsDialog(ProgramState& state, UpDownTable& up_downs) : state_(state), up_downs_(up_downs) {}
 
     void Initialise(HWND dialog);
     bool HandleCommand(int command);
 
-  private:
+private:
     void ShowCommunication();
     void ShowSerialOutput();
     void AttachPort(int field_id);

@@ -11,7 +11,7 @@ namespace nelto::ui {
 /// The up-down controls by the edit field that they belong to. The windows themselves are owned by their dialogs; one
 /// attached to a field already listed takes the entry over. Dialog thread.
 class UpDownTable {
-  public:
+public:
     /// Puts an up-down control into the right end of the field, whose text stays as it is. Nothing for a missing field or
     /// when the table is full.
     void Attach(HWND dialog, int field_id, int lowest, int highest);
@@ -20,7 +20,7 @@ class UpDownTable {
     /// Enables or disables the field together with its arrows.
     void Enable(HWND dialog, int field_id, bool enabled) const;
 
-  private:
+private:
     struct Entry {
         int field_id = 0;
         HWND up_down = nullptr;

@@ -77,7 +77,7 @@ void Rebuild(HWND list, std::span<const ListRow> rows) {
 }  // namespace
 
 void PrepareValueList(HWND list) {
-    constexpr DWORD kStyles = LVS_EX_GRIDLINES | LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER;
+    constexpr DWORD kStyles = LVS_EX_GRIDLINES | LVS_EX_FULLROWSELECT;
     SendMessageW(list, LVM_SETEXTENDEDLISTVIEWSTYLE, kStyles, kStyles);
     for (std::size_t index = 0; index < kColumnTexts.size(); ++index) {
         std::wstring text = StringText(kColumnTexts[index]);

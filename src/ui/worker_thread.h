@@ -10,7 +10,7 @@ namespace nelto::ui {
 
 /// Dialog thread. Must stay in place between Start and Stop: the thread refers to it.
 class WorkerThread {
-  public:
+public:
     WorkerThread(ProgramState& state, OpenInstrument open) : state_(state), open_(open) {}
     ~WorkerThread() { Stop(); }
     WorkerThread(const WorkerThread&)            = delete;
@@ -20,7 +20,7 @@ class WorkerThread {
     /// Asks the worker to stop and waits for it without limit; nothing when it does not run.
     void Stop();
 
-  private:
+private:
     static DWORD WINAPI Run(void* worker_thread);
 
     ProgramState& state_;

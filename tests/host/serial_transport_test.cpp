@@ -126,12 +126,14 @@ TEST_F(SerialTransportTest, NeverTakesALateAnswerForTheNext) {
     EXPECT_EQ(Transceive(Hex("53"), 0), kSerialProtocolFault);
 }
 
-TEST_F(SerialTransportTest, EndsADrippingReplyAndOneThatAStopInterrupts) {
+TEST_F(SerialTransportTest, EndsAnEndlessReplyAndOneThatAStopInterrupts) {
     Open();
-    const Bytes drop = ReplyBlocks(Bytes(2, 1), 1)[0];
+    std::array<std::uint8_t, kMaxBlockSize> frame{};
+    const std::size_t size = BuildBlock(frame, kAnalyserStart, 0, 2, {});
+    const Bytes drop(frame.begin(), frame.begin() + static_cast<std::ptrdiff_t>(size));
     for (int block = 0; block < 1000; ++block) peer_.answers.push_back({drop, 150});
     EXPECT_EQ(Transceive(Hex("42")), kSerialProtocolFault);
-    EXPECT_EQ(peer_.written.size(), MaxReplyBlocks(reply_.size()));
+    EXPECT_EQ(peer_.written.size(), kMaxEmptyBlocks + 1);
 
     const std::atomic<std::uint32_t> stop{1};
     peer_.written.clear();

@@ -287,11 +287,13 @@ protected:
     void AnswerMessage(const Bytes& message, std::size_t limit = 248) {
         for (const Bytes& block : ReplyBlocks(message, limit)) Answer(block);
     }
-    /// After whatever happened before, the link answers as ever.
+    /// After whatever happened before, and with its remains thrown away, the link answers as ever.
     void ExpectGoodExchange() {
         World().now += 1000;
         peer_.answers.clear();
         peer_.written.clear();
+        link_->late_bytes_possible = true;
+        DropLateUsbBytes(*link_);
         Answer(kIdentPacket);
         EXPECT_EQ(Transceive(Hex("42")), kUsbOk);
         EXPECT_EQ(reply_, Hex("00 42 00 00 54 37 38 30 01"));
@@ -490,6 +492,7 @@ TEST_F(UsbMessages, ALateAnswerIsNotTakenForTheNextOne) {
     EXPECT_EQ(Transceive(Hex("AA")), kUsbTimeout);
     platform::SleepMilliseconds(200);
     Answer(Packet(0, 1, {2}));
+    DropLateUsbBytes(*link_);
     EXPECT_EQ(Transceive(Hex("AB")), kUsbOk);
     EXPECT_EQ(reply_, Bytes{2});
 }

@@ -1,0 +1,235 @@
+#include <array>
+#include <set>
+
+#include "generation2010_fixture.h"
+#include "instrument/generation2010/fuel.h"
+
+namespace nelto::test {
+namespace {
+
+using platform::memory::RemoveLibrary;
+
+// Errors.
+
+using Operation = std::uint32_t (*)(InstrumentConnection& connection, ChannelTable& channels);
+
+struct FailureCase {
+    Operation operation;
+    const char* function;
+    const char* line;
+};
+
+constexpr Operation kSubTypeRead = [](InstrumentConnection& connection, ChannelTable&) {
+    return GetSubType(connection);
+};
+constexpr Operation kSlaveModeOff = [](InstrumentConnection& connection, ChannelTable&) {
+    return SetSlaveMode(connection, false);
+};
+constexpr Operation kClock = [](InstrumentConnection& connection, ChannelTable&) {
+    return SynchronizeClock(connection);
+};
+constexpr Operation kWakeUp = [](InstrumentConnection& connection, ChannelTable&) {
+    return connection.generation2010->WakeUp();
+};
+constexpr Operation kFuelChoice = [](InstrumentConnection& connection, ChannelTable&) {
+    return SetActiveFuel(connection, 2);
+};
+constexpr Operation kConfiguration = [](InstrumentConnection& connection, ChannelTable& channels) {
+    return GetOnlineConfiguration(connection, channels);
+};
+constexpr Operation kValues = [](InstrumentConnection& connection, ChannelTable& channels) {
+    return GetOnlineValues(connection, channels);
+};
+
+constexpr std::array kFailures = std::to_array<FailureCase>({
+    {kSubTypeRead, "GetDeviceType", "NELTO760SPI_GetDeviceType: Error code -2"},
+    {kSubTypeRead, "GetDeviceName", "NELTO760SPI_GetDeviceName: Error code -2"},
+    {kSlaveModeOff, "SetDeviceMode", "NELTO760SPI_SetDeviceMode: Error code -2"},
+    {kClock, "SetDateTime", "NELTO760SPI_SetDateTime: Error code -2"},
+    {kWakeUp, "SetShutdown", "NELTO760SPI_Shutdown: Error code -2"},
+    {kFuelChoice, "SetActiveFuelID", "SetActualFuel. FuelID = 2"},
+    {kConfiguration, "GetMeasCacheCounter", "Invalid response GetMeasCacheCounter"},
+    {kConfiguration, "GetMeasCacheNumberOfValues", "Invalid response GetMeasCacheNumberOfValues"},
+    {kConfiguration, "GetMeasCacheValues", "Invalid response GetMeasCacheValues"},
+    {kConfiguration, "GetNumberOfCurrentViewValues", "Value 80.000000 Ident V101"},
+    {kConfiguration, "GetCurrentViewValues", "Number of online channels 1"},
+    {kConfiguration, "GetCurrentMeasurement", "NELTO760SPI_GetCurrentMeasurement failed"},
+    {kConfiguration, "SetCurrentMeasurement", "NELTO760SPI_SetCurrentMeasurement failed"},
+    {kConfiguration, "GetActiveFuelID", "NELTO760SPI_GetActiveFuelID failed"},
+    {kConfiguration, "GetDeviceType", "NELTO760SPI_GetDeviceType failed"},
+    {kConfiguration, "GetFirmwareVersion", "NELTO760SPI_GetFirmwareVersion failed"},
+    {kConfiguration, "GetSerialNumberBox", "NELTO760SPI_GetSerialNumberBox failed"},
+    {kConfiguration, "GetSmokePumpNumber", "NELTO760SPI_GetSmokePumpNumber failed"},
+    {kValues, "GetNumberOfCurrentViewValues", nullptr},
+    {kValues, "GetCurrentViewValues", nullptr},
+});
+
+TEST_F(Generation2010Test, EachErrorOfALibraryIsABadAnswerWithItsLine) {
+    for (const FailureCase& row : kFailures) {
+        SCOPED_TRACE(row.function);
+        InstallFakeMaker();
+        Maker().device_type           = 9;
+        Maker().cache                 = {{Record(0x0101, 80.0F)}};
+        Maker().values                = {Record(0x0102, 1.0F)};
+        Maker().results[row.function] = 0xFFFFFFFE;
+        Connect(kKind781);
+        EXPECT_EQ(row.operation(connection_, channels_), kBadAnswer);
+        EXPECT_EQ(Maker().CallsOf(row.function), 1U);
+        if (row.line != nullptr) EXPECT_TRUE(LogLines(kLog).back().ends_with(row.line)) << LogLines(kLog).back();
+    }
+}
+
+TEST_F(Generation2010Test, WhatWasAddedBeforeAnErrorStays) {
+    FillValues(2);
+    Maker().results["GetFirmwareVersion"] = 1;
+    Connect();
+    EXPECT_EQ(Configure(), kBadAnswer);
+    EXPECT_EQ(Used(), 6U);
+}
+
+TEST_F(Generation2010Test, FunctionsMayLieInEitherLibrary) {
+    const char* line    = "NELTO760SPI_SetDateTime: Error code 127";
+    std::size_t missing = 0;
+    for (const auto& [name, function] : InstrumentFunctions()) {
+        for (const bool alone : {true, false}) {
+            std::set<std::string> first;
+            if (alone) {
+                first.insert(name);
+            } else {
+                for (const auto& other : InstrumentFunctions()) first.insert(other.first);
+                first.erase(name);
+            }
+            InstallFakeMaker();
+            DivideInstrumentFunctions(first);
+            Connect();
+            EXPECT_EQ(SynchronizeClock(connection_), kDone) << name;
+            EXPECT_EQ(GetSubType(connection_), kDone) << name;
+            EXPECT_EQ(Configure(), kDone) << name;
+            EXPECT_EQ(ReadValues(), kDone) << name;
+            if (Logged(line)) ++missing;
+        }
+    }
+    EXPECT_EQ(missing, 0U);
+}
+
+TEST_F(Generation2010Test, TheSecondLibraryAloneWillDo) {
+    RemoveLibrary(L"nelto7XXE.dll");
+    platform::memory::InstallLibrary(L"nelto7XXT.dll", InstrumentFunctions());
+    Connect();
+    EXPECT_EQ(SynchronizeClock(connection_), kDone);
+}
+
+TEST_F(Generation2010Test, AMissingLibraryOrFunctionIsAnErrorWithItsCode) {
+    platform::memory::InstallLibrary(L"nelto7XXE.dll", {});
+    Connect();
+    EXPECT_EQ(SynchronizeClock(connection_), kBadAnswer);
+    EXPECT_TRUE(Logged("NELTO760SPI_SetDateTime: Error code 127"));
+
+    connection_.generation2010.reset();
+    platform::memory::ResetLibraries();
+    Connect();
+    EXPECT_EQ(SynchronizeClock(connection_), kBadAnswer);
+    EXPECT_TRUE(Logged("NELTO760SPI_SetDateTime: Error code 126"));
+    EXPECT_EQ(Configure(), kBadAnswer);
+    EXPECT_EQ(ReadValues(), kBadAnswer);
+}
+
+// Modes.
+
+struct SubTypeCase {
+    std::uint32_t device_type;
+    const wchar_t* name;
+    std::uint32_t sub_type;
+    std::size_t names_asked;
+};
+
+TEST_F(Generation2010Test, SubTypes) {
+    constexpr std::array kCases = std::to_array<SubTypeCase>({
+        {0, L"NELTO 780-1HD F", 20, 0},
+        {1, L"NELTO 745", 1, 0},
+        {2, L"NELTO 745", 2, 0},
+        {3, L"NELTO 745", 20, 1},
+        {5, L"NELTO 780-1HD F", 3, 1},
+        {0x100, L"NELTO 780-2HD F", 4, 1},
+        {3, L"NELTO 780-1HD", 0, 1},
+        {3, L"nelto 745", 0, 1},
+        {0xFFFFFFFF, L"", 0, 1},
+    });
+    for (const SubTypeCase& row : kCases) {
+        SCOPED_TRACE(row.device_type);
+        InstallFakeMaker();
+        Maker().device_type = row.device_type;
+        Maker().device_name = row.name;
+        Connect();
+        connection_.sub_type = 99;
+        ASSERT_EQ(GetSubType(connection_), kDone);
+        EXPECT_EQ(connection_.sub_type, row.sub_type);
+        EXPECT_EQ(Maker().CallsOf("GetDeviceName"), row.names_asked);
+    }
+    EXPECT_TRUE(Logged("NELTO760SPI_GetDeviceType: -1"));
+
+    connection_.sub_type             = 99;
+    Maker().results["GetDeviceName"] = 1;
+    EXPECT_EQ(GetSubType(connection_), kBadAnswer);
+    EXPECT_EQ(connection_.sub_type, 0U);
+}
+
+TEST_F(Generation2010Test, ANameThatFillsItsBufferIsEnded) {
+    Maker().device_type = 3;
+    Maker().device_name = std::wstring(500, L'n');
+    Connect();
+    ASSERT_EQ(GetSubType(connection_), kDone);
+    EXPECT_TRUE(Logged("NELTO760SPI_GetDeviceName: " + std::string(128, 'n')));
+}
+
+TEST_F(Generation2010Test, TheClockIsSetToLocalTime) {
+    Connect();
+    ASSERT_EQ(SynchronizeClock(connection_), kDone);
+    const DateTime2010& set = Maker().date_time;
+    EXPECT_EQ((std::array<unsigned, 7>{set.hour, set.minute, set.second, set.zero, set.year, set.month, set.day}),
+              (std::array<unsigned, 7>{14, 5, 9, 0, 2011, 3, 7}));
+    EXPECT_TRUE(Logged("SynchronizeClock2010"));
+}
+
+TEST_F(Generation2010Test, SlaveModeIsModeTwo) {
+    Connect();
+    EXPECT_EQ(SetSlaveMode(connection_, true), kDone);
+    EXPECT_EQ(SetSlaveMode(connection_, false), kDone);
+    EXPECT_EQ(Maker().calls, (std::vector<std::string>{"SetDeviceMode 2", "SetDeviceMode 0"}));
+    EXPECT_TRUE(Logged("CNelto780Base2010::SetSlaveMode"));
+    EXPECT_TRUE(Logged("SetSlaveMode2010 OK"));
+}
+
+// Fuels.
+
+TEST_F(Generation2010Test, FuelNumbersAndLibraryFuels) {
+    constexpr std::array<std::uint32_t, 14> kLibraryFuels = {0,   100, 104, 114, 113, 107, 108,
+                                                             103, 111, 112, 0,   121, 0,   0};
+    Connect();
+    for (std::int32_t number = -1; number < 14; ++number) {
+        SCOPED_TRACE(number);
+        const std::uint32_t expected = number < 0 ? 0 : kLibraryFuels[static_cast<std::size_t>(number)];
+        Maker().calls.clear();
+        EXPECT_EQ(SetActiveFuel(connection_, number), kDone);
+        EXPECT_TRUE(Logged("SetActualFuel. FuelID = " + std::to_string(number)));
+        if (expected == 0) {
+            EXPECT_TRUE(Maker().calls.empty());
+        } else {
+            EXPECT_EQ(Maker().calls, std::vector<std::string>{"SetActiveFuelID " + std::to_string(expected)});
+            EXPECT_EQ(FuelNumberOf(expected), number);
+        }
+    }
+}
+
+TEST_F(Generation2010Test, AnUnknownFuelHasNoNumber) {
+    Maker().fuel       = 105;
+    Maker().fuel_texts = {{105, L"Straw"}};
+    Connect();
+    ASSERT_EQ(Configure(), kDone);
+    EXPECT_EQ(channels_[0].view_ident, kFuel);
+    EXPECT_EQ(channels_[0].value_type, kNoValue);
+    EXPECT_EQ(channels_[0].value, 0.0F);
+}
+
+}  // namespace
+}  // namespace nelto::test
