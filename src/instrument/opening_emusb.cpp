@@ -99,10 +99,10 @@ bool FindProduct(InstrumentConnection& connection) {
 bool OpenProduct(InstrumentConnection& connection, ProgramState& state) {
     CallLibrary(library::kStartLogging, kOn);
     if (!OpenCountedDevice(connection, state, kFailures)) return false;
-    std::uint32_t ident = 0;
-    CallDevice(connection, library::kGetIdent, &ident);
-    connection.log.WriteF(L"nelto 745 or nelto 760 with ident %u opened via USB", ident);
-    if (ident == kIdent745Basic) connection.kind = kKind746;
+    RoomyNumber2010 ident;
+    CallDevice(connection, library::kGetIdent, &ident.value);
+    connection.log.WriteF(L"nelto 745 or nelto 760 with ident %u opened via USB", ident.value);
+    if (ident.value == kIdent745Basic) connection.kind = kKind746;
     return true;
 }
 

@@ -121,11 +121,11 @@ std::uint32_t ConfigurationReader::AddCurrentValues() {
 
 /// Hands the measurement back to the analyser as it was read.
 std::uint32_t ConfigurationReader::ConfirmMeasurement() {
-    std::uint32_t measurement = 0;
-    if (CallDevice(connection_, library::kGetCurrentMeasurement, &measurement) != 0) {
+    RoomyNumber2010 measurement;
+    if (CallDevice(connection_, library::kGetCurrentMeasurement, &measurement.value) != 0) {
         return Failed(L"NELTO760SPI_GetCurrentMeasurement failed");
     }
-    if (CallDevice(connection_, library::kSetCurrentMeasurement, measurement) != 0) {
+    if (CallDevice(connection_, library::kSetCurrentMeasurement, measurement.value) != 0) {
         return Failed(L"NELTO760SPI_SetCurrentMeasurement failed");
     }
     return kDone;
@@ -133,10 +133,11 @@ std::uint32_t ConfigurationReader::ConfirmMeasurement() {
 
 std::uint32_t ConfigurationReader::AddFuel() {
     if (channels_.Used() >= kRoomForFuel) return kDone;
-    std::uint32_t library_fuel = 0;
-    if (CallDevice(connection_, library::kGetActiveFuelId, &library_fuel) != 0) {
+    RoomyNumber2010 active;
+    if (CallDevice(connection_, library::kGetActiveFuelId, &active.value) != 0) {
         return Failed(L"NELTO760SPI_GetActiveFuelID failed");
     }
+    const std::uint32_t library_fuel = active.value;
     connection_.log.WriteF(L"Active FuelID  %u", library_fuel);
     AddFuelChannel(library_fuel);
     AddFuelData(library_fuel);

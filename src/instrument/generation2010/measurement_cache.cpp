@@ -34,11 +34,12 @@ void MakeLabel(std::uint32_t ident_2010, const TextMapper& texts, std::span<wcha
 
 std::uint32_t AddPosition(const InstrumentConnection& connection, std::uint32_t position, const TextMapper& texts,
                           ChannelFiller& channels) {
-    const BaseLog& log  = connection.log;
-    std::uint32_t count = 0;
-    if (CallDevice(connection, library::kGetMeasCacheNumberOfValues, position, &count) != 0) {
+    const BaseLog& log = connection.log;
+    RoomyNumber2010 number;
+    if (CallDevice(connection, library::kGetMeasCacheNumberOfValues, position, &number.value) != 0) {
         return Failed(log, L"Invalid response GetMeasCacheNumberOfValues");
     }
+    const std::uint32_t count = number.value;
     log.WriteF(L"MeasCache Position %u, number of values %u", position, count);
 
     RecordArray records;

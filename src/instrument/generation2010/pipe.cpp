@@ -8,7 +8,9 @@ void SwitchToPipe(InstrumentConnection& connection) {
 
     CallLibrary(library::kStartLogging, kOn);
     library::Handle pipe = 0;
-    CallLibrary(library::kOpenBluetoothFromPipe, static_cast<library::Handle>(connection.link.serial_port), &pipe);
+    const std::uint32_t error =
+        CallLibrary(library::kOpenBluetoothFromPipe, static_cast<library::Handle>(connection.link.serial_port), &pipe);
+    if (error != 0) connection.log.WriteF(L"NELTORS232_OpenBluetoothFromPipe: Error code %d", error);
     // A port that the pipe works on is the library's: it stays open here, also when the connection is closed.
     if (pipe == 0) platform::CloseSerialPort(connection.link.serial_port);
     connection.link.serial_port = platform::SerialHandle::kNone;

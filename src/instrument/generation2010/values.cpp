@@ -23,14 +23,24 @@ void UpdateChannel(std::uint32_t view_ident, const ValueRecord2010& record, Chan
 }  // namespace
 
 std::uint32_t ReadCurrentValues(const InstrumentConnection& connection, RecordArray& records) {
-    std::uint32_t count = 0;
-    if (CallDevice(connection, library::kGetNumberOfCurrentViewValues, kAllValues, &count) != 0) return kBadAnswer;
-    connection.log.WriteF(L"Number of online channels %u", count);
-    if (!records.Allocate(count)) return kBadAnswer;
+    RoomyNumber2010 count;
+    const std::uint32_t count_error =
+        CallDevice(connection, library::kGetNumberOfCurrentViewValues, kAllValues, &count.value);
+    if (count_error != 0) {
+        connection.log.WriteF(L"NELTO760SPI_GetNumberOfCurrentViewValues: Error code %d", count_error);
+        return kBadAnswer;
+    }
+    connection.log.WriteF(L"Number of online channels %u", count.value);
+    if (!records.Allocate(count.value)) {
+        connection.log.Write(L"More online channels than any analyser has");
+        return kBadAnswer;
+    }
     Unread2010 header{};
     const std::uint32_t error = CallDevice(connection, library::kGetCurrentViewValues, kAllValues, header.data(),
                                            records.Data(), records.Count());
-    return error == 0 ? kDone : kBadAnswer;
+    if (error == 0) return kDone;
+    connection.log.WriteF(L"NELTO760SPI_GetCurrentViewValues: Error code %d", error);
+    return kBadAnswer;
 }
 
 std::uint32_t GetOnlineValues2010(const InstrumentConnection& connection, ChannelTable& channels) {
