@@ -60,6 +60,8 @@ BENCHMARK(OneFrame<BoostCrc>)->Name("Boost.CRC");
 /// Shows the runs and keeps the medians.
 class MedianKeeper : public benchmark::ConsoleReporter {
 public:
+    MedianKeeper() : ConsoleReporter(OO_Tabular) {}
+
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
             if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
@@ -90,12 +92,9 @@ int main(int argc, char** argv) {
     if (!ResultsAreEqual()) return nelto::bench::CannotMeasure("the checksums differ");
     std::printf("%zu random inputs of 0 to %zu bytes: the three results are the same\n", kInputs, kLongestInput);
 
-    std::vector<std::string> words = {argv[0],
-                                      "--benchmark_repetitions=15",
-                                      "--benchmark_enable_random_interleaving=true",
-                                      "--benchmark_min_time=0.05",
-                                      "--benchmark_report_aggregates_only=true",
-                                      "--benchmark_color=false"};
+    std::vector<std::string> words = {argv[0], "--benchmark_repetitions=15",
+                                      "--benchmark_enable_random_interleaving=true", "--benchmark_min_time=0.05",
+                                      "--benchmark_report_aggregates_only=true"};
     words.insert(words.end(), argv + 1, argv + argc);
     std::vector<char*> arguments;
     for (std::string& word : words) arguments.push_back(word.data());
