@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/dynamic_library.h"
 #include "platform/wide_text.h"
 #include "ui/resource.h"
 #include "ui/window_text.h"
@@ -35,13 +36,23 @@ std::wstring NotFoundText(std::wstring_view path) {
     return text;
 }
 
+/// The shell is loaded when the help is first asked for: it is the heaviest of the system's libraries.
+bool OpenDocument(HWND dialog, const wchar_t* path) {
+    constexpr INT_PTR kHighestError = 32;
+    using platform::LibraryHandle;
+    const LibraryHandle shell = platform::LoadLibraryToStay(L"shell32.dll");
+    if (shell == LibraryHandle::kNone) return false;
+    const auto execute = reinterpret_cast<decltype(&::ShellExecuteW)>(platform::FindFunction(shell, "ShellExecuteW"));
+    if (execute == nullptr) return false;
+    const HINSTANCE result = execute(dialog, L"open", path, nullptr, nullptr, SW_SHOWNORMAL);
+    return reinterpret_cast<INT_PTR>(result) > kHighestError;
+}
+
 }  // namespace
 
 void OpenHelp(HWND dialog) {
-    constexpr INT_PTR kHighestError = 32;
-    const Path path                 = HelpPath();
-    const HINSTANCE result          = ShellExecuteW(dialog, L"open", path.data(), nullptr, nullptr, SW_SHOWNORMAL);
-    if (reinterpret_cast<INT_PTR>(result) > kHighestError) return;
+    const Path path = HelpPath();
+    if (OpenDocument(dialog, path.data())) return;
     MessageBoxW(dialog, NotFoundText(platform::TextIn(path)).c_str(), StringText(IDS_ERROR_CAPTION).c_str(),
                 MB_OK | MB_ICONERROR);
 }

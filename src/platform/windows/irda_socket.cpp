@@ -1,5 +1,6 @@
-// Imported from wsock32.dll, not from ws2_32.dll: it holds all of Winsock 1.1, and a drop-in of either name works, since the
-// system's own wsock32.dll hands these calls on to ws2_32.dll.
+// Winsock is loaded with the first infrared connection, since most technicians never need it. It is wsock32.dll, not ws2_32.dll:
+// it holds all of Winsock 1.1, and a drop-in of either name works, since the system's own wsock32.dll hands these calls on to
+// ws2_32.dll.
 #include "platform/irda_socket.h"
 
 #include <winsock.h>
@@ -9,6 +10,8 @@
 #include <algorithm>
 #include <climits>
 #include <cstddef>
+
+#include "platform/dynamic_library.h"
 
 namespace nelto::platform {
 namespace {
@@ -22,27 +25,78 @@ static_assert(static_cast<std::uintptr_t>(INVALID_SOCKET) == static_cast<std::ui
 
 SOCKET Native(IrdaSocket socket) { return static_cast<SOCKET>(socket); }
 
+/// The functions that the program needs; all of them are there, or none.
+struct Winsock {
+    decltype(&::WSAStartup) startup;
+    decltype(&::WSACleanup) cleanup;
+    decltype(&::WSAGetLastError) get_last_error;
+    decltype(&::socket) socket;
+    decltype(&::ioctlsocket) ioctlsocket;
+    decltype(&::getsockopt) getsockopt;
+    decltype(&::connect) connect;
+    decltype(&::send) send;
+    decltype(&::recv) recv;
+    decltype(&::closesocket) closesocket;
+    bool is_complete = true;
+};
+
+template <typename Function>
+void Find(LibraryHandle library, const char* name, Function& function, bool& is_complete) {
+    function = reinterpret_cast<Function>(FindFunction(library, name));
+    if (function == nullptr) is_complete = false;
+}
+
+Winsock LoadWinsock() {
+    Winsock winsock{};
+    const LibraryHandle library = LoadLibraryToStay(L"wsock32.dll");
+    if (library == LibraryHandle::kNone) {
+        winsock.is_complete = false;
+        return winsock;
+    }
+    Find(library, "WSAStartup", winsock.startup, winsock.is_complete);
+    Find(library, "WSACleanup", winsock.cleanup, winsock.is_complete);
+    Find(library, "WSAGetLastError", winsock.get_last_error, winsock.is_complete);
+    Find(library, "socket", winsock.socket, winsock.is_complete);
+    Find(library, "ioctlsocket", winsock.ioctlsocket, winsock.is_complete);
+    Find(library, "getsockopt", winsock.getsockopt, winsock.is_complete);
+    Find(library, "connect", winsock.connect, winsock.is_complete);
+    Find(library, "send", winsock.send, winsock.is_complete);
+    Find(library, "recv", winsock.recv, winsock.is_complete);
+    Find(library, "closesocket", winsock.closesocket, winsock.is_complete);
+    return winsock;
+}
+
+/// The loaded functions. Without them no socket is ever opened, so that the others are not reached.
+const Winsock& Loaded() {
+    static const Winsock winsock = LoadWinsock();
+    return winsock;
+}
+
 int Count(std::size_t size) { return static_cast<int>(std::min<std::size_t>(size, INT_MAX)); }
 
 }  // namespace
 
 bool StartIrdaSockets() {
     WSADATA data{};
-    return WSAStartup(MAKEWORD(1, 1), &data) == 0;
+    return Loaded().is_complete && Loaded().startup(MAKEWORD(1, 1), &data) == 0;
 }
 
-void EndIrdaSockets() { WSACleanup(); }
+void EndIrdaSockets() { Loaded().cleanup(); }
 
-IrdaSocket OpenIrdaSocket() { return static_cast<IrdaSocket>(::socket(AF_IRDA, SOCK_STREAM, 0)); }
+IrdaSocket OpenIrdaSocket() {
+    if (!Loaded().is_complete) return IrdaSocket::kNone;
+    return static_cast<IrdaSocket>(Loaded().socket(AF_IRDA, SOCK_STREAM, 0));
+}
 
 bool SetBlocking(IrdaSocket socket) {
     u_long non_blocking = 0;
-    return ioctlsocket(Native(socket), static_cast<long>(FIONBIO), &non_blocking) == 0;
+    return Loaded().ioctlsocket(Native(socket), static_cast<long>(FIONBIO), &non_blocking) == 0;
 }
 
 bool ListIrdaDevices(IrdaSocket socket, std::span<std::uint8_t> list) {
     int size = Count(list.size());
-    return getsockopt(Native(socket), SOL_IRLMP, IRLMP_ENUMDEVICES, reinterpret_cast<char*>(list.data()), &size) == 0;
+    return Loaded().getsockopt(Native(socket), SOL_IRLMP, IRLMP_ENUMDEVICES, reinterpret_cast<char*>(list.data()),
+                               &size) == 0;
 }
 
 bool ConnectIrda(IrdaSocket socket, const IrdaDeviceId& device, const IrdaName& service) {
@@ -50,19 +104,19 @@ bool ConnectIrda(IrdaSocket socket, const IrdaDeviceId& device, const IrdaName& 
     address.irdaAddressFamily = AF_IRDA;
     std::ranges::copy(device, address.irdaDeviceID);
     std::copy(service.begin(), std::ranges::find(service, '\0'), address.irdaServiceName);
-    return connect(Native(socket), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    return Loaded().connect(Native(socket), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
 std::ptrdiff_t SendIrda(IrdaSocket socket, std::span<const std::uint8_t> bytes) {
-    return ::send(Native(socket), reinterpret_cast<const char*>(bytes.data()), Count(bytes.size()), 0);
+    return Loaded().send(Native(socket), reinterpret_cast<const char*>(bytes.data()), Count(bytes.size()), 0);
 }
 
 std::ptrdiff_t ReceiveIrda(IrdaSocket socket, std::span<std::uint8_t> bytes) {
-    return ::recv(Native(socket), reinterpret_cast<char*>(bytes.data()), Count(bytes.size()), 0);
+    return Loaded().recv(Native(socket), reinterpret_cast<char*>(bytes.data()), Count(bytes.size()), 0);
 }
 
-std::uint32_t IrdaError() { return static_cast<std::uint32_t>(WSAGetLastError()); }
+std::uint32_t IrdaError() { return static_cast<std::uint32_t>(Loaded().get_last_error()); }
 
-void CloseIrdaSocket(IrdaSocket socket) { closesocket(Native(socket)); }
+void CloseIrdaSocket(IrdaSocket socket) { Loaded().closesocket(Native(socket)); }
 
 }  // namespace nelto::platform
