@@ -11,6 +11,7 @@
 namespace {
 
 constexpr double kPatience = 60e6;  // microseconds
+constexpr DWORD kSettle    = 300;   // milliseconds in which the system clears away the ended program
 
 double NowMicro() {
     LARGE_INTEGER ticks;
@@ -60,6 +61,7 @@ double TimeOneStart(const wchar_t* program) {
     WaitForSingleObject(started.hProcess, INFINITE);
     CloseHandle(started.hThread);
     CloseHandle(started.hProcess);
+    Sleep(kSettle);
     return is_shown ? elapsed : -1;
 }
 

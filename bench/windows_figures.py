@@ -9,8 +9,8 @@ import time
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
-sys.path.insert(0, str(ROOT / "tests/windows"))
-import harness  # noqa: E402
+sys.path.insert(0, str(ROOT / "tools"))
+import program_session  # noqa: E402
 import wine_env  # noqa: E402
 
 WINDOWS_BUILD = ROOT / "build/windows-bench/bin"
@@ -19,7 +19,7 @@ PORT_POLLER = WINDOWS_BUILD / "port_poller.exe"
 START_TIMER = WINDOWS_BUILD / "start_timer.exe"
 PACED_ANALYSER = ROOT / "build/host-release/bench/paced_analyser"
 
-START_ROUNDS = 16        # the first one of each program warms up and is not counted
+START_ROUNDS = 31        # the first one of each program warms up and is not counted
 WATCH_SECONDS = 20
 SETTLE_SECONDS = 5
 MEBI = 1024 * 1024
@@ -38,7 +38,7 @@ def measure_start(display):
     """Microseconds to the first visible window, a list each for the program and the minimal dialog."""
     prefix = wine_env.Prefix("en", display, own_frames=True)
     try:
-        timer = prefix.start(START_TIMER, START_ROUNDS, harness.PROGRAM, MINIMAL_DIALOG, stdout=subprocess.PIPE)
+        timer = prefix.start(START_TIMER, START_ROUNDS, program_session.PROGRAM, MINIMAL_DIALOG, stdout=subprocess.PIPE)
         output = timer.communicate(timeout=600)[0].decode()
         if timer.returncode != 0:
             raise CannotMeasure("a program did not show a window")
@@ -53,10 +53,11 @@ def measure_start(display):
 
 
 def start_figures(display):
-    program, minimal = (statistics.median(times) for times in measure_start(display))
-    return [figure("start to first visible window, against the minimal dialog", program / minimal, "times", "<=", 1.3),
-            figure("  the program", program / 1000, "ms"),
-            figure("  the minimal dialog", minimal / 1000, "ms")]
+    program, minimal = measure_start(display)
+    ratio = statistics.median(own / peer for own, peer in zip(program, minimal))  # round by round
+    return [figure("start to first visible window, against the minimal dialog", ratio, "times", "<=", 1.3),
+            figure("  the program", statistics.median(program) / 1000, "ms"),
+            figure("  the minimal dialog", statistics.median(minimal) / 1000, "ms")]
 
 
 def cpu_seconds(pid):
@@ -96,15 +97,15 @@ def paced_analyser():
 def watched_session(display):
     """The program with the values of 40 channels on its list; nothing else of ours is running in its Windows."""
     with paced_analyser() as tty:
-        session = harness.Session(display, settings={"Communication": 5}, ports={5: tty})
+        session = program_session.Session(display, settings={"Communication": 5}, ports={5: tty})
         try:
             session.start()
             session.wait_status("Measure values available")
             session.wait_until(lambda: len(session.rows()) >= 40, "the rows of the list")
             session.driver.close()
-            session.driver.process.wait(harness.PATIENCE)
+            session.driver.process.wait(program_session.PATIENCE)
             time.sleep(SETTLE_SECONDS)
-            yield linux_process(session.prefix, harness.PROGRAM.name), session
+            yield linux_process(session.prefix, program_session.PROGRAM.name), session
         finally:
             session.close()
 
@@ -156,8 +157,8 @@ def watching_figures(display):
 
 def size_figures():
     """Every section that is loaded with the program, the resources apart: they are the artwork, texts and dialogs."""
-    headers = subprocess.run(["x86_64-w64-mingw32-objdump", "-h", harness.PROGRAM], capture_output=True, text=True,
-                             check=True).stdout
+    headers = subprocess.run(["x86_64-w64-mingw32-objdump", "-h", program_session.PROGRAM], capture_output=True,
+                             text=True, check=True).stdout
     sections = {name: int(size, 16) for name, size in STANDING_SECTIONS.findall(headers)}
     if not {".text", ".rdata", ".rsrc"} <= set(sections):
         raise CannotMeasure(f"sections of the program: {sections}")

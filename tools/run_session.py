@@ -11,14 +11,13 @@ import threading
 import time
 from pathlib import Path
 
-ROOT = Path(__file__).resolve().parent.parent
-sys.path.insert(0, str(ROOT / "tests/windows"))
-import drop_in_d2xx  # noqa: E402
-import drop_in_generation2010  # noqa: E402
-import drop_in_winsock  # noqa: E402
-import harness  # noqa: E402
-import wine_env  # noqa: E402
+import drop_in_d2xx
+import drop_in_generation2010
+import drop_in_winsock
+import program_session
+import wine_env
 
+ROOT = Path(__file__).resolve().parent.parent
 RUN = ROOT / "build/run"
 VALUES_AVAILABLE = {"en": "Measure values available", "de": "Messwerte vorhanden"}
 VALUES_TIMEOUT = 60
@@ -32,10 +31,10 @@ def connect_serial(session, stack):
     """COM5 of the program and COM6 of the simulator are the two ends of one cable."""
     stack.callback(wine_env.SerialCable(session.prefix, 5, 6).close)
     session.ask("regset", "Communication", "dword", 5)
-    process = session.prefix.start(harness.SIMULATOR, "--port", "COM6", "--scenario", scenario_file(),
+    process = session.prefix.start(program_session.SIMULATOR, "--port", "COM6", "--scenario", scenario_file(),
                                    stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
     show_lines(lambda: process.stdout.readline().decode(errors="replace"))
-    return harness.PROGRAM
+    return program_session.PROGRAM
 
 
 def connect_irda(session, _stack):
@@ -56,7 +55,7 @@ def connect_usb(session, _stack):
     driver.events_file.touch()
     events = driver.events_file.open()
     show_lines(lambda: events.readline() or time.sleep(0.2) or "\n")
-    return harness.PROGRAM
+    return program_session.PROGRAM
 
 
 def connect_generation2010(session, stack, kind, link):
@@ -67,7 +66,7 @@ def connect_generation2010(session, stack, kind, link):
     if link == "serial":
         stack.callback(wine_env.SerialCable(session.prefix, 5, 6).close)
         session.ask("regset", "Communication", "dword", 5)
-        session.prefix.start(harness.SIMULATOR, "--port", "COM6", "--ident", kind)
+        session.prefix.start(program_session.SIMULATOR, "--port", "COM6", "--ident", kind)
     instrument.set_up(scenario)
     instrument.events_file.touch()
     events = instrument.events_file.open()
@@ -80,7 +79,7 @@ LINKS = {"usb": connect_usb, "serial": connect_serial, "irda": connect_irda}
 
 
 def scenario_file():
-    return os.environ.get("SCENARIO") or harness.SIMULATOR.parent / "scenarios/default.txt"
+    return os.environ.get("SCENARIO") or program_session.SIMULATOR.parent / "scenarios/default.txt"
 
 
 def show_lines(read_line):
@@ -105,9 +104,9 @@ def show_exchange_file(session):
 def run_alone(session, screen, language):
     """Waits for values, takes the picture, presses OK."""
     end = time.monotonic() + VALUES_TIMEOUT
-    while session.text(harness.STATUS) != VALUES_AVAILABLE[language] or not session.enabled(harness.OK):
+    while session.text(program_session.STATUS) != VALUES_AVAILABLE[language] or not session.enabled(program_session.OK):
         if time.monotonic() > end:
-            say(f"no values within {VALUES_TIMEOUT} s, the status is {session.text(harness.STATUS)!r}")
+            say(f"no values within {VALUES_TIMEOUT} s, the status is {session.text(program_session.STATUS)!r}")
             screen.screenshot(RUN / "failed.png")
             return False
         time.sleep(0.2)
@@ -115,7 +114,7 @@ def run_alone(session, screen, language):
     time.sleep(1)  # let the pictures of the new status be painted
     screen.screenshot(RUN / f"values-{language}.png")
     say(f"values are there; screenshot in build/run/values-{language}.png; pressing OK")
-    session.leave(harness.OK)
+    session.leave(program_session.OK)
     return show_exchange_file(session)
 
 
@@ -138,7 +137,7 @@ def main():
             stack.callback(screen.close)
             display = screen.name
         say("preparing a private Windows")
-        session = harness.Session(display, language, own_frames=screen is not None)
+        session = program_session.Session(display, language, own_frames=screen is not None)
         stack.callback(session.close)
         if analyser:
             program = connect_generation2010(session, stack, int(analyser), link)

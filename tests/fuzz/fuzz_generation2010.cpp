@@ -1,147 +1,88 @@
 // Hostile libraries of the maker: every count, record, number and text that they give. The first byte chooses the
-// instrument kind and whether there is a text mapper, the second the call that fails first (0 none); the rest is taken in the order of
-// the calls: 4 bytes a number, 16 a record, for a text one length byte and 2 bytes a character. Where nothing is left, zeros.
-#include <algorithm>
+// instrument kind and whether there is a text mapper, the second the call that fails (0 none). Then the analyser's
+// numbers and texts, its cache and its current values for the configuration; what is left are the values that are read
+// afterwards. A text is one length byte and 2 bytes a character; records come behind a byte with their number, each with
+// its name behind it.
 #include <array>
-#include <cstdlib>
-#include <cstring>
 #include <memory>
-#include <span>
 
+#include "fake_maker_libraries.h"
+#include "fuzz.h"
 #include "instrument/dispatch.h"
-#include "instrument/generation2010/library_records.h"
 #include "instrument/instrument_connection.h"
-#include "platform/memory/memory_dynamic_library.h"
 
 namespace {
 
-using nelto::ChannelRecord;
-using nelto::ValueRecord2010;
+using namespace nelto;
+using test::Input;
+using test::Maker;
+using test::Require;
 
 constexpr std::array<std::uint32_t, 6> kKinds = {781, 745, 760, 752, 711, 746};
 
-std::span<const std::uint8_t> rest;
-std::uint32_t calls_left = 0;
-
-void Require(bool condition) {
-    if (!condition) std::abort();
+std::wstring TakeText(Input& input) {
+    std::wstring text(input.Byte(), L'\0');
+    for (wchar_t& letter : text) letter = input.Take<std::uint16_t>();
+    return text;
 }
 
-std::size_t Take(void* out, std::size_t size) {
-    const std::size_t taken = std::min(size, rest.size());
-    if (taken > 0) std::memcpy(out, rest.data(), taken);
-    rest = rest.subspan(taken);
-    return taken;
-}
-
-std::uint32_t TakeByte() {
-    std::uint8_t byte = 0;
-    Take(&byte, 1);
-    return byte;
-}
-
-std::uint32_t Result() {
-    if (calls_left == 0) return 0;
-    return --calls_left == 0 ? 5 : 0;
-}
-
-std::uint32_t GiveNumber(std::uint32_t* out) {
-    *out = 0;
-    Take(out, sizeof(*out));
-    return Result();
-}
-
-std::uint32_t GiveText(wchar_t* out, std::uint32_t capacity) {
-    const std::uint32_t length = std::min(TakeByte(), capacity);
-    for (std::uint32_t index = 0; index < length; ++index)
-        out[index] = static_cast<wchar_t>(TakeByte() | TakeByte() << 8);
-    return Result();
-}
-
-std::uint32_t GiveRecords(ValueRecord2010* out, std::uint32_t count) {
-    for (std::uint32_t index = 0; index < count && !rest.empty(); ++index) Take(&out[index], sizeof(*out));
-    return Result();
-}
-
-std::uint32_t Number(std::uint32_t, std::uint32_t* out) { return GiveNumber(out); }
-std::uint32_t NumberOf(std::uint32_t, std::uint32_t, std::uint32_t* out) { return GiveNumber(out); }
-std::uint32_t Text(std::uint32_t, void*, wchar_t* out, std::uint32_t capacity) { return GiveText(out, capacity); }
-std::uint32_t Records(std::uint32_t, std::uint32_t, void* header, ValueRecord2010* out, std::uint32_t count) {
-    std::memset(header, 0xEE, 64);
-    return GiveRecords(out, count);
-}
-std::uint32_t Done(std::uint32_t) { return Result(); }
-std::uint32_t Set(std::uint32_t, std::uint32_t) { return Result(); }
-std::uint32_t SetDateTime(std::uint32_t, nelto::DateTime2010) { return Result(); }
-std::uint32_t FuelData(std::uint32_t, std::uint32_t, nelto::FuelData2010* out) {
-    Take(out, 8);
-    return Result();
-}
-std::uint32_t MappedText(const wchar_t*, std::uint32_t, wchar_t* text, wchar_t* scratch, std::uint32_t capacity) {
-    GiveText(scratch, capacity);
-    return GiveText(text, capacity);
-}
-
-template <typename Function>
-void* Export(Function* function) {
-    return reinterpret_cast<void*>(function);
-}
-
-void InstallLibraries(bool has_mapper) {
-    using nelto::platform::memory::InstallLibrary;
-    InstallLibrary(L"nelto7XXE.dll", {{"NELTO760SPI_Close", Export(Done)},
-                                      {"NELTO760SPI_SetDeviceMode", Export(Set)},
-                                      {"NELTO760SPI_SetDateTime", Export(SetDateTime)},
-                                      {"NELTO760SPI_SetShutdown", Export(Set)},
-                                      {"NELTO760SPI_GetDeviceType", Export(Number)},
-                                      {"NELTO760SPI_GetDeviceName", Export(Text)},
-                                      {"NELTO760SPI_GetFirmwareVersion", Export(Number)},
-                                      {"NELTO760SPI_GetSerialNumberBox", Export(Number)},
-                                      {"NELTO760SPI_GetSmokePumpNumber", Export(Text)},
-                                      {"NELTO760SPI_GetNumberOfCurrentViewValues", Export(NumberOf)},
-                                      {"NELTO760SPI_GetCurrentViewValues", Export(Records)},
-                                      {"NELTO760SPI_GetCurrentMeasurement", Export(Number)},
-                                      {"NELTO760SPI_SetCurrentMeasurement", Export(Set)},
-                                      {"NELTO760SPI_GetMeasCacheCounter", Export(Number)},
-                                      {"NELTO760SPI_GetMeasCacheNumberOfValues", Export(NumberOf)},
-                                      {"NELTO760SPI_GetMeasCacheValues", Export(Records)},
-                                      {"NELTO760SPI_GetActiveFuelID", Export(Number)},
-                                      {"NELTO760SPI_SetActiveFuelID", Export(Set)},
-                                      {"NELTO760SPI_GetAppFuelData", Export(FuelData)}});
-    if (!has_mapper) return;
-    for (const wchar_t* mapper : {L"IDTEXTMAPPER.DLL", L"IDTEXTMAPPER_T752.DLL", L"IDTEXTMAPPER_T780.DLL"}) {
-        InstallLibrary(mapper, {{"GetViewString", Export(MappedText)}, {"GetFuelString", Export(MappedText)}});
+std::vector<ValueRecord2010> TakeRecords(Input& input) {
+    std::vector<ValueRecord2010> records(input.Byte());
+    for (ValueRecord2010& record : records) {
+        record                    = input.Take<ValueRecord2010>();
+        const std::uint32_t ident = record.ident;  // which lies unaligned in its record
+        Maker().view_texts[ident] = TakeText(input);
     }
+    return records;
 }
 
-void CheckTable(const nelto::ChannelTable& channels) {
-    const auto used = nelto::UsedRecords(channels);
+void TakeAnalyser(Input& input) {
+    Maker().device_type              = input.Take<std::uint32_t>();
+    Maker().value_count_lie          = input.Take<std::uint32_t>();
+    Maker().position_count           = input.Take<std::uint32_t>();
+    Maker().firmware                 = input.Take<std::uint32_t>();
+    Maker().serial_number            = input.Take<std::uint32_t>();
+    Maker().fuel                     = input.Take<std::uint32_t>();
+    Maker().maximum_carbon_dioxide   = input.Take<float>();
+    Maker().reference_oxygen         = input.Take<float>();
+    Maker().device_name              = TakeText(input);
+    Maker().smoke_pump               = TakeText(input);
+    Maker().fuel_texts[Maker().fuel] = TakeText(input);
+    Maker().cache.resize(input.Byte() % 16);
+    for (auto& position : Maker().cache) position = TakeRecords(input);
+    Maker().values = TakeRecords(input);
+}
+
+void CheckTable(const ChannelTable& channels) {
+    const auto used = UsedRecords(channels);
     Require(used.size() <= 63);
     for (const ChannelRecord& channel : channels) {
         Require(channel.label.back() == L'\0' && channel.text.back() == L'\0');
-        Require(channel.value_type <= nelto::kText);
+        Require(channel.value_type <= kText);
     }
     for (const ChannelRecord& channel : std::span(channels).subspan(used.size())) {
-        Require(channel.view_ident == nelto::kFreeRecord && channel.label.front() == L'\0');
+        Require(channel.view_ident == kFreeRecord && channel.label.front() == L'\0');
     }
 }
 
 /// Without the opening, and without a log file: its lines are made all the same.
-void TryAnalyser(std::uint32_t kind) {
-    nelto::InstrumentConnection connection;
+void TryAnalyser(std::uint32_t kind, Input& input) {
+    InstrumentConnection connection;
     connection.kind           = kind;
     connection.open           = true;
-    connection.generation2010 = std::make_unique<nelto::CNelto780Base2010>(connection);
-    static_cast<void>(nelto::SynchronizeClock(connection));
-    static_cast<void>(nelto::GetSubType(connection));
-    nelto::SetActiveFuel(connection, 1);
+    connection.library_handle = test::FakeMaker::kUsbHandle;
+    connection.generation2010 = std::make_unique<CNelto780Base2010>(connection);
+    static_cast<void>(SynchronizeClock(connection));
+    static_cast<void>(GetSubType(connection));
+    SetActiveFuel(connection, 1);
 
-    nelto::ChannelTable channels{};
-    if (nelto::GetOnlineConfiguration(connection, channels) == nelto::kDone) {
+    ChannelTable channels{};
+    if (GetOnlineConfiguration(connection, channels) == kDone) {
         CheckTable(channels);
-        const std::size_t used = nelto::UsedRecords(channels).size();
-        static_cast<void>(nelto::GetOnlineValues(connection, channels));
-        Require(nelto::UsedRecords(channels).size() == used);
+        const std::size_t used = UsedRecords(channels).size();
+        Maker().values         = TakeRecords(input);
+        static_cast<void>(GetOnlineValues(connection, channels));
+        Require(UsedRecords(channels).size() == used);
     }
     CheckTable(channels);
 }
@@ -149,11 +90,16 @@ void TryAnalyser(std::uint32_t kind) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size < 2) return 0;
-    nelto::platform::memory::ResetLibraries();
-    InstallLibraries(data[0] / kKinds.size() % 2 == 0);
-    calls_left = data[1];
-    rest       = std::span(data, size).subspan(2);
-    TryAnalyser(kKinds[data[0] % kKinds.size()]);
+    Input input(data, size);
+    platform::memory::ResetLibraries();
+    test::InstallFakeMaker();
+    const std::uint8_t choice = input.Byte();
+    Maker().failing_call      = input.Byte();
+    if (choice / kKinds.size() % 2 != 0) {
+        for (const wchar_t* mapper : {L"IDTEXTMAPPER.DLL", L"IDTEXTMAPPER_T752.DLL", L"IDTEXTMAPPER_T780.DLL"})
+            platform::memory::RemoveLibrary(mapper);
+    }
+    TakeAnalyser(input);
+    TryAnalyser(kKinds[choice % kKinds.size()], input);
     return 0;
 }

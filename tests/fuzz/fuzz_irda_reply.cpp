@@ -1,11 +1,8 @@
 // Hostile infrared: device lists and replies in pieces. The first byte chooses; a reply's capacity comes from the second and
 // each of its pieces is one length byte and as many bytes, length 0 for an analyser that has gone.
-#include <algorithm>
 #include <array>
-#include <cstdlib>
-#include <span>
-#include <vector>
 
+#include "fuzz.h"
 #include "platform/memory/memory_irda_socket.h"
 #include "platform/memory/memory_platform.h"
 #include "transport/irda_transport.h"
@@ -17,11 +14,9 @@ using nelto::platform::memory::ResetIrdaWorld;
 using nelto::platform::memory::ResetWorld;
 using nelto::platform::memory::TheIrdaWorld;
 
-constexpr std::array<std::size_t, 6> kCapacities = {0, 3, 4, 12, 256, 4096};
+using nelto::test::Require;
 
-void Require(bool condition) {
-    if (!condition) std::abort();
-}
+constexpr std::array<std::size_t, 6> kCapacities = {0, 3, 4, 12, 256, 4096};
 
 void TryDeviceList(std::span<const std::uint8_t> list) {
     TheIrdaWorld().device_list.assign(list.begin(), list.end());

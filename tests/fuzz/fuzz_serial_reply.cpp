@@ -1,16 +1,15 @@
 // Serial reply assembly: whatever bytes arrive, in whatever pieces, a transceive ends with a stated result and stays inside
 // its buffers. The input is a run of pieces, each a length byte and that many bytes; one look at the port takes one piece.
-#include <algorithm>
 #include <array>
-#include <cstdint>
-#include <cstdlib>
 
+#include "fuzz.h"
 #include "platform/memory/memory_platform.h"
 #include "transport/serial_transport.h"
 
 namespace {
 
 using nelto::platform::memory::TheWorld;
+using nelto::test::Require;
 
 class PieceByPiece final : public nelto::platform::memory::SerialDevice {
 public:
@@ -38,11 +37,6 @@ private:
     std::size_t left_ = 0;
     bool asked_       = false;
 };
-
-void Require(bool condition) {
-    if (!condition) std::abort();
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -1,8 +1,5 @@
 // Texts and numbers that people and other programs hand in: command line, typed numbers, stored settings, values to format.
-#include <algorithm>
 #include <array>
-#include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "core/command_line.h"
@@ -10,13 +7,12 @@
 #include "core/serial_output.h"
 #include "core/settings.h"
 #include "core/value_text.h"
+#include "fuzz.h"
 #include "platform/memory/memory_platform.h"
 
 namespace {
 
-void Require(bool condition) {
-    if (!condition) std::abort();
-}
+using nelto::test::Require;
 
 /// The input as a record of any content, but for the ends of its texts, which the readers guarantee.
 nelto::ChannelRecord AnyRecord(const std::uint8_t* data, std::size_t size) {

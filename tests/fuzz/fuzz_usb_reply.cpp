@@ -7,142 +7,79 @@
 //   0xC0..0xDF    a packet as above of 200 + this many mod 56 payload bytes, all the same
 //   0xE0..0xEF    nothing comes
 //   0xF0..0xFF    the driver call of this number mod 4 fails from now on
-#include <array>
-#include <cstdint>
-#include <cstdlib>
-#include <deque>
-#include <span>
-#include <vector>
-
+#include "fake_d2xx.h"
+#include "fuzz.h"
 #include "platform/memory/memory_event.h"
-#include "platform/memory/memory_platform.h"
 #include "transport/usb_link.h"
 
 namespace {
 
-using nelto::d2xx::Device;
-using nelto::d2xx::Status;
+using namespace nelto;
+using test::Bytes;
+using test::Require;
 
-constexpr std::uint32_t kTimeout = 1;
-constexpr std::size_t kMostCalls = 100000;  // far beyond what any input can cause
-constexpr Status kFailed         = 4;
+constexpr std::size_t kMostCalls     = 100000;  // far beyond what any input can cause
+constexpr const char* kDriverCalls[] = {"FT_SetEventNotification", "FT_Write", "FT_GetQueueStatus", "FT_Read"};
 
-void Expect(bool condition) {
-    if (!condition) std::abort();
-}
-
-class Input {
+class Analyser final : public platform::memory::SerialDevice {
 public:
-    explicit Input(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
-    [[nodiscard]] bool IsEmpty() const { return bytes_.empty(); }
-    std::uint8_t Byte() {
-        if (bytes_.empty()) return 0;
-        const std::uint8_t byte = bytes_.front();
-        bytes_                  = bytes_.subspan(1);
-        return byte;
+    Analyser(test::Input& input, test::FakeD2xx& driver) : input_(input), driver_(driver) {}
+
+    std::size_t Write(std::span<const std::uint8_t> bytes) override {
+        if (!input_.IsEmpty()) Step(input_.Byte());
+        return bytes.size();
     }
-    std::vector<std::uint8_t> Take(std::size_t count) {
-        std::vector<std::uint8_t> taken;
-        for (std::size_t i = 0; i < count && !IsEmpty(); ++i) taken.push_back(Byte());
-        return taken;
+    std::size_t Read(std::span<std::uint8_t> bytes) override {
+        const std::size_t size = std::min(bytes.size(), coming_.size());
+        std::copy_n(coming_.begin(), size, bytes.begin());
+        coming_.erase(coming_.begin(), coming_.begin() + static_cast<std::ptrdiff_t>(size));
+        return size;
     }
 
 private:
-    std::span<const std::uint8_t> bytes_;
-};
-
-/// The driver and what is behind it.
-struct Driver {
-    Input input;
-    std::size_t piece_size = 1;
-    std::array<bool, 4> fails{};  // event, write, queue, read
-    void* event       = nullptr;
-    std::size_t calls = 0;
-    std::deque<std::uint8_t> coming;
-    std::size_t queued = 0;  // of what is coming
-
-    void Signal() {
-        queued = std::min(piece_size, coming.size());
-        if (queued != 0) nelto::platform::memory::SignalEvent(event);
-    }
-    void Send(std::span<const std::uint8_t> bytes) { coming.insert(coming.end(), bytes.begin(), bytes.end()); }
-    void SendPacket(std::size_t repeated, std::size_t taken) {
-        const auto index = static_cast<std::uint16_t>(input.Byte());
-        const auto count = static_cast<std::uint16_t>(input.Byte());
-        auto payload     = repeated != 0 ? std::vector<std::uint8_t>(repeated, 0x55) : input.Take(taken);
-        std::array<std::uint8_t, nelto::kMaxBlockSize> frame{};
-        const std::size_t size = nelto::BuildBlock(frame, nelto::kAnalyserStart, index, count, payload);
-        Send(std::span(frame).first(size));
-    }
-    void Step() {
-        const std::uint8_t step = input.Byte();
+    void Step(std::uint8_t step) {
         if (step < 0x80) return SendPacket(0, step % 100);
-        if (step < 0xC0) return Send(input.Take(step % 64));
+        if (step < 0xC0) return Send(input_.Take(step % 64));
         if (step < 0xE0) return SendPacket(200u + step % 56, 0);
-        if (step >= 0xF0) fails[step % 4] = true;
+        if (step >= 0xF0) driver_.failures[kDriverCalls[step % 4]] = {.status = 4};
     }
+    void Send(const Bytes& bytes) { coming_.insert(coming_.end(), bytes.begin(), bytes.end()); }
+    void SendPacket(std::size_t repeated, std::size_t taken) {
+        const std::uint8_t index = input_.Byte();
+        const std::uint8_t count = input_.Byte();
+        Send(test::Packet(index, count, repeated != 0 ? Bytes(repeated, 0x55) : input_.Take(taken)));
+    }
+
+    test::Input& input_;
+    test::FakeD2xx& driver_;
+    Bytes coming_;
 };
-
-Driver* driver = nullptr;
-
-Status Call(std::size_t function) {
-    Expect(++driver->calls < kMostCalls);
-    return driver->fails[function] ? kFailed : nelto::d2xx::kOk;
-}
-
-Status SetEventNotification(Device, std::uint32_t, void* event) {
-    driver->event = event;
-    return Call(0);
-}
-
-Status Write(Device, void*, std::uint32_t size, std::uint32_t* written) {
-    *written = size;
-    if (!driver->input.IsEmpty()) driver->Step();
-    driver->Signal();
-    return Call(1);
-}
-
-Status GetQueueStatus(Device, std::uint32_t* queued) {
-    *queued = static_cast<std::uint32_t>(driver->queued);
-    return Call(2);
-}
-
-Status Read(Device, void* bytes, std::uint32_t size, std::uint32_t* read) {
-    Expect(size <= driver->queued);
-    auto* room = static_cast<std::uint8_t*>(bytes);
-    for (std::uint32_t i = 0; i < size; ++i) {
-        room[i] = driver->coming.front();
-        driver->coming.pop_front();
-    }
-    *read = size;
-    driver->Signal();
-    return Call(3);
-}
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    Driver the_driver{.input = Input({data, size})};
-    driver = &the_driver;
-    nelto::platform::memory::ResetEvents();
-    const std::vector<std::uint8_t> request(the_driver.input.Byte() * 4u, 0x42);
-    // Of exactly this size, so that the sanitizer sees the first byte beyond it.
-    const std::size_t capacity = the_driver.input.Byte() + 256u * (the_driver.input.Byte() % 17u);
-    std::vector<std::uint8_t> reply(capacity);
-    the_driver.piece_size = 1u + the_driver.input.Byte();
+    GTEST_FLAG_SET(break_on_failure, true);  // the driver's own expectations
+    test::Input input(data, size);
+    platform::memory::ResetWorld();
+    test::FakeD2xx driver;
+    Analyser analyser(input, driver);
+    driver.Attach(2, "1", &analyser);
+    UsbLink* link = nullptr;
+    Require(NeltoUSBOpen(2, 0, link) == kUsbOk);
 
-    nelto::UsbLink link{.open      = true,
-                        .functions = {.write                  = Write,
-                                      .set_event_notification = SetEventNotification,
-                                      .get_queue_status       = GetQueueStatus,
-                                      .read                   = Read}};
+    const Bytes request(input.Byte() * 4u, 0x42);
+    // Of exactly this size, so that the sanitizer sees the first byte beyond it.
+    const std::size_t capacity = input.Byte() + 256u * (input.Byte() % 17u);
+    Bytes reply(capacity);
+    driver.piece_size = 1u + input.Byte();
     for (int round = 0; round < 2; ++round) {  // the second begins with what the first left behind
         std::size_t length         = 0;
-        const std::uint32_t result = nelto::NeltoUSBTransceive(&link, request, reply, length, kTimeout);
-        Expect(result <= nelto::kUsbReplyTooLong);
-        Expect(length <= capacity);
-        Expect(result == nelto::kUsbOk || length == 0);
-        Expect(nelto::platform::memory::OpenEvents() == 0);
+        const std::uint32_t result = NeltoUSBTransceive(link, request, reply, length, 1);
+        Require(result <= kUsbReplyTooLong && length <= capacity);
+        Require(result == kUsbOk || length == 0);
+        Require(platform::memory::OpenEvents() == 0 && driver.calls.size() < kMostCalls);
     }
+    static_cast<void>(NeltoUSBClose(link));
+    Require(driver.AllReleased());
     return 0;
 }

@@ -17,6 +17,7 @@ struct Script {
     std::uint32_t stop_at   = 0;          // time at which the user ends
     std::int32_t fuel       = 0;
     bool busy_outside_reads = false;
+    bool cut_short          = false;  // the stop comes during the configuration
     ProgramState* state     = nullptr;
 };
 
@@ -42,7 +43,11 @@ public:
         script->calls += 'c';
         script->statuses.push_back(script->state->status);
         EXPECT_TRUE(script->state->measurement.Busy());
-        channels               = {};
+        channels = {};
+        if (script->cut_short) {
+            script->state->stop_request = 1;
+            return Take(script->configurations);
+        }
         channels[0].view_ident = kFuel;
         channels[0].value      = 1.0F;
         channels[1].view_ident = kDevice;
@@ -191,22 +196,8 @@ TEST_F(WorkerTest, KeepsTheLastWholeMeasurementWhenAStopCutsAReadShort) {
     state_.stop_request    = 0;
     script_.opens          = {true};
     script_.configurations = {2};
-    // The stop comes during the configuration itself.
-    script_.stop_at = 0;
-    struct Cut final : Instrument {
-        std::uint32_t Kind() const override { return kKind780; }
-        std::uint32_t SubType() const override { return 0; }
-        std::uint32_t SetActiveFuel(std::int32_t) override { return 0; }
-        std::uint32_t ReadConfiguration(ChannelTable& channels) override {
-            channels                    = {};
-            script->state->stop_request = 1;
-            return 2;
-        }
-        std::uint32_t ReadHeatingCheck(ChannelTable&) override { return 0; }
-        std::uint32_t ReadValues(ChannelTable&) override { return 0; }
-        std::uint32_t Close() override { return 0; }
-    };
-    AcquisitionWorker(state_, [](ProgramState&) -> std::unique_ptr<Instrument> { return std::make_unique<Cut>(); });
+    script_.cut_short      = true;
+    Run();
     Measurement measurement;
     ASSERT_TRUE(state_.measurement.Read(measurement));
     EXPECT_EQ(UsedRecords(measurement.tables.channels).size(), 2U);

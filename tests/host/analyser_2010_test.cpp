@@ -17,24 +17,6 @@ Analyser2010 Make(std::string_view scenario) {
     return Analyser2010(std::move(data).value_or(AnalyserData2010{}));
 }
 
-TEST(Analyser2010Test, TheBuiltInScenarioNamesAllItsValues) {
-    const Analyser2010 analyser = Make(DefaultScenario2010Text());
-    EXPECT_EQ(analyser.CurrentValues(0).size(), 12U);
-    ASSERT_EQ(analyser.Data().cache.size(), 2U);
-    for (const std::uint32_t position : {0U, 1U}) {
-        const Analyser2010::Records cached = analyser.CachedValues(position, 0).value();
-        for (const auto& record : cached) {
-            EXPECT_FALSE(analyser.ViewText(u"en-US", record.ident).empty());
-        }
-    }
-    for (const auto& record : analyser.CurrentValues(0))
-        EXPECT_FALSE(analyser.ViewText(u"en-US", record.ident).empty());
-    EXPECT_EQ(analyser.ViewText(u"de-DE", 0x0301), u"Zug");
-    EXPECT_EQ(analyser.ViewText(u"fr-FR", 0x0301), u"Draft");
-    EXPECT_NE(analyser.FindFuel(analyser.ActiveFuel()), nullptr);
-    EXPECT_FALSE(analyser.CachedValues(2, 0));
-}
-
 TEST(Analyser2010Test, ValuesMoveAndGiveWayToTheirStatusWord) {
     const Analyser2010 analyser =
         Make("value 0x101 unit 1 value steps 10 80 -\nvalue 0x102 status 131 value steps 10 - 20.5");
@@ -44,16 +26,6 @@ TEST(Analyser2010Test, ValuesMoveAndGiveWayToTheirStatusWord) {
     EXPECT_EQ(std::uint32_t{first[1].value}, 131U);
     EXPECT_EQ(std::uint32_t{later[0].value}, 0xFFFFFFFFU);
     EXPECT_EQ(std::bit_cast<float>(std::uint32_t{later[1].value}), 20.5F);
-}
-
-TEST(Analyser2010Test, ErrorsComeAtTheirCalls) {
-    Analyser2010 analyser =
-        Make("error NELTO760SPI_Close 5 from 2 to 3\nerror NELTO760SPI_GetIdent 7\nerror NELTO760SPI_Close 6 from 5");
-    constexpr std::array<std::uint32_t, 6> kOfClose = {0, 5, 5, 0, 6, 6};
-    for (const std::uint32_t code : kOfClose) {
-        EXPECT_EQ(analyser.Begin("NELTO760SPI_Close"), code);
-        EXPECT_EQ(analyser.Begin("NELTO760SPI_GetIdent"), 7U);
-    }
 }
 
 TEST(Analyser2010Test, TheBusHoldsTheKindsProductOrWhatTheScenarioSays) {

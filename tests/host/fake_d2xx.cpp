@@ -32,8 +32,7 @@ void WriteText(char* room, const std::string& text) { std::copy_n(text.c_str(), 
 /// The exported functions. A device handle is the address of its row.
 struct FakeD2xxFunctions {
     static Status ListDevices(void* first, void* second, std::uint32_t flags) {
-        Status status = 0;
-        if (the_library->Fails("FT_ListDevices", status)) return status;
+        if (const Status status = the_library->Called("FT_ListDevices"); status != d2xx::kOk) return status;
         if (flags == kListNumberOnly) {
             EXPECT_EQ(second, nullptr);
             *static_cast<std::uint32_t*>(first) = static_cast<std::uint32_t>(the_library->devices.size());
@@ -47,8 +46,7 @@ struct FakeD2xxFunctions {
     }
 
     static Status OpenEx(void* serial, std::uint32_t flags, void** handle) {
-        Status status = 0;
-        if (the_library->Fails("FT_OpenEx", status)) return status;
+        if (const Status status = the_library->Called("FT_OpenEx"); status != d2xx::kOk) return status;
         EXPECT_EQ(flags, kBySerial);
         const std::string wanted = static_cast<const char*>(serial);
         const auto found         = std::ranges::find(the_library->devices, wanted, &FtdiDevice::listed_serial);
@@ -61,14 +59,11 @@ struct FakeD2xxFunctions {
     static Status Close(void* handle) {
         if (Row(handle) == nullptr || the_library->open_devices == 0) return kInvalidHandle;
         --the_library->open_devices;  // gone even where the driver says that it failed
-        Status status = 0;
-        static_cast<void>(the_library->Fails("FT_Close", status));
-        return status;
+        return the_library->Called("FT_Close");
     }
 
     static Status ReadEeprom(void* handle, EarlyProgramData* data) {
-        Status status = 0;
-        if (the_library->Fails("FT_EE_Read", status)) return status;
+        if (const Status status = the_library->Called("FT_EE_Read"); status != d2xx::kOk) return status;
         const FtdiDevice* device = Row(handle);
         if (device == nullptr) return kInvalidHandle;
         data->vendor_id  = static_cast<std::uint16_t>(device->vendor_id);
@@ -83,8 +78,7 @@ struct FakeD2xxFunctions {
 
     static Status GetDeviceInfo(void* handle, std::uint32_t* type, std::uint32_t* id, char* serial, char* description,
                                 void* reserved) {
-        Status status = 0;
-        if (the_library->Fails("FT_GetDeviceInfo", status)) return status;
+        if (const Status status = the_library->Called("FT_GetDeviceInfo"); status != d2xx::kOk) return status;
         const FtdiDevice* device = Row(handle);
         if (device == nullptr) return kInvalidHandle;
         EXPECT_EQ(reserved, nullptr);
@@ -96,24 +90,21 @@ struct FakeD2xxFunctions {
     }
 
     static Status SetBaudRate(void* handle, std::uint32_t baud_rate) {
-        Status status = 0;
-        if (the_library->Fails("FT_SetBaudRate", status)) return status;
+        if (const Status status = the_library->Called("FT_SetBaudRate"); status != d2xx::kOk) return status;
         the_library->chosen_   = Row(handle);
         the_library->baud_rate = baud_rate;
         return the_library->chosen_ == nullptr ? kInvalidHandle : d2xx::kOk;
     }
 
     static Status SetEventNotification(void* handle, std::uint32_t mask, void* event) {
-        Status status = 0;
-        if (the_library->Fails("FT_SetEventNotification", status)) return status;
+        if (const Status status = the_library->Called("FT_SetEventNotification"); status != d2xx::kOk) return status;
         EXPECT_EQ(mask, kReceivedChar);
         the_library->event_ = event;
         return Row(handle) == nullptr ? kInvalidHandle : d2xx::kOk;
     }
 
     static Status Write(void* handle, void* bytes, std::uint32_t size, std::uint32_t* written) {
-        Status status = 0;
-        if (the_library->Fails("FT_Write", status)) return status;
+        if (const Status status = the_library->Called("FT_Write"); status != d2xx::kOk) return status;
         FtdiDevice* device = Row(handle);
         if (device == nullptr || device->peer == nullptr) return kInvalidHandle;
         device->peer->Write({static_cast<const std::uint8_t*>(bytes), size});
@@ -123,15 +114,13 @@ struct FakeD2xxFunctions {
     }
 
     static Status GetQueueStatus(void*, std::uint32_t* queued) {
-        Status status = 0;
-        if (the_library->Fails("FT_GetQueueStatus", status)) return status;
+        if (const Status status = the_library->Called("FT_GetQueueStatus"); status != d2xx::kOk) return status;
         *queued = the_library->hides_queue ? 0 : static_cast<std::uint32_t>(the_library->queue_.size());
         return d2xx::kOk;
     }
 
     static Status Read(void*, void* bytes, std::uint32_t size, std::uint32_t* read) {
-        Status status = 0;
-        if (the_library->Fails("FT_Read", status)) return status;
+        if (const Status status = the_library->Called("FT_Read"); status != d2xx::kOk) return status;
         Bytes& queue = the_library->queue_;
         EXPECT_LE(size, queue.size());
         const std::size_t given = size - std::min<std::size_t>(size, the_library->missing_bytes);
@@ -201,12 +190,10 @@ std::size_t FakeD2xx::CallsOf(const std::string& function) const {
     return static_cast<std::size_t>(std::ranges::count(calls, function));
 }
 
-bool FakeD2xx::Fails(const char* function, std::uint32_t& status) {
+std::uint32_t FakeD2xx::Called(const char* function) {
     calls.emplace_back(function);
     const auto failure = failures.find(function);
-    if (failure == failures.end() || CallsOf(function) < failure->second.first) return false;
-    status = failure->second.status;
-    return true;
+    return failure == failures.end() || CallsOf(function) < failure->second.first ? d2xx::kOk : failure->second.status;
 }
 
 void FakeD2xx::Deliver() {

@@ -59,8 +59,8 @@ private:
     friend struct FakeD2xxFunctions;
 
     void Install(const std::string& without);
-    /// Notes the call; true, and the status to return, when it is to fail.
-    [[nodiscard]] bool Fails(const char* function, std::uint32_t& status);
+    /// Notes the call; the status to return.
+    [[nodiscard]] std::uint32_t Called(const char* function);
     /// Lets what the peer has ready come in, a piece at a time.
     void Deliver();
 

@@ -18,6 +18,7 @@ constexpr std::uint32_t kPipe = static_cast<std::uint32_t>(FakeMaker::kPipeHandl
 template <typename... Numbers>
 std::uint32_t Called(const std::string& name, Numbers... numbers) {
     Maker().calls.push_back((name + ... + (' ' + std::to_string(numbers))));
+    if (Maker().calls.size() == Maker().failing_call) return 5;
     const auto forced = Maker().results.find(name);
     return forced == Maker().results.end() ? 0 : forced->second;
 }
@@ -47,6 +48,8 @@ std::uint32_t GiveRecords(std::uint32_t result, void* header, ValueRecord2010* o
     return result;
 }
 
+const std::vector<ValueRecord2010>& CurrentValues(std::uint32_t) { return Maker().values; }
+
 std::uint32_t TrueOrLie(std::size_t count) {
     return Maker().value_count_lie != 0 ? Maker().value_count_lie : static_cast<std::uint32_t>(count);
 }
@@ -56,7 +59,61 @@ const std::vector<ValueRecord2010>& Position(std::uint32_t position) {
     return position < Maker().cache.size() ? Maker().cache[position] : none;
 }
 
-// Finding and opening
+/// Name of an instrument function, as an argument of the templates below.
+struct Name {
+    char text[40] = {};
+    template <std::size_t size>
+    consteval Name(const char (&literal)[size]) {
+        std::copy_n(literal, size, text);
+    }
+};
+
+// The instrument functions by their forms. `kMember` holds what they give.
+
+template <Name kName, auto kMember>
+std::uint32_t GetNumber(std::uint32_t device, std::uint32_t* out) {
+    return Give(CalledFor(device, kName.text), out, Maker().*kMember);
+}
+template <Name kName, auto kMember>
+std::uint32_t GetText(std::uint32_t device, void* unread, wchar_t* text, std::uint32_t capacity) {
+    static_cast<std::uint8_t*>(unread)[3] = 0xEE;
+    return GiveText(CalledFor(device, kName.text, capacity), text, capacity, Maker().*kMember);
+}
+template <Name kName>
+std::uint32_t Set(std::uint32_t device, std::uint32_t number) {
+    return CalledFor(device, kName.text, number);
+}
+template <Name kName, auto kRecordsAt>
+std::uint32_t CountRecords(std::uint32_t device, std::uint32_t position, std::uint32_t* count) {
+    return Give(CalledFor(device, kName.text, position), count, TrueOrLie(kRecordsAt(position).size()));
+}
+template <Name kName, auto kRecordsAt>
+std::uint32_t GetRecords(std::uint32_t device, std::uint32_t position, void* header, ValueRecord2010* records,
+                         std::uint32_t count) {
+    return GiveRecords(CalledFor(device, kName.text, position, count), header, records, count, kRecordsAt(position));
+}
+
+// Those of a form of their own.
+
+std::uint32_t StartLogging(std::uint32_t on) { return Called("StartLogging", on); }
+std::uint32_t Close(std::uint32_t device) { return Called("Close", device); }
+std::uint32_t SetDateTime(std::uint32_t device, DateTime2010 date_time) {
+    Maker().date_time = date_time;
+    return CalledFor(device, "SetDateTime");
+}
+std::uint32_t GetMeasCacheCounter(std::uint32_t device, std::uint32_t* positions) {
+    const auto count = static_cast<std::uint32_t>(Maker().cache.size()) | Maker().position_count;
+    return Give(CalledFor(device, "GetMeasCacheCounter"), positions, count);
+}
+std::uint32_t GetAppFuelData(std::uint32_t device, std::uint32_t fuel, FuelData2010* data) {
+    const std::uint32_t result = CalledFor(device, "GetAppFuelData", fuel);
+    if (result != 0) return result;
+    data->maximum_carbon_dioxide = Maker().maximum_carbon_dioxide;
+    data->reference_oxygen       = Maker().reference_oxygen;
+    return 0;
+}
+
+// USB and pipe
 
 std::uint32_t GetNumberOfDevices(std::uint32_t product, std::uint32_t* count) {
     Called("GetNumberOfDevices", product);
@@ -76,80 +133,6 @@ std::uint32_t OpenBluetoothFromPipe(std::uintptr_t port, std::uintptr_t* pipe) {
     const std::uint32_t result = Called("OpenBluetoothFromPipe");
     if (port != 0 && Maker().gives_pipe) *pipe = FakeMaker::kPipeHandle;
     return result;
-}
-std::uint32_t StartLogging(std::uint32_t on) { return Called("StartLogging", on); }
-std::uint32_t GetIdent(std::uint32_t device, std::uint32_t* ident) {
-    return Give(CalledFor(device, "GetIdent"), ident, Maker().ident);
-}
-std::uint32_t Close(std::uint32_t device) { return Called("Close", device); }
-
-// Modes and device data
-
-std::uint32_t SetDeviceMode(std::uint32_t device, std::uint32_t mode) {
-    return CalledFor(device, "SetDeviceMode", mode);
-}
-std::uint32_t SetDateTime(std::uint32_t device, DateTime2010 date_time) {
-    Maker().date_time = date_time;
-    return CalledFor(device, "SetDateTime");
-}
-std::uint32_t SetShutdown(std::uint32_t device, std::uint32_t mode) { return CalledFor(device, "SetShutdown", mode); }
-std::uint32_t GetDeviceType(std::uint32_t device, std::uint32_t* type) {
-    return Give(CalledFor(device, "GetDeviceType"), type, Maker().device_type);
-}
-std::uint32_t GetDeviceName(std::uint32_t device, void* unread, wchar_t* name, std::uint32_t capacity) {
-    *static_cast<std::uint32_t*>(unread) = 0xEEEEEEEE;
-    return GiveText(CalledFor(device, "GetDeviceName", capacity), name, capacity, Maker().device_name);
-}
-std::uint32_t GetFirmwareVersion(std::uint32_t device, std::uint32_t* version) {
-    return Give(CalledFor(device, "GetFirmwareVersion"), version, Maker().firmware);
-}
-std::uint32_t GetSerialNumberBox(std::uint32_t device, std::uint32_t* number) {
-    return Give(CalledFor(device, "GetSerialNumberBox"), number, Maker().serial_number);
-}
-std::uint32_t GetSmokePumpNumber(std::uint32_t device, void* unread, wchar_t* text, std::uint32_t capacity) {
-    static_cast<std::uint8_t*>(unread)[63] = 0xEE;
-    return GiveText(CalledFor(device, "GetSmokePumpNumber", capacity), text, capacity, Maker().smoke_pump);
-}
-
-// Values, cache, fuels
-
-std::uint32_t GetNumberOfCurrentViewValues(std::uint32_t device, std::uint32_t zero, std::uint32_t* count) {
-    return Give(CalledFor(device, "GetNumberOfCurrentViewValues", zero), count, TrueOrLie(Maker().values.size()));
-}
-std::uint32_t GetCurrentViewValues(std::uint32_t device, std::uint32_t zero, void* header, ValueRecord2010* records,
-                                   std::uint32_t count) {
-    return GiveRecords(CalledFor(device, "GetCurrentViewValues", zero, count), header, records, count, Maker().values);
-}
-std::uint32_t GetCurrentMeasurement(std::uint32_t device, std::uint32_t* measurement) {
-    return Give(CalledFor(device, "GetCurrentMeasurement"), measurement, Maker().measurement);
-}
-std::uint32_t SetCurrentMeasurement(std::uint32_t device, std::uint32_t measurement) {
-    return CalledFor(device, "SetCurrentMeasurement", measurement);
-}
-std::uint32_t GetMeasCacheCounter(std::uint32_t device, std::uint32_t* positions) {
-    const auto count = static_cast<std::uint32_t>(Maker().cache.size()) | Maker().position_count;
-    return Give(CalledFor(device, "GetMeasCacheCounter"), positions, count);
-}
-std::uint32_t GetMeasCacheNumberOfValues(std::uint32_t device, std::uint32_t position, std::uint32_t* count) {
-    return Give(CalledFor(device, "GetMeasCacheNumberOfValues", position), count, TrueOrLie(Position(position).size()));
-}
-std::uint32_t GetMeasCacheValues(std::uint32_t device, std::uint32_t position, void* header, ValueRecord2010* records,
-                                 std::uint32_t count) {
-    return GiveRecords(CalledFor(device, "GetMeasCacheValues", position, count), header, records, count,
-                       Position(position));
-}
-std::uint32_t GetActiveFuelId(std::uint32_t device, std::uint32_t* fuel) {
-    return Give(CalledFor(device, "GetActiveFuelID"), fuel, Maker().fuel);
-}
-std::uint32_t SetActiveFuelId(std::uint32_t device, std::uint32_t fuel) {
-    return CalledFor(device, "SetActiveFuelID", fuel);
-}
-std::uint32_t GetAppFuelData(std::uint32_t device, std::uint32_t fuel, FuelData2010* data) {
-    const std::uint32_t result = CalledFor(device, "GetAppFuelData", fuel);
-    if (result != 0) return result;
-    data->maximum_carbon_dioxide = Maker().maximum_carbon_dioxide;
-    data->reference_oxygen       = Maker().reference_oxygen;
-    return 0;
 }
 
 // Text mapper
@@ -191,29 +174,31 @@ FakeMaker& Maker() {
 }
 
 const LibraryFunctions& InstrumentFunctions() {
+    // clang-format off
     static const LibraryFunctions functions = {
         {"NELTO760SPI_StartLogging", Export(StartLogging)},
-        {"NELTO760SPI_GetIdent", Export(GetIdent)},
+        {"NELTO760SPI_GetIdent", Export(GetNumber<"GetIdent", &FakeMaker::ident>)},
         {"NELTO760SPI_Close", Export(Close)},
-        {"NELTO760SPI_SetDeviceMode", Export(SetDeviceMode)},
+        {"NELTO760SPI_SetDeviceMode", Export(Set<"SetDeviceMode">)},
         {"NELTO760SPI_SetDateTime", Export(SetDateTime)},
-        {"NELTO760SPI_SetShutdown", Export(SetShutdown)},
-        {"NELTO760SPI_GetDeviceType", Export(GetDeviceType)},
-        {"NELTO760SPI_GetDeviceName", Export(GetDeviceName)},
-        {"NELTO760SPI_GetFirmwareVersion", Export(GetFirmwareVersion)},
-        {"NELTO760SPI_GetSerialNumberBox", Export(GetSerialNumberBox)},
-        {"NELTO760SPI_GetSmokePumpNumber", Export(GetSmokePumpNumber)},
-        {"NELTO760SPI_GetNumberOfCurrentViewValues", Export(GetNumberOfCurrentViewValues)},
-        {"NELTO760SPI_GetCurrentViewValues", Export(GetCurrentViewValues)},
-        {"NELTO760SPI_GetCurrentMeasurement", Export(GetCurrentMeasurement)},
-        {"NELTO760SPI_SetCurrentMeasurement", Export(SetCurrentMeasurement)},
+        {"NELTO760SPI_SetShutdown", Export(Set<"SetShutdown">)},
+        {"NELTO760SPI_GetDeviceType", Export(GetNumber<"GetDeviceType", &FakeMaker::device_type>)},
+        {"NELTO760SPI_GetDeviceName", Export(GetText<"GetDeviceName", &FakeMaker::device_name>)},
+        {"NELTO760SPI_GetFirmwareVersion", Export(GetNumber<"GetFirmwareVersion", &FakeMaker::firmware>)},
+        {"NELTO760SPI_GetSerialNumberBox", Export(GetNumber<"GetSerialNumberBox", &FakeMaker::serial_number>)},
+        {"NELTO760SPI_GetSmokePumpNumber", Export(GetText<"GetSmokePumpNumber", &FakeMaker::smoke_pump>)},
+        {"NELTO760SPI_GetNumberOfCurrentViewValues", Export(CountRecords<"GetNumberOfCurrentViewValues", CurrentValues>)},
+        {"NELTO760SPI_GetCurrentViewValues", Export(GetRecords<"GetCurrentViewValues", CurrentValues>)},
+        {"NELTO760SPI_GetCurrentMeasurement", Export(GetNumber<"GetCurrentMeasurement", &FakeMaker::measurement>)},
+        {"NELTO760SPI_SetCurrentMeasurement", Export(Set<"SetCurrentMeasurement">)},
         {"NELTO760SPI_GetMeasCacheCounter", Export(GetMeasCacheCounter)},
-        {"NELTO760SPI_GetMeasCacheNumberOfValues", Export(GetMeasCacheNumberOfValues)},
-        {"NELTO760SPI_GetMeasCacheValues", Export(GetMeasCacheValues)},
-        {"NELTO760SPI_GetActiveFuelID", Export(GetActiveFuelId)},
-        {"NELTO760SPI_SetActiveFuelID", Export(SetActiveFuelId)},
+        {"NELTO760SPI_GetMeasCacheNumberOfValues", Export(CountRecords<"GetMeasCacheNumberOfValues", Position>)},
+        {"NELTO760SPI_GetMeasCacheValues", Export(GetRecords<"GetMeasCacheValues", Position>)},
+        {"NELTO760SPI_GetActiveFuelID", Export(GetNumber<"GetActiveFuelID", &FakeMaker::fuel>)},
+        {"NELTO760SPI_SetActiveFuelID", Export(Set<"SetActiveFuelID">)},
         {"NELTO760SPI_GetAppFuelData", Export(GetAppFuelData)},
     };
+    // clang-format on
     return functions;
 }
 

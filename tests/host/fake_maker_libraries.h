@@ -19,6 +19,7 @@ struct FakeMaker {
     static constexpr std::uint64_t kPipeHandle = 0x1122334400000009;
 
     std::map<std::string, std::uint32_t> results;        // of functions that do not return 0
+    std::size_t failing_call = 0;                        // counted from 1; 0 none
     std::map<std::uint32_t, std::uint32_t> usb_devices;  // number by product
     std::wstring usb_serial_number = L"usb-1";
     bool gives_pipe                = true;
@@ -44,7 +45,6 @@ struct FakeMaker {
     // What the program did.
     std::vector<std::string> calls;  // name without its prefix, then the numbers handed over
     DateTime2010 date_time{};
-    std::uint32_t measurement_set = 0;
     std::vector<std::wstring> languages;
 
     [[nodiscard]] std::size_t CallsOf(const std::string& name) const;

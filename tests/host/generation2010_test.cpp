@@ -24,38 +24,25 @@ std::wstring Text(const ChannelRecord& channel) { return std::wstring(platform::
 
 TEST_F(Generation2010Test, CachedValuesComeBeforeCurrentOnesAndDoublesAreDropped) {
     Maker().cache  = {{Record(0x0101, 80.0F), Record(0x0101, 81.0F)}, {}, {Record(0x0101, 176.0F, 2), Record(0, 5.0F)}};
-    Maker().values = {Record(0x0101, 90.0F), Record(0x0102, 20.0F)};
+    Maker().values = {Record(0x0101, 90.0F), Record(0x00020B01, 7.0F), Record(0x00020B02, 8.0F)};
+    Maker().position_count = 0xEEEEEE00;                                       // the number is one byte
+    channels_.fill({.view_ident = 0x7777, .unit = 9, .value_type = kNumber});  // of an earlier connection
     Connect();
     ASSERT_EQ(Configure(), kDone);
+    EXPECT_EQ(Used(), 10U);
     EXPECT_EQ(channels_[0].view_ident, 0x0101U);
     EXPECT_EQ(channels_[0].unit, 1U);
     EXPECT_EQ(channels_[0].value, 80.0F);
     EXPECT_EQ(channels_[0].resolution, 254U);
     EXPECT_EQ(channels_[1].unit, 2U);
-    EXPECT_EQ(channels_[2].view_ident, 0x0102U);
+    EXPECT_EQ(channels_[2].view_ident, 0x0B01U);
+    EXPECT_EQ(channels_[2].value, 7.0F);  // the other ident of the same view is a double as well
     EXPECT_EQ(channels_[3].view_ident, kFuel);
+    EXPECT_EQ(Maker().CallsOf("GetMeasCacheValues"), 3U);
     EXPECT_TRUE(Logged("MeasCache Counter 3"));
     EXPECT_TRUE(Logged("MeasCache Position 1, number of values 0"));
     EXPECT_TRUE(Logged("ViewIdent 00000101, Ident2010 00000101, Unit 2, Type 1, Value 176.000000 Ident V101"));
-    EXPECT_TRUE(Logged("Number of online channels 2"));
-}
-
-TEST_F(Generation2010Test, TheNumberOfCachePositionsIsOneByte) {
-    Maker().cache          = {{Record(0x0101, 80.0F)}};
-    Maker().position_count = 0xEEEEEE00;
-    Connect();
-    ASSERT_EQ(Configure(), kDone);
-    EXPECT_EQ(Maker().CallsOf("GetMeasCacheValues"), 1U);
-    EXPECT_TRUE(Logged("MeasCache Counter 1"));
-}
-
-TEST_F(Generation2010Test, DifferentIdentsOfOneViewAreOneChannel) {
-    Maker().values = {Record(0x00020B01, 7.0F), Record(0x00020B02, 8.0F)};
-    Connect();
-    ASSERT_EQ(Configure(), kDone);
-    EXPECT_EQ(channels_[0].view_ident, 0x0B01U);
-    EXPECT_EQ(channels_[0].value, 7.0F);
-    EXPECT_EQ(channels_[1].view_ident, kFuel);
+    EXPECT_TRUE(Logged("Number of online channels 3"));
 }
 
 struct StatusCase {
@@ -64,23 +51,10 @@ struct StatusCase {
 };
 
 TEST_F(Generation2010Test, StatusWordsAreNoValues) {
-    constexpr std::array kCases = std::to_array<StatusCase>({
-        {127, kNumber},
-        {128, kNoValue},
-        {129, kNoValue},
-        {130, kNoValue},
-        {131, kNoValue},
-        {132, kNoValue},
-        {133, kNoValue},
-        {134, kNumber},
-        {137, kNumber},
-        {138, kNoValue},
-        {139, kNumber},
-        {0, kNumber},
-        {0xFFFFFFFF, kNoValue},
-        {0xFFFFFFFE, kNumber},
-        {0x3F800000, kNumber},
-    });
+    constexpr StatusCase kCases[] = {
+        {127, kNumber},  {128, kNoValue}, {129, kNoValue},        {130, kNoValue},       {131, kNoValue},
+        {132, kNoValue}, {133, kNoValue}, {134, kNumber},         {137, kNumber},        {138, kNoValue},
+        {139, kNumber},  {0, kNumber},    {0xFFFFFFFF, kNoValue}, {0xFFFFFFFE, kNumber}, {0x3F800000, kNumber}};
     for (const StatusCase& row : kCases) {
         SCOPED_TRACE(row.bits);
         Maker().values = {BitsRecord(0x0101, row.bits)};
@@ -191,15 +165,6 @@ TEST_F(Generation2010Test, SpecialChannelsNeedRoom) {
     }
 }
 
-TEST_F(Generation2010Test, NothingOfAnEarlierConnectionIsLeft) {
-    channels_.fill({.view_ident = 0x7777, .unit = 9, .value_type = kNumber});
-    FillValues(1);
-    Connect();
-    ASSERT_EQ(Configure(), kDone);
-    EXPECT_EQ(Used(), 8U);
-    EXPECT_EQ(Find(channels_, 0x7777, 9), nullptr);
-}
-
 TEST_F(Generation2010Test, SpecialChannelsCarryTheAnalysersData) {
     Maker().smoke_pump  = std::wstring(300, L'7');
     Maker().fuel        = 100;
@@ -231,13 +196,6 @@ TEST_F(Generation2010Test, SpecialChannelsCarryTheAnalysersData) {
     EXPECT_EQ(Maker().CallsOf("SetCurrentMeasurement 34661"), 1U);
 }
 
-TEST_F(Generation2010Test, AnAnalyserWithoutFuelDataIsShownWithoutThem) {
-    Maker().results["GetAppFuelData"] = 3;
-    Connect();
-    ASSERT_EQ(Configure(), kDone);
-    EXPECT_EQ(channels_[1].view_ident, kDevice);
-}
-
 struct DeviceCase {
     std::uint32_t kind;
     std::uint32_t device_type;
@@ -264,7 +222,7 @@ TEST_F(Generation2010Test, DeviceTextOfEachModel) {
     }
 }
 
-TEST_F(Generation2010Test, ASmokePumpChannelNeedsAPump) {
+TEST_F(Generation2010Test, SmokePumpAndFuelAreShownAsFarAsTheyAreKnown) {
     Connect();
     ASSERT_EQ(Configure(), kDone);
     EXPECT_NE(Find(channels_, kSmokePump, 0), nullptr);
@@ -274,10 +232,16 @@ TEST_F(Generation2010Test, ASmokePumpChannelNeedsAPump) {
     EXPECT_EQ(Find(channels_, kSmokePump, 0), nullptr);
     EXPECT_EQ(Maker().CallsOf("GetSmokePumpNumber"), 1U);
 
-    Maker().smoke_pump = L"";
+    Maker().smoke_pump                = L"";
+    Maker().fuel                      = 105;  // one without a number
+    Maker().results["GetAppFuelData"] = 3;
     Connect();
     ASSERT_EQ(Configure(), kDone);
     EXPECT_EQ(Find(channels_, kSmokePump, 0), nullptr);
+    EXPECT_EQ(channels_[0].view_ident, kFuel);
+    EXPECT_EQ(channels_[0].value_type, kNoValue);
+    EXPECT_EQ(channels_[0].value, 0.0F);
+    EXPECT_EQ(channels_[1].view_ident, kDevice);
 }
 
 // Values.

@@ -1,16 +1,12 @@
 #include "transport/irda_transport.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
-#include <string>
-#include <vector>
 
 #include "analyser_2004.h"
 #include "instrument/instrument_connection.h"
 #include "platform/memory/memory_irda_socket.h"
-#include "platform/memory/memory_platform.h"
 #include "scenario.h"
+#include "support.h"
 
 namespace nelto {
 namespace {
@@ -21,7 +17,7 @@ using platform::memory::MakeIrdaDeviceList;
 using platform::memory::TheIrdaWorld;
 using platform::memory::TheWorld;
 
-using Bytes      = std::vector<std::uint8_t>;
+using test::Bytes;
 using DebugLines = std::vector<std::wstring>;
 
 constexpr const wchar_t* kLog = L"C:\\IRDALOG.TXT";
@@ -62,35 +58,23 @@ struct OpenCase {
     DebugLines debug_lines;
 };
 
+const Bytes kForeignDevices = MakeIrdaDeviceList({"Printer", kLongName, "NELTO T78"});
+
+// clang-format off
 const std::array kOpenCases = {
-    OpenCase{"no Winsock", [](IrdaWorld& world) { world.has_winsock = false; }, 1, 0, 0, "Error 1\r\n", {}},
-    OpenCase{"no infrared", [](IrdaWorld& world) { world.has_family = false; }, 1, 1, 0, "Error 1\r\n", {}},
-    OpenCase{"not blocking", [](IrdaWorld& world) { world.blocking_fails = true; }, 2, 1, 1, "Error 2\r\n", {}},
-    OpenCase{"no listing", [](IrdaWorld& world) { world.listing_fails = true; }, 3, 1, 1, "Error 3\r\n", {}},
-    OpenCase{"nobody there",
-             [](IrdaWorld& world) { world.device_list.clear(); },
-             4,
-             1,
-             1,
-             "Error 4: no IrDA device in range\r\n",
-             {L"ZIVNELTO780: no IrDA device in range"}},
-    OpenCase{"foreign devices",
-             [](IrdaWorld& world) {
-                 world.device_list = MakeIrdaDeviceList({"Printer", kLongName, "NELTO T78"});
-             },
-             5,
-             1,
-             1,
-             "Device name Printer\r\nDevice name NELTO T7801\r\nDevice name NELTO T78\r\n",
-             {}},
-    OpenCase{"refused",
-             [](IrdaWorld& world) { world.connect_error = 10061; },
-             6,
-             1,
-             1,
+    OpenCase{"no Winsock",      [](IrdaWorld& world) { world.has_winsock = false; },     1, 0, 0, "Error 1\r\n", {}},
+    OpenCase{"no infrared",     [](IrdaWorld& world) { world.has_family = false; },      1, 1, 0, "Error 1\r\n", {}},
+    OpenCase{"not blocking",    [](IrdaWorld& world) { world.blocking_fails = true; },   2, 1, 1, "Error 2\r\n", {}},
+    OpenCase{"no listing",      [](IrdaWorld& world) { world.listing_fails = true; },    3, 1, 1, "Error 3\r\n", {}},
+    OpenCase{"nobody there",    [](IrdaWorld& world) { world.device_list.clear(); },     4, 1, 1,
+             "Error 4: no IrDA device in range\r\n", {L"ZIVNELTO780: no IrDA device in range"}},
+    OpenCase{"foreign devices", [](IrdaWorld& world) { world.device_list = kForeignDevices; },    5, 1, 1,
+             "Device name Printer\r\nDevice name NELTO T7801\r\nDevice name NELTO T78\r\n", {}},
+    OpenCase{"refused",         [](IrdaWorld& world) { world.connect_error = 10061; },   6, 1, 1,
              "Device name NELTO T780\r\nError 6: connect failed 10061\r\n",
              {L"Error connect 1", L"connect failed", L"Error 10061"}},
 };
+// clang-format on
 
 TEST_F(IrdaTransport, FailedOpeningsTellTheirCauseAndLeaveTheRestToClose) {
     for (const OpenCase& row : kOpenCases) {
@@ -103,6 +87,13 @@ TEST_F(IrdaTransport, FailedOpeningsTellTheirCauseAndLeaveTheRestToClose) {
         EXPECT_EQ(TheWorld().files[kLog], row.log);
         EXPECT_EQ(TheWorld().debug_lines, row.debug_lines);
         TearDown();
+
+        ProgramState state{.communication = kIrda};
+        EXPECT_EQ(OpenInstrumentConnection(state), nullptr);  // which closes as well
+        EXPECT_EQ(TheIrdaWorld().open_sockets + TheIrdaWorld().references, 0u);
+        EXPECT_STREQ(state.last_error, "open analyzer connection via IrDA failed");
+        EXPECT_TRUE(test::LogHas(L"Nelto780Base.txt",
+                                 "Instrument opening via IRDA failed, Error code " + std::to_string(row.result)));
     }
 }
 
@@ -296,7 +287,7 @@ protected:
     bool vanishes_ = false;
 };
 
-TEST_F(IrdaConnection, ReadsAnAnalyserThatIsNeverIdentified) {
+TEST_F(IrdaConnection, ReadsAnAnalyserThatIsNeverIdentifiedUntilItVanishes) {
     const std::unique_ptr<Instrument> instrument = OpenInstrumentConnection(state_);
     ASSERT_NE(instrument, nullptr);
     EXPECT_EQ(instrument->Kind(), 780u);
@@ -310,37 +301,14 @@ TEST_F(IrdaConnection, ReadsAnAnalyserThatIsNeverIdentified) {
 
     instrument->Close();
     EXPECT_EQ(TheIrdaWorld().requests.back(), Bytes{0x90});  // slave mode asked for before the socket is closed
-    EXPECT_EQ(TheIrdaWorld().open_sockets, 0u);
-    EXPECT_EQ(TheIrdaWorld().references, 0u);
-}
+    EXPECT_EQ(TheIrdaWorld().open_sockets + TheIrdaWorld().references, 0u);
 
-TEST_F(IrdaConnection, AnAnalyserThatVanishesInTheMiddleOfAReplyIsClosedWithoutWaiting) {
-    const std::unique_ptr<Instrument> instrument = OpenInstrumentConnection(state_);
-    ASSERT_NE(instrument, nullptr);
-    ChannelTable channels{};
-    ASSERT_EQ(instrument->ReadConfiguration(channels), 0u);
+    const std::unique_ptr<Instrument> next = OpenInstrumentConnection(state_);
+    ASSERT_NE(next, nullptr);
     vanishes_ = true;
-    EXPECT_EQ(instrument->ReadValues(channels), 2u);
-    instrument->Close();
-    EXPECT_EQ(TheIrdaWorld().open_sockets, 0u);
-    EXPECT_EQ(TheIrdaWorld().references, 0u);
-}
-
-TEST_F(IrdaConnection, SearchingLeavesNothingBehindWhateverTheCause) {
-    for (const OpenCase& row : kOpenCases) {
-        SCOPED_TRACE(row.cause);
-        SetUp();
-        row.arrange(TheIrdaWorld());
-        for (int search = 0; search < 3; ++search) {
-            EXPECT_EQ(OpenInstrumentConnection(state_), nullptr);
-            EXPECT_EQ(TheIrdaWorld().open_sockets, 0u);
-            EXPECT_EQ(TheIrdaWorld().references, 0u);
-        }
-        EXPECT_STREQ(state_.last_error, "open analyzer connection via IrDA failed");
-        EXPECT_NE(TheWorld().files[L"C:\\Temp\\Nelto780Base.txt"].find(
-                      "Instrument opening via IRDA failed, Error code " + std::to_string(row.result) + "\r\n"),
-                  std::string::npos);
-    }
+    EXPECT_EQ(next->ReadValues(channels), 2u);  // without waiting
+    next->Close();
+    EXPECT_EQ(TheIrdaWorld().open_sockets + TheIrdaWorld().references, 0u);
 }
 
 }  // namespace

@@ -36,58 +36,46 @@ struct Case {
     const char *smoke1, *smoke2, *smoke3, *mean, *heat;
 };
 
+void ExpectStored(const ChannelTable& channels, const Case& row) {
+    EXPECT_EQ(Stored(channels, kSmokeNumber1), row.smoke1);
+    EXPECT_EQ(Stored(channels, kSmokeNumber2), row.smoke2);
+    EXPECT_EQ(Stored(channels, kSmokeNumber3), row.smoke3);
+    EXPECT_EQ(Stored(channels, kSmokeNumberMean), row.mean);
+    EXPECT_EQ(Stored(channels, kHeatCarrierTemperature), row.heat);
+}
+
 TEST_F(ManualValuesTest, MissingRecordsAreAppendedWhenTheyHaveAValue) {
     test::World().decimal_separator = L',';
-    const Case cases[]              = {
-                     {"all valid",
-                      {{L"2", L"3", L"9,5"}, L"999,9"},
-                      "2.000:255:0",
-                      "3.000:255:0",
-                      "9.500:255:0",
-                      "4.833:255:0",
-                      "999.9:255:1"},
-                     {"limits", {{L"2", L"3", L"10"}, L"1000"}, "2.000:255:0", "3.000:255:0", "-", "-", "-"},
-                     {"no numbers", {{L"", L"1.5", L"-1"}, L"abc"}, "-", "-", "-", "-", "-"},
-                     {"zero is a value",
-                      {{L"0", L"0", L"0"}, L"0"},
-                      "0.000:255:0",
-                      "0.000:255:0",
-                      "0.000:255:0",
-                      "0.000:255:0",
-                      "0.000:255:1"},
-                     {"number 2 alone", {{L"x", L"1", L"x"}, L"x"}, "-", "1.000:255:0", "-", "-", "-"},
+    // clang-format off
+    const Case cases[] = {
+        {"all valid",       {{L"2", L"3", L"9,5"}, L"999,9"}, "2.000:255:0", "3.000:255:0", "9.500:255:0",
+         "4.833:255:0", "999.9:255:1"},
+        {"limits",          {{L"2", L"3", L"10"}, L"1000"},   "2.000:255:0", "3.000:255:0", "-", "-", "-"},
+        {"no numbers",      {{L"", L"1.5", L"-1"}, L"abc"},   "-", "-", "-", "-", "-"},
+        {"zero is a value", {{L"0", L"0", L"0"}, L"0"},       "0.000:255:0", "0.000:255:0", "0.000:255:0",
+         "0.000:255:0", "0.000:255:1"},
+        {"number 2 alone",  {{L"x", L"1", L"x"}, L"x"},       "-", "1.000:255:0", "-", "-", "-"},
     };
+    // clang-format on
     for (const Case& row : cases) {
         SCOPED_TRACE(row.what);
         ChannelTable channels{};
         StoreManualValues(row.typed, channels);
-        EXPECT_EQ(Stored(channels, kSmokeNumber1), row.smoke1);
-        EXPECT_EQ(Stored(channels, kSmokeNumber2), row.smoke2);
-        EXPECT_EQ(Stored(channels, kSmokeNumber3), row.smoke3);
-        EXPECT_EQ(Stored(channels, kSmokeNumberMean), row.mean);
-        EXPECT_EQ(Stored(channels, kHeatCarrierTemperature), row.heat);
+        ExpectStored(channels, row);
         EXPECT_EQ(Stored(channels, kOilDerivative), "0.000:0:0");
     }
 }
 
 TEST_F(ManualValuesTest, StandingRecordsAreUpdatedOrMarkedInvalid) {
+    // clang-format off
     const Case cases[] = {
-        {"number 2 absent",
-         {{L"1", L"x", L"3"}, L"70", 2},
-         "1.000:255:2",
-         "marker:255:2",
-         "3.000:255:2",
-         "-",
+        {"number 2 absent", {{L"1", L"x", L"3"}, L"70", 2}, "1.000:255:2", "marker:255:2", "3.000:255:2", "-",
          "70.00:255:2"},
-        {"number 1 absent", {{L"x", L"2", L"3"}, L"x", 2}, "-", "-", "3.000:255:2", "-", "-"},
-        {"all present",
-         {{L"1", L"2", L"3"}, L"70", 2},
-         "1.000:255:2",
-         "2.000:255:2",
-         "3.000:255:2",
-         "2.000:255:2",
-         "70.00:255:2"},
+        {"number 1 absent", {{L"x", L"2", L"3"}, L"x", 2},  "-", "-", "3.000:255:2", "-", "-"},
+        {"all present",     {{L"1", L"2", L"3"}, L"70", 2}, "1.000:255:2", "2.000:255:2", "3.000:255:2",
+         "2.000:255:2", "70.00:255:2"},
     };
+    // clang-format on
     for (const Case& row : cases) {
         SCOPED_TRACE(row.what);
         ChannelTable channels{};
@@ -98,11 +86,7 @@ TEST_F(ManualValuesTest, StandingRecordsAreUpdatedOrMarkedInvalid) {
             channels[next++] = {.view_ident = ident, .unit = 2, .value_type = kText, .value = 1.0F};
         StoreManualValues(row.typed, channels);
         EXPECT_EQ(UsedRecords(channels).size(), standing.size());
-        EXPECT_EQ(Stored(channels, kSmokeNumber1), row.smoke1);
-        EXPECT_EQ(Stored(channels, kSmokeNumber2), row.smoke2);
-        EXPECT_EQ(Stored(channels, kSmokeNumber3), row.smoke3);
-        EXPECT_EQ(Stored(channels, kSmokeNumberMean), row.mean);
-        EXPECT_EQ(Stored(channels, kHeatCarrierTemperature), row.heat);
+        ExpectStored(channels, row);
         EXPECT_EQ(Stored(channels, kOilDerivative), "2.000:0:2");
         EXPECT_EQ(Stored(channels, kFuel), "1.000:0:2");
     }

@@ -1,6 +1,7 @@
 #include "support.h"
 
 #include <algorithm>
+#include <numeric>
 #include <sstream>
 
 namespace nelto::test {
@@ -12,18 +13,35 @@ Bytes Hex(std::string_view text) {
     return bytes;
 }
 
+Bytes Packet(std::uint16_t index, std::uint16_t count, std::span<const std::uint8_t> payload) {
+    std::array<std::uint8_t, kMaxBlockSize> frame{};
+    const std::size_t size = BuildBlock(frame, kAnalyserStart, index, count, payload);
+    return {frame.begin(), frame.begin() + static_cast<std::ptrdiff_t>(size)};
+}
+
+Bytes Counting(std::size_t size) {
+    Bytes bytes(size);
+    std::iota(bytes.begin(), bytes.end(), std::uint8_t{0});
+    return bytes;
+}
+
 std::vector<Bytes> ReplyBlocks(const Bytes& message, std::size_t limit) {
     const std::size_t count = std::max<std::size_t>(1, BlockCount(message.size(), limit));
     std::vector<Bytes> blocks;
     for (std::size_t index = 0; index < count; ++index) {
         const auto rest = std::span(message).subspan(index * limit);
-        std::array<std::uint8_t, kMaxBlockSize> frame{};
-        const std::size_t size =
-            BuildBlock(frame, kAnalyserStart, static_cast<std::uint16_t>(index), static_cast<std::uint16_t>(count),
-                       rest.first(std::min(limit, rest.size())));
-        blocks.emplace_back(frame.begin(), frame.begin() + static_cast<std::ptrdiff_t>(size));
+        blocks.push_back(Packet(static_cast<std::uint16_t>(index), static_cast<std::uint16_t>(count),
+                                rest.first(std::min(limit, rest.size()))));
     }
     return blocks;
+}
+
+/// Moves as many bytes as fit from the front of `pending`.
+static std::size_t TakeFront(Bytes& pending, std::span<std::uint8_t> bytes) {
+    const std::size_t size = std::min(bytes.size(), pending.size());
+    std::copy_n(pending.begin(), size, bytes.begin());
+    pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(size));
+    return size;
 }
 
 std::vector<std::string> LogLines(const std::wstring& file_name) {
@@ -52,11 +70,7 @@ std::size_t ScriptedPeer::Write(std::span<const std::uint8_t> bytes) {
 }
 
 std::size_t ScriptedPeer::Read(std::span<std::uint8_t> bytes) {
-    if (World().now < due_) return 0;
-    const std::size_t size = std::min(bytes.size(), pending_.size());
-    std::copy_n(pending_.begin(), size, bytes.begin());
-    pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(size));
-    return size;
+    return World().now < due_ ? 0 : TakeFront(pending_, bytes);
 }
 
 void MessagePeer::Answer(std::string_view request, std::string_view payload) {
@@ -92,25 +106,25 @@ std::size_t MessagePeer::Write(std::span<const std::uint8_t> bytes) {
     return bytes.size();
 }
 
+Bytes MessagePeer::AnswerTo(const Bytes& request) {
+    Bytes answer;
+    for (const auto& [command, reply] : answers) {  // ordered: of several beginnings the longest comes last
+        if (request.size() >= command.size() && std::equal(command.begin(), command.end(), request.begin()))
+            answer = reply;
+    }
+    return answer;
+}
+
 void MessagePeer::TakeMessage() {
     requests.push_back(message_);
-    const Bytes* answer = nullptr;
-    for (const auto& [command, reply] : answers) {  // ordered: of several beginnings the longest comes last
-        if (message_.size() >= command.size() && std::equal(command.begin(), command.end(), message_.begin()))
-            answer = &reply;
-    }
-    if (answer == nullptr) return;
-    const std::vector<Bytes> blocks = ReplyBlocks(*answer);
+    const Bytes answer = AnswerTo(message_);
+    if (answer.empty()) return;
+    const std::vector<Bytes> blocks = ReplyBlocks(answer);
     pending_                        = blocks.front();
     reply_.assign(blocks.begin() + 1, blocks.end());
 }
 
-std::size_t MessagePeer::Read(std::span<std::uint8_t> bytes) {
-    const std::size_t size = std::min(bytes.size(), pending_.size());
-    std::copy_n(pending_.begin(), size, bytes.begin());
-    pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(size));
-    return size;
-}
+std::size_t MessagePeer::Read(std::span<std::uint8_t> bytes) { return TakeFront(pending_, bytes); }
 
 void FillSmallAnalyser(MessagePeer& peer) {
     peer.answers[Hex("42")] = Hex("00 42 00 00 54 37 38 30 01");

@@ -19,6 +19,11 @@ using Bytes = std::vector<std::uint8_t>;
 /// "12 00 0f" as bytes.
 Bytes Hex(std::string_view text);
 
+/// One block of an analyser with a checksum that fits, whatever its header says.
+Bytes Packet(std::uint16_t index, std::uint16_t count, std::span<const std::uint8_t> payload);
+/// Bytes 0, 1, 2 ...
+Bytes Counting(std::size_t size);
+
 /// `payload` in blocks of at most `limit` bytes, as an analyser sends it.
 std::vector<Bytes> ReplyBlocks(const Bytes& message, std::size_t limit = 120);
 
@@ -67,6 +72,10 @@ public:
 
     std::size_t Write(std::span<const std::uint8_t> bytes) override;
     std::size_t Read(std::span<std::uint8_t> bytes) override;
+
+protected:
+    /// The whole answer to a request, empty for none.
+    [[nodiscard]] virtual Bytes AnswerTo(const Bytes& request);
 
 private:
     void TakeMessage();

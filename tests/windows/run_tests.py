@@ -11,8 +11,8 @@ import unittest
 from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
-sys.path.insert(0, str(HERE))
-import harness  # noqa: E402
+sys.path[:0] = [str(HERE), str(HERE.parents[1] / "tools")]
+import wine_env  # noqa: E402
 
 PARALLEL = 2
 CLASS_TIMEOUT = 1800
@@ -28,7 +28,7 @@ def tests_in(suite):
 
 def run_group(names):
     """The worker process: runs the named tests; its last line holds the two numbers."""
-    harness.wine_env.exit_on_signals()
+    wine_env.exit_on_signals()
     result = unittest.TextTestRunner(verbosity=2, stream=sys.stdout).run(unittest.defaultTestLoader.loadTestsFromNames(names))
     broken = len(result.failures) + len(result.errors) + len(result.unexpectedSuccesses)
     print(f"{result.testsRun - broken} {broken}")
@@ -53,7 +53,7 @@ def main(words):
     for test in tests_in(unittest.defaultTestLoader.discover(str(HERE))):
         if not words or any(word in test.id() for word in words):
             groups.setdefault(type(test), []).append(test.id())
-    harness.wine_env.make_template()
+    wine_env.make_template()
     with concurrent.futures.ThreadPoolExecutor(PARALLEL) as pool:
         results = list(pool.map(start_group, groups.values()))
     passed, broken = (sum(numbers) for numbers in zip(*results, strict=True)) if results else (0, 0)

@@ -5,13 +5,14 @@ import time
 from pathlib import Path
 
 import harness
+import program_session
 import wine_env
-from drop_in_generation2010 import KINDS, LIBRARIES, Instrument, scenario_of
-from harness import CANCEL, DEVICE_BOX, OK
+from drop_in_generation2010 import KINDS, Instrument, scenario_of
 from pixels import Image, shows
+from program_session import CANCEL, DEVICE_BOX, OK
 
 AVAILABLE, BROKEN, SEARCHING = "Measure values available", "Connection broken", "Searching measure device"
-PICTURES = harness.ROOT / "build/windows-x64/src/artwork"
+PICTURES = program_session.ROOT / "build/windows-x64/src/artwork"
 
 # By instrument kind: the instrument name and the number of its picture.
 NAMES = {711: "nelto 710", 745: "nelto 745", 746: "nelto 780-0", 752: "nelto 752", 760: "nelto 760", 781: "nelto 780-5"}
@@ -79,29 +80,11 @@ class EveryKind(Session2010):
 
 
 class Libraries(Session2010):
-    def test_the_two_instrument_libraries_may_change_places(self):
-        names = {library.name: library.name for library in LIBRARIES.iterdir()}
-        names["nelto7XXE.dll"], names["nelto7XXT.dll"] = names["nelto7XXT.dll"], names["nelto7XXE.dll"]
-        self.prepare(names)
-        self.begin(scenario_of(745))
-        self.wait_values()
-        self.assertEqual(self.program.leave(OK), 0)
-
-    def test_without_text_mappers_the_idents_are_the_labels(self):
-        self.prepare({name: name for name in ("nelto7XXE.dll", "nelto7XXT.dll", "neltoEmUSB.dll")})
-        self.begin(scenario_of(752))
-        rows = self.wait_values()
-        self.assertAlmostEqual(float(rows[f"Id{0x901}"][0]), 4.2, delta=0.6)
-        self.assertEqual(rows["Fuel"][0], "Fuel100")
-        self.assertIn("IDTEXTMAPPER_T752.DLL loaded", self.base_log())
-        self.assertIn("IDTEXTMAPPER_T780.DLL not found", self.base_log())
-        self.assertEqual(self.program.leave(OK), 0)
-
     def test_without_the_instrument_libraries_the_search_goes_on(self):
         self.prepare({"neltoEmUSB.dll": "neltoEmUSB.dll"})
         self.begin(scenario_of(745))
         self.program.wait_until(lambda: self.instrument.count("NELTOEMUSB_OpenBySerialNumber") >= 3, "three searches")
-        self.assertEqual(self.program.text(harness.STATUS), SEARCHING)
+        self.assertEqual(self.program.text(program_session.STATUS), SEARCHING)
         self.program.wait_until(lambda: "NELTO760SPI_SetDateTime: Error code 126" in self.base_log(), "the line in the log")
         self.program.leave(CANCEL)
 
@@ -157,7 +140,7 @@ class SerialPort(Session2010):
         self.prepare(settings={"Communication": 5})
         cable = wine_env.SerialCable(self.program.prefix, 5, 6)
         self.addCleanup(cable.close)
-        self.program.prefix.start(harness.SIMULATOR, "--port", "COM6", "--ident", "745")
+        self.program.prefix.start(program_session.SIMULATOR, "--port", "COM6", "--ident", "745")
         self.begin(scenario_of(745) + "devices 37 0\nerror NELTO760SPI_GetCurrentViewValues 34 from 4 to 4")
         # The second pipe comes once the first one has let the port go.
         self.program.wait_until(lambda: self.instrument.count("NELTORS232_OpenBluetoothFromPipe") == 2, "the second pipe")
@@ -165,14 +148,3 @@ class SerialPort(Session2010):
         self.assertEqual(self.wait_values()["Device"][0], "nelto 745")
         self.assertEqual(self.program.leave(OK), 0)
         self.assertNotIn("Connection closed (USB", self.base_log())
-
-    def test_without_the_pipe_the_port_is_tried_again_and_again(self):
-        self.prepare({name: name for name in ("nelto7XXE.dll", "nelto7XXT.dll")}, settings={"Communication": 5})
-        cable = wine_env.SerialCable(self.program.prefix, 5, 6)
-        self.addCleanup(cable.close)
-        self.program.prefix.start(harness.SIMULATOR, "--port", "COM6", "--ident", "752")
-        self.begin(scenario_of(752))
-        self.program.wait_until(lambda: self.instrument.count("NELTO760SPI_StartLogging") >= 3, "three searches")
-        self.program.wait_until(lambda: "Error synchronizing clock" in self.base_log(), "the line in the log")
-        self.assertNotIn("Instrument opening via Bluetooth failed", self.base_log())
-        self.program.leave(CANCEL)

@@ -1,11 +1,12 @@
 """The shipped program over infrared, with the simulator's Winsock beside it."""
 
 import harness
+import program_session
 from drop_in_winsock import COMMUNICATION_IRDA, Infrared
-from harness import CANCEL, CONNECTION, OK
+from program_session import CANCEL, CONNECTION, OK
 
 AVAILABLE = "Measure values available"
-DEFAULT = harness.ROOT / "simulator/scenarios/default.txt"
+DEFAULT = program_session.ROOT / "simulator/scenarios/default.txt"
 ALWAYS = "0 1000000"
 
 # What stands in the way: its lines of a scenario, the error number, the IrDA log.

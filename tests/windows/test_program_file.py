@@ -5,7 +5,7 @@ import struct
 import subprocess
 import unittest
 
-from harness import PROGRAM
+from program_session import PROGRAM
 
 SYSTEM_LIBRARIES = {"advapi32.dll", "comctl32.dll", "gdi32.dll", "kernel32.dll", "msvcrt.dll", "shell32.dll", "user32.dll",
                     "version.dll", "wsock32.dll"}
@@ -37,7 +37,3 @@ class ProgramFile(unittest.TestCase):
         self.assertNotIn(b"activeCodePage", data)
         for name in ("FileVersion", "ProductName", "CompanyName"):
             self.assertIn(name.encode("utf-16-le"), data)
-
-
-if __name__ == "__main__":
-    unittest.main()

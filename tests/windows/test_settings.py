@@ -1,7 +1,7 @@
 """The settings dialog: what it shows, what it stores, what takes effect."""
 
 import harness
-from harness import (BLUETOOTH, BLUETOOTH_PORT, CANCEL, CONNECTION, HEATING_CHECK, IRDA, OK, RS232, RS232_PORT, USB)
+from program_session import (BLUETOOTH, BLUETOOTH_PORT, CANCEL, CONNECTION, HEATING_CHECK, IRDA, OK, RS232, RS232_PORT, USB)
 
 
 class SettingsDialog(harness.WindowsTestCase):

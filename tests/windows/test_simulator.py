@@ -1,9 +1,10 @@
 """The program against the shipped simulator, both as a user starts them."""
 
 import harness
+import program_session
 import wine_env
 
-SCENARIOS = harness.SIMULATOR.parent / "scenarios"
+SCENARIOS = program_session.SIMULATOR.parent / "scenarios"
 
 
 class SimulatedAnalyser(harness.WindowsTestCase):
@@ -11,7 +12,7 @@ class SimulatedAnalyser(harness.WindowsTestCase):
         program = self.session(settings={"Communication": 5} | settings)
         cable = wine_env.SerialCable(program.prefix, 5, 6)
         self.addCleanup(cable.close)
-        program.prefix.start(harness.SIMULATOR, "--port", "COM6", "--scenario", SCENARIOS / scenario)
+        program.prefix.start(program_session.SIMULATOR, "--port", "COM6", "--scenario", SCENARIOS / scenario)
         program.start()
         program.wait_status("Measure values available")
         program.wait_until(program.rows, "the rows of the list")
@@ -23,7 +24,7 @@ class SimulatedAnalyser(harness.WindowsTestCase):
         for row in (["PointsFluegasLo", "4.5", ""], ["FT (HeatCheck)", "166.2", "°C"], ["Height", "120", "cm"], ["Power", "21.0", "kW"]):
             self.assertIn(row, rows)
         self.assertEqual([row[1] for row in rows if row[0] == "TempLeft"], ["31.5", "32.0"])
-        self.assertEqual(program.leave(harness.OK), 0)
+        self.assertEqual(program.leave(program_session.OK), 0)
         written = program.file().split(b"\r\n")
         for line in (b"9050263=4.5", b"9050273=166.2", b"8340=21.0", b"9050326=31.5", b"9050326=32.0", b"9000=nelto 780-2"):
             self.assertIn(line, written)
@@ -31,7 +32,7 @@ class SimulatedAnalyser(harness.WindowsTestCase):
 
     def test_790_is_driven_like_a_780(self):
         program = self.begin("790.txt")
-        self.assertEqual(program.text(harness.DEVICE_BOX), "nelto 780-3")
+        self.assertEqual(program.text(program_session.DEVICE_BOX), "nelto 780-3")
         self.assertIn(["Fuel", "Natural gas", ""], program.rows())
-        self.assertEqual(program.leave(harness.OK), 0)
+        self.assertEqual(program.leave(program_session.OK), 0)
         self.assertIn(b"9200=50100077\r\n", program.file())

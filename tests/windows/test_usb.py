@@ -7,11 +7,13 @@ import unittest
 
 import drop_in_d2xx
 import harness
+import program_session
+import wine_env
 from drop_in_d2xx import NEW, OLD
-from harness import CONNECTION, OK
+from program_session import CONNECTION, OK
 
 AVAILABLE, BROKEN, SEARCHING = "Measure values available", "Connection broken", "Searching measure device"
-USB_FOLDER = harness.ROOT / "dist/NeltoUSB"
+USB_FOLDER = program_session.ROOT / "dist/NeltoUSB"
 FUNCTIONS = ["NeltoUSBClose", "NeltoUSBGetDevices", "NeltoUSBOpen", "NeltoUSBSetTimeout", "NeltoUSBTransceive"]
 ROUNDS = 6
 
@@ -24,11 +26,11 @@ class UsbSession(harness.WindowsTestCase):
         self.driver = drop_in_d2xx.Driver(self.program.prefix, version)
         self.driver.set_up("nothing" if beside else setup, scenario)
         folder = self.program.prefix.folder / "drive_c/NeltoStackWatcher"
-        shutil.copytree(harness.PROGRAM.parent, folder)
+        shutil.copytree(program_session.PROGRAM.parent, folder)
         if beside:
             shutil.copy(drop_in_d2xx.LIBRARIES / beside / "FTD2XX.DLL", folder)
             (folder / "usb.txt").write_text(setup)
-        self.program.start(program=folder / harness.PROGRAM.name)
+        self.program.start(program=folder / program_session.PROGRAM.name)
         return self.program
 
     def wait_values(self):
@@ -94,11 +96,6 @@ class Unplugging(UsbSession):
         self.driver.plug_in()
         self.wait_values()
 
-    def test_an_analyser_that_is_switched_off(self):
-        self.begin(scenario="fault silence command 0x42 request 1")
-        self.program.wait_until(
-            lambda: "GET_IDENT [nelto 780 2004] failed: instrument is switched off" in self.base_log(), "the base log")
-
 
 class OtherPrograms(unittest.TestCase):
     """The C sample and careless calls against NeltoUSB.dll."""
@@ -141,17 +138,17 @@ class OtherPrograms(unittest.TestCase):
     """
 
     def setUp(self):
-        self.prefix = harness.wine_env.Prefix()
+        self.prefix = wine_env.Prefix()
         self.addCleanup(self.prefix.close)
         self.folder = self.prefix.folder / "drive_c/client"
         self.folder.mkdir()
-        for file in (USB_FOLDER / "NeltoUSB.dll", USB_FOLDER / "usb_client.exe", harness.DRIVER.with_name("usb_arguments.exe")):
+        for file in (USB_FOLDER / "NeltoUSB.dll", USB_FOLDER / "usb_client.exe", program_session.DRIVER.with_name("usb_arguments.exe")):
             shutil.copy(file, self.folder)
 
     def run_client(self, *arguments, program="usb_client.exe"):
         """The exit code and the last line of what it prints."""
         with self.prefix.start(self.folder / program, *arguments, stdout=subprocess.PIPE) as process:
-            output = process.communicate(timeout=harness.PATIENCE)[0].decode()
+            output = process.communicate(timeout=program_session.PATIENCE)[0].decode()
         return process.returncode, output.replace("\r\n", "\n")
 
     def last_line(self, *arguments):
@@ -183,7 +180,7 @@ class OtherPrograms(unittest.TestCase):
 
 class ExportedNames(unittest.TestCase):
     def test_program_and_library_export_the_five_functions_undecorated(self):
-        for file in (harness.PROGRAM, USB_FOLDER / "NeltoUSB.dll"):
+        for file in (program_session.PROGRAM, USB_FOLDER / "NeltoUSB.dll"):
             listing = subprocess.run(["x86_64-w64-mingw32-objdump", "-p", file], capture_output=True, text=True, check=True).stdout
             table = listing.partition("[Ordinal/Name Pointer] Table")[2].partition("\n\n")[0]
             self.assertEqual(re.findall(r"\] (\S+)", table), FUNCTIONS, file)

@@ -100,13 +100,14 @@ DWORD ProcessOf(HWND target) {
     return process;
 }
 
+BOOL CALLBACK CollectVisible(HWND top, LPARAM list) {
+    if (IsWindowVisible(top) != 0) reinterpret_cast<std::vector<HWND>*>(list)->push_back(top);
+    return TRUE;
+}
+
 std::vector<HWND> TopWindows() {
     std::vector<HWND> found;
-    const auto collect = [](HWND top, LPARAM list) -> BOOL {
-        if (IsWindowVisible(top) != 0) reinterpret_cast<std::vector<HWND>*>(list)->push_back(top);
-        return TRUE;
-    };
-    EnumWindows(collect, reinterpret_cast<LPARAM>(&found));
+    EnumWindows(CollectVisible, reinterpret_cast<LPARAM>(&found));
     return found;
 }
 

@@ -2,9 +2,9 @@
 
 import shutil
 
-import harness
+import program_session
 
-LIBRARY = harness.ROOT / "dist/simulator/winsock/wsock32.dll"
+LIBRARY = program_session.ROOT / "dist/simulator/winsock/wsock32.dll"
 COMMUNICATION_IRDA = 1000  # the "Communication" setting
 
 
@@ -14,8 +14,8 @@ class Infrared:
     def __init__(self, session, with_library=True):
         drive = session.prefix.folder / "drive_c"
         self.folder = drive / "NeltoStackWatcher"
-        shutil.copytree(harness.PROGRAM.parent, self.folder)
-        self.program = self.folder / harness.PROGRAM.name
+        shutil.copytree(program_session.PROGRAM.parent, self.folder)
+        self.program = self.folder / program_session.PROGRAM.name
         self.scenario = self.folder / "scenario.txt"
         self.events_file = drive / "simulator.log"
         self.irda_log = drive / "IRDALOG.TXT"

@@ -2,9 +2,9 @@
 
 import shutil
 
-import harness
+import program_session
 
-LIBRARIES = harness.ROOT / "dist/simulator/ftd2xx"
+LIBRARIES = program_session.ROOT / "dist/simulator/ftd2xx"
 OLD, NEW = "2.08.14", "3.02.11"  # identify devices by the EEPROM and by the device information
 
 

@@ -3,10 +3,10 @@
 import re
 import shutil
 
-import harness
+import program_session
 
-LIBRARIES = harness.ROOT / "dist/simulator/generation2010"
-SCENARIO = harness.ROOT / "simulator/scenarios/generation2010.txt"
+LIBRARIES = program_session.ROOT / "dist/simulator/generation2010"
+SCENARIO = program_session.ROOT / "simulator/scenarios/generation2010.txt"
 KINDS = (711, 745, 746, 752, 760, 781)
 
 
@@ -24,8 +24,8 @@ class Instrument:
         """`libraries` maps file names beside the program to file names of drop-ins; all under their own names by default."""
         drive = prefix.folder / "drive_c"
         self.folder = drive / "NeltoStackWatcher"
-        shutil.copytree(harness.PROGRAM.parent, self.folder)
-        self.program = self.folder / harness.PROGRAM.name
+        shutil.copytree(program_session.PROGRAM.parent, self.folder)
+        self.program = self.folder / program_session.PROGRAM.name
         self.events_file = drive / "simulator.log"
         self._unplugged = self.folder / "unplugged2010.txt"
         if libraries is None:

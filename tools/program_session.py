@@ -1,0 +1,123 @@
+"""The shipped program on a private Windows: started, driven by control id, looked at and stopped."""
+
+import atexit
+import json
+import select
+import subprocess
+import time
+from pathlib import Path
+
+import wine_env
+
+ROOT = Path(__file__).resolve().parent.parent
+
+PROGRAM = ROOT / "dist/NeltoStackWatcher/NeltoStackWatcher.exe"
+SIMULATOR = ROOT / "dist/simulator/nelto-simulator.exe"
+DRIVER = ROOT / "build/windows-x64/bin/ui_driver.exe"
+CAPTION = "Nelto StackWatcher Version 3.0"
+SETTINGS_CAPTION = "Nelto StackWatcher Einstellungen"
+EXCHANGE_FILE = "NeltoStackWatcher.txt"
+
+# Control ids of the two dialogs.
+DEVICE_BOX, SETTINGS, OK, CANCEL, STATUS, CONNECTION, HELP = 500, 503, 504, 505, 506, 507, 508
+SMOKE, OIL_DERIVATIVE, HEAT_CARRIER, LIST = (590, 591, 592), 593, 594, 595
+USB, IRDA, BLUETOOTH, BLUETOOTH_PORT, HEATING_CHECK, RS232, RS232_PORT = 560, 561, 562, 563, 567, 570, 572
+
+PATIENCE = 60  # seconds until a wait is given up: a bound against hanging, not an expectation
+
+
+class DriverError(Exception):
+    pass
+
+
+class Driver:
+    """The line-by-line driver program, as methods."""
+
+    def __init__(self, prefix):
+        self.process = prefix.start(DRIVER, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+
+    def ask(self, *words):
+        line = " ".join(map(str, words)) + "\n"
+        self.process.stdin.write(line.encode())
+        self.process.stdin.flush()
+        if not select.select([self.process.stdout], [], [], 2 * PATIENCE)[0]:
+            raise DriverError("the driver does not answer to " + line)
+        verdict, _, answer = self.process.stdout.readline().decode().rstrip("\r\n").partition(" ")
+        if verdict != "ok":
+            raise DriverError(f"{line.strip()}: {answer}")
+        return json.loads(answer) if answer else None
+
+    def close(self):
+        self.process.stdin.close()
+        self.process.stdout.close()
+
+
+class Session:
+    """One program in one fresh Windows; `settings` are registry values, `ports` maps COM numbers to ttys."""
+
+    def __init__(self, display, language="en", settings=None, ports=None, own_frames=True):
+        self.program = None
+        self.prefix = wine_env.Prefix(language, display, own_frames=own_frames)
+        atexit.register(self.prefix.close)  # for a run that is broken off: no clean-up of a test runs then
+        self.temp = self.prefix.temp_folder()
+        for number, device in (ports or {}).items():
+            self.prefix.connect_port(number, device)
+        self.driver = Driver(self.prefix)
+        self.ask = self.driver.ask
+        for name, value in (settings or {}).items():
+            self.ask("regset", name, "dword" if isinstance(value, int) else "string", value)
+
+    def start(self, *arguments, program=PROGRAM):
+        self.program = self.prefix.start(program, *arguments)
+        self.pid = self.window(CAPTION)["pid"]
+        return self
+
+    def window(self, caption):
+        """Waits for a window and makes it the one that the other methods look at."""
+        return self.ask("wait", caption, PATIENCE * 1000)
+
+    def state(self, control):
+        return self.ask("state", control)
+
+    def text(self, control):
+        return self.state(control)["text"]
+
+    def enabled(self, control):
+        return self.state(control)["enabled"]
+
+    def rows(self):
+        return self.ask("items", LIST)["rows"]
+
+    def wait_until(self, condition, what):
+        end = time.monotonic() + PATIENCE
+        while not (result := condition()):
+            if time.monotonic() > end:
+                raise AssertionError(f"waited in vain for {what}")
+            time.sleep(0.1)
+        return result
+
+    def wait_status(self, text):
+        self.wait_until(lambda: self.text(STATUS) == text, f"the status {text!r}")
+
+    def open_settings(self):
+        self.ask("post", SETTINGS)
+        self.window(SETTINGS_CAPTION)
+
+    def close_settings(self, button):
+        self.ask("click", button)
+        self.window(CAPTION)
+
+    def leave(self, button):
+        """Presses OK or Cancel of the main dialog and returns the exit code of the program."""
+        self.ask("post", button)
+        return self.program.wait(PATIENCE)
+
+    def file(self, name=EXCHANGE_FILE):
+        """The bytes of a file in the program's temporary folder, None if there is none."""
+        path = self.temp / name
+        return path.read_bytes() if path.exists() else None
+
+    def close(self):
+        self.driver.close()
+        self.prefix.close()
+        atexit.unregister(self.prefix.close)
