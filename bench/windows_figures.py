@@ -72,6 +72,22 @@ def memory(pid, kind="Pss"):
     return int(re.search(rf"^{kind}: +(\d+) kB", rows, re.MULTILINE)[1]) * 1024 / MEBI
 
 
+def sharing_processes(pid):
+    """Processes outside this prefix that share Wine's pages and so make the proportional set size smaller."""
+    prefix = wine_prefix_of(pid)
+    others = 0
+    for folder in Path("/proc").glob("[0-9]*"):
+        with contextlib.suppress(OSError):
+            is_wine = b"/wine/x86_64-unix/ntdll.so" in (folder / "maps").read_bytes()
+            others += is_wine and wine_prefix_of(folder.name) != prefix
+    return others
+
+
+def wine_prefix_of(pid):
+    variables = Path(f"/proc/{pid}/environ").read_bytes().split(b"\0")
+    return next((variable for variable in variables if variable.startswith(b"WINEPREFIX=")), None)
+
+
 def linux_process(prefix, name):
     """The process that runs this program of the prefix."""
     for folder in Path("/proc").glob("[0-9]*"):
@@ -142,7 +158,7 @@ def watching_figures(display):
         reads = count_value_reads(session) - reads_before
         if reads < WATCH_SECONDS / 4:
             raise CannotMeasure(f"{reads} value reads in {WATCH_SECONDS} s")
-        size = memory(pid)
+        size, others = memory(pid), sharing_processes(pid)
     with lone_program(MINIMAL_DIALOG, display) as pid:
         minimal = memory(pid)
     with paced_analyser() as tty, lone_program(PORT_POLLER, display, {5: tty}) as pid:
@@ -152,7 +168,8 @@ def watching_figures(display):
             figure("  value reads in that time", reads),
             figure("memory while watching (PSS)", size, "MiB", "<=", 16),
             figure("  the minimal dialog, nearly all of it Wine's own", minimal, "MiB"),
-            figure("  the program's more", size - minimal, "MiB")]
+            figure("  the program's more", size - minimal, "MiB"),
+            figure("  foreign Wine processes meanwhile, which make it look smaller", others)]
 
 
 def size_figures():

@@ -62,8 +62,9 @@ const std::vector<ValueRecord2010>& Position(std::uint32_t position) {
 /// Name of an instrument function, as an argument of the templates below.
 struct Name {
     char text[40] = {};
+    /// Implicit, so that a literal can stand as a template argument.
     template <std::size_t size>
-    consteval Name(const char (&literal)[size]) {
+    consteval Name(const char (&literal)[size]) {  // NOLINT(google-explicit-constructor)
         std::copy_n(literal, size, text);
     }
 };
