@@ -1,7 +1,5 @@
 """A technician's session over a serial link: search, values, typed values, hand-over."""
 
-import re
-
 import harness
 import program_session
 from program_session import CANCEL, CONNECTION, DEVICE_BOX, HEAT_CARRIER, OIL_DERIVATIVE, OK, SMOKE, STATUS
@@ -181,24 +179,6 @@ class StartAndEnd(SerialSession):
                 program.ask("key", key)
                 self.assertEqual(program.program.wait(program_session.PATIENCE), 0)
                 self.assertEqual(program.file() is not None, written)
-
-    def test_help_without_a_help_file_says_so(self):
-        for language, caption, text in (("en", "Error", "Helpfile not found. File "), ("de", "Fehler", "Hilfedatei nicht gefunden. Datei ")):
-            with self.subTest(language):
-                program = self.begin(language=language, wait=False)
-                program.ask("post", program_session.HELP)
-                box = program.wait_until(lambda: self.message_box(program), "the message box")
-                self.assertEqual(box["caption"], caption)
-                file = rf"[A-Z]:\\.*NeltoStackWatcher_{language.upper()}\.chm"
-                self.assertTrue(any(re.fullmatch(re.escape(text) + file, shown) for shown in box["texts"]), box)
-                program.ask("messagebox", 1)
-
-    @staticmethod
-    def message_box(program):
-        try:
-            return program.ask("messagebox")
-        except program_session.DriverError:
-            return None
 
 
 class Outputs(SerialSession):
