@@ -115,7 +115,8 @@ class HelpButton(harness.WindowsTestCase):
                 record = session.prefix.folder / "drive_c/opened.txt"
                 recorder = r'C:\windows\system32\cmd.exe /u /c echo "%1">C:\opened.txt'
                 for key, value in ((r"HKCR\.chm", "HelpRecorder"), (r"HKCR\HelpRecorder\shell\open\command", recorder)):
-                    self.assertEqual(session.prefix.start("reg", "add", key, "/ve", "/d", value, "/f").wait(), 0)
+                    command = ["reg", "add", key, "/ve", "/d", value, "/f"]
+                    session.wait_until(lambda: session.prefix.start(*command).wait() == 0, f"the registry key {key}")
                 session.start(program=self.place / PROGRAM.name)
                 session.ask("post", program_session.HELP)
                 session.wait_until(lambda: record.exists() and b"\n\0" in record.read_bytes(), "the opened file")
