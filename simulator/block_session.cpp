@@ -5,34 +5,18 @@
 namespace simulator {
 namespace {
 
-constexpr std::uint64_t kSilentGapMs   = 500;
 constexpr std::size_t kMaxRequest      = 4096;
-constexpr std::size_t kAckSize         = nelto::kProgramAck.size();
-constexpr std::size_t kIndexAndCount   = 5;  // bytes up to the end of index and count
 constexpr std::uint8_t kWrongAckEnding = 0x00;
-constexpr std::size_t kNeedsMore       = 0;
-
-bool HasImpossibleIndex(Bytes front) {
-    if (front.size() < kIndexAndCount) return false;
-    const unsigned index = (unsigned{front[1]} << 8) | front[2];
-    const unsigned count = (unsigned{front[3]} << 8) | front[4];
-    return index >= count;
-}
 
 }  // namespace
 
 void BlockSession::Receive(Bytes bytes, std::uint64_t now_ms) {
     if (IsLinkGone(now_ms) || bytes.empty()) return;
-    if (!received_.empty() && now_ms - last_byte_ms_ >= kSilentGapMs) {
-        events_("gave up " + std::to_string(received_.size()) + " bytes of an unfinished frame");
-        received_.clear();
-    }
-    last_byte_ms_ = now_ms;
-    received_.insert(received_.end(), bytes.begin(), bytes.end());
-    while (!IsLinkGone(now_ms) && !received_.empty()) {
-        const std::size_t used = ConsumeFront(now_ms);
-        if (used == kNeedsMore) return;
-        received_.erase(received_.begin(), received_.begin() + static_cast<std::ptrdiff_t>(used));
+    splitter_.Receive(bytes, now_ms);
+    while (!IsLinkGone(now_ms)) {
+        const std::optional<Message> frame = splitter_.Next();
+        if (!frame) return;
+        TakeFrame(*frame, now_ms);
     }
 }
 
@@ -44,7 +28,7 @@ std::optional<Message> BlockSession::TakeOutput(std::uint64_t now_ms) {
 }
 
 void BlockSession::Reset() {
-    received_.clear();
+    splitter_.Clear();
     ForgetExchange();
 }
 
@@ -57,28 +41,10 @@ void BlockSession::ForgetExchange() {
     output_.clear();
 }
 
-/// Gives how many of the received bytes are done with. Only one where no frame begins or the frame turns out bad, so
-/// that a good frame behind garbage is still found.
-std::size_t BlockSession::ConsumeFront(std::uint64_t now_ms) {
-    const Bytes front(received_);
-    if (front[0] != nelto::kProgramStart) return 1;
-    if (front.size() >= 2 && front[1] == nelto::kAckMark) {
-        if (front.size() < kAckSize) return kNeedsMore;
-        if (!std::ranges::equal(front.first(kAckSize), nelto::kProgramAck)) return 1;
-        TakeAcknowledgement(now_ms);
-        return kAckSize;
-    }
-    if (HasImpossibleIndex(front)) return 1;
-    if (front.size() < nelto::kBlockHeaderSize) return kNeedsMore;
-    const std::size_t size = front[5] + nelto::kBlockOverhead;
-    if (front.size() < size) return kNeedsMore;
+void BlockSession::TakeFrame(Bytes frame, std::uint64_t now_ms) {
+    if (frame[1] == nelto::kAckMark) return TakeAcknowledgement(now_ms);
     nelto::Block block;
-    if (nelto::ParseBlock(front.first(size), block) != nelto::BlockFault::kNone) {
-        events_("bad checksum, no answer: " + HexText(front.first(size)));
-        return 1;
-    }
-    TakeBlock(block, now_ms);
-    return size;
+    if (nelto::ParseBlock(frame, block) == nelto::BlockFault::kNone) TakeBlock(block, now_ms);
 }
 
 void BlockSession::TakeBlock(const nelto::Block& block, std::uint64_t now_ms) {
@@ -201,7 +167,7 @@ void BlockSession::CutLink(std::uint32_t milliseconds, std::uint64_t now_ms) {
 bool BlockSession::IsLinkGone(std::uint64_t now_ms) {
     if (link_back_ms_ && now_ms >= *link_back_ms_) {
         link_back_ms_.reset();
-        received_.clear();
+        splitter_.Clear();
         events_("link back");
     }
     return link_back_ms_.has_value();

@@ -3,39 +3,26 @@
 #pragma once
 
 #include <deque>
-#include <functional>
-#include <optional>
-#include <string>
 
 #include "analyser_2004.h"
+#include "byte_session.h"
 #include "faults.h"
-#include "message.h"
+#include "frame_splitter.h"
 #include "transport/block_frame.h"
 
 namespace simulator {
 
-/// Takes one line for people about what happens.
-using EventSink = std::function<void(const std::string& line)>;
-
-class BlockSession {
+class BlockSession final : public ByteSession {
 public:
     /// `analyser` and `faults` must outlive the session; they may serve further links. `payload_limit` is the most
     /// payload bytes of a reply block, 1 to 255.
     BlockSession(Analyser2004& analyser, FaultScript& faults, std::size_t payload_limit, EventSink events)
         : analyser_(analyser), faults_(faults), payload_limit_(payload_limit), events_(std::move(events)) {}
 
-    /// Takes what arrived at `now_ms`, in pieces of any size. Bytes that begin no frame are passed over; a piece of a
-    /// frame is given up when nothing follows for 500 ms.
-    void Receive(Bytes bytes, std::uint64_t now_ms);
-
-    /// The next bytes that are due for sending at `now_ms`, if any. Call until it gives none.
-    [[nodiscard]] std::optional<Message> TakeOutput(std::uint64_t now_ms);
-
-    /// True while something waits for its time to be sent.
-    [[nodiscard]] bool HasOutput() const { return !output_.empty(); }
-
-    /// Forgets everything under way: the link was closed or lost.
-    void Reset();
+    void Receive(Bytes bytes, std::uint64_t now_ms) override;
+    [[nodiscard]] std::optional<Message> TakeOutput(std::uint64_t now_ms) override;
+    [[nodiscard]] bool HasOutput() const override { return !output_.empty(); }
+    void Reset() override;
 
 private:
     struct Output {
@@ -43,7 +30,7 @@ private:
         Message bytes;
     };
 
-    [[nodiscard]] std::size_t ConsumeFront(std::uint64_t now_ms);
+    void TakeFrame(Bytes frame, std::uint64_t now_ms);
     void TakeBlock(const nelto::Block& block, std::uint64_t now_ms);
     void ForgetExchange();
     void SendAcknowledgement(std::uint64_t now_ms);
@@ -63,8 +50,7 @@ private:
     std::size_t payload_limit_;
     EventSink events_;
 
-    Message received_;
-    std::uint64_t last_byte_ms_ = 0;
+    FrameSplitter splitter_{events_};
     Message request_;
     unsigned next_request_block_ = 0;
     std::vector<Strike> strikes_;  // on the request at hand and its reply

@@ -1,68 +1,24 @@
-// nelto-simulator: a flue-gas analyser of generation 2004 behind a serial port.
-#include <charconv>
+// nelto-simulator: a flue-gas analyser of generation 2004 behind a serial port, made from a scenario or played from a log.
 #include <cstdio>
-#include <span>
-#include <string_view>
+#include <fstream>
 
+#include "block_session.h"
+#include "options.h"
+#include "replay_session.h"
 #include "scenario.h"
 #include "serial_server.h"
 
 namespace {
 
+using simulator::Options;
+using simulator::RecordedConnection;
 using simulator::Scenario;
 
 constexpr int kWrongUse    = 2;
-constexpr int kNoScenario  = 3;
+constexpr int kNoScenario  = 3;  // also: no log
 constexpr int kPortFailure = 4;
 
-constexpr const char* kUsage =
-    "nelto-simulator --port COM6 | --pty  [--scenario FILE] [--ident NUMBER] [--seed NUMBER] [--log]\n"
-    "  --port      the serial port to serve\n"
-    "  --pty       serve a pseudo terminal, told in the first line as \"port PATH\" (not on Windows)\n"
-    "  --scenario  what the analyser knows and does, see README.md; built in: a 780 with oil fuel\n"
-    "  --ident     answer as 780, 790, 710, or by ident alone as 781, 752, 745, 711, 746\n"
-    "  --seed      another course of the noise\n"
-    "  --log       show the bytes on the line too\n";
-
-struct Options {
-    std::string port;
-    std::string scenario;
-    std::optional<unsigned> ident;
-    std::optional<std::uint64_t> seed;
-    bool with_pair   = false;
-    bool with_frames = false;
-};
-
-template <typename Number>
-bool ReadNumber(std::string_view text, std::optional<Number>& number) {
-    const char* end   = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, number.emplace());
-    return result.ec == std::errc() && result.ptr == end;
-}
-
-bool ReadOptions(std::span<char*> words, Options& options) {
-    for (std::size_t i = 1; i < words.size(); ++i) {
-        const std::string_view name = words[i];
-        if (name == "--pty") {
-            options.with_pair = true;
-        } else if (name == "--log") {
-            options.with_frames = true;
-        } else {
-            if (++i == words.size()) return false;
-            const std::string_view value = words[i];
-            if (name == "--port") {
-                options.port = value;
-            } else if (name == "--scenario") {
-                options.scenario = value;
-            } else if (name == "--ident") {
-                if (!ReadNumber(value, options.ident) || !simulator::IsKnownModel(*options.ident)) return false;
-            } else if (name != "--seed" || !ReadNumber(value, options.seed)) {
-                return false;
-            }
-        }
-    }
-    return options.with_pair == options.port.empty();
-}
+constexpr std::size_t kMostLogFaults = 20;  // told one by one
 
 std::optional<Scenario> ChosenScenario(const Options& options) {
     std::string error;
@@ -78,24 +34,80 @@ std::optional<Scenario> ChosenScenario(const Options& options) {
     return scenario;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    Options options;
-    if (!ReadOptions({argv, static_cast<std::size_t>(argc)}, options)) {
-        std::fputs(kUsage, stderr);
-        return kWrongUse;
+/// Tells the first faults of a log and counts the others.
+class LogFaults {
+public:
+    void operator()(const std::string& line) {
+        if (++count_ <= kMostLogFaults) std::fprintf(stderr, "passed over: %s\n", line.c_str());
     }
+    void End() const {
+        if (count_ > kMostLogFaults) std::fprintf(stderr, "passed over: %zu more\n", count_ - kMostLogFaults);
+    }
+
+private:
+    std::size_t count_ = 0;
+};
+
+int ListConnections(std::ifstream& log) {
+    LogFaults faults;
+    simulator::ReadZivLog(
+        log, {.on_connection =
+                  [](const RecordedConnection& connection) { std::printf("%s\n", connection.Summary().c_str()); },
+              .on_failed_openings = [](const std::string& line) { std::printf("%s\n", line.c_str()); },
+              .on_fault           = std::ref(faults)});
+    faults.End();
+    return 0;
+}
+
+std::optional<RecordedConnection> ChosenConnection(std::ifstream& log, const Options& options) {
+    LogFaults faults;
+    auto connection = simulator::ChooseConnection(log, options.connection, std::ref(faults));
+    faults.End();
+    if (!connection) std::fprintf(stderr, "log %s: no such connection\n", options.replay.c_str());
+    return connection;
+}
+
+int Serve(simulator::ByteSession& session, const simulator::Console& console, const Options& options) {
+    simulator::SerialServer server(session, console, options.with_frames);
+    if (!options.with_pair) server.Serve(options.port);
+    if (!server.ServePair()) std::fputs("no pseudo terminal\n", stderr);
+    return kPortFailure;
+}
+
+int Simulate(const Options& options) {
     const std::optional<Scenario> scenario = ChosenScenario(options);
     if (!scenario) return kNoScenario;
-
     const simulator::Console console;
     simulator::Analyser2004 analyser(scenario->analyser);
     simulator::FaultScript faults(scenario->faults);
     simulator::BlockSession session(analyser, faults, scenario->block_payload,
                                     [&console](const std::string& line) { console.Tell(line); });
-    simulator::SerialServer server(session, console, options.with_frames);
-    if (!options.with_pair) server.Serve(options.port);
-    if (!server.ServePair()) std::fputs("no pseudo terminal\n", stderr);
-    return kPortFailure;
+    return Serve(session, console, options);
+}
+
+int Replay(const Options& options) {
+    std::ifstream log(options.replay, std::ios::binary);
+    if (!log) {
+        std::fprintf(stderr, "log %s: cannot be read\n", options.replay.c_str());
+        return kNoScenario;
+    }
+    if (options.list) return ListConnections(log);
+    const std::optional<RecordedConnection> connection = ChosenConnection(log, options);
+    if (!connection) return kNoScenario;
+    const simulator::Console console;
+    simulator::ReplaySession session(*connection, options.with_times,
+                                     [&console](const std::string& line) { console.Tell(line); });
+    std::fprintf(stderr, "replaying %s\n", connection->Summary().c_str());
+    return Serve(session, console, options);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::optional<Options> options = simulator::ReadOptions({argv, static_cast<std::size_t>(argc)});
+    if (!options) {
+        std::fputs(simulator::kUsage, stderr);
+        return kWrongUse;
+    }
+    return options->replay.empty() ? Simulate(*options) : Replay(*options);
 }

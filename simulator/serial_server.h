@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "block_session.h"
+#include "byte_session.h"
 #include "console.h"
 #include "port.h"
 
@@ -12,7 +12,7 @@ namespace simulator {
 class SerialServer {
 public:
     /// All three must outlive the server. With `with_frames` every piece of bytes is told too.
-    SerialServer(BlockSession& session, const Console& console, bool with_frames)
+    SerialServer(ByteSession& session, const Console& console, bool with_frames)
         : session_(session), console_(console), with_frames_(with_frames) {}
 
     /// Serves the port `name` until the process ends; a port that is missing or lost is tried again every second.
@@ -26,7 +26,7 @@ private:
     [[nodiscard]] bool Receive();
     [[nodiscard]] bool Send();
 
-    BlockSession& session_;
+    ByteSession& session_;
     const Console& console_;
     bool with_frames_;
     Port port_;

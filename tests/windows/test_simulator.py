@@ -1,5 +1,7 @@
 """The program against the shipped simulator, both as a user starts them."""
 
+import re
+
 import harness
 import program_session
 import wine_env
@@ -8,18 +10,23 @@ SCENARIOS = program_session.SIMULATOR.parent / "scenarios"
 
 
 class SimulatedAnalyser(harness.WindowsTestCase):
-    def begin(self, scenario, **settings):
+    def begin(self, *simulated, **settings):
         program = self.session(settings={"Communication": 5} | settings)
         cable = wine_env.SerialCable(program.prefix, 5, 6)
         self.addCleanup(cable.close)
-        program.prefix.start(program_session.SIMULATOR, "--port", "COM6", "--scenario", SCENARIOS / scenario)
+        self.events_file = program.prefix.folder / "simulator.log"
+        with open(self.events_file, "wb") as events:
+            program.prefix.start(program_session.SIMULATOR, "--port", "COM6", *simulated, stdout=events, stderr=events)
         program.start()
         program.wait_status("Measure values available")
         program.wait_until(program.rows, "the rows of the list")
         return program
 
+    def events(self):
+        return self.events_file.read_bytes()
+
     def test_heating_check_reaches_list_and_exchange_file(self):
-        program = self.begin("heating-check.txt", HeatingCheck=1)
+        program = self.begin("--scenario", SCENARIOS / "heating-check.txt", HeatingCheck=1)
         rows = program.rows()
         for row in (["PointsFluegasLo", "4.5", ""], ["FT (HeatCheck)", "166.2", "°C"], ["Height", "120", "cm"], ["Power", "21.0", "kW"]):
             self.assertIn(row, rows)
@@ -31,8 +38,24 @@ class SimulatedAnalyser(harness.WindowsTestCase):
         self.assertFalse([line for line in written if line.startswith(b"9050264")])  # an entry without a value
 
     def test_790_is_driven_like_a_780(self):
-        program = self.begin("790.txt")
+        program = self.begin("--scenario", SCENARIOS / "790.txt")
         self.assertEqual(program.text(program_session.DEVICE_BOX), "nelto 780-3")
         self.assertIn(["Fuel", "Natural gas", ""], program.rows())
         self.assertEqual(program.leave(program_session.OK), 0)
         self.assertIn(b"9200=50100077\r\n", program.file())
+
+    def test_recorded_session_shows_the_same_on_another_desk(self):
+        program = self.begin("--scenario", SCENARIOS / "heating-check.txt", HeatingCheck=1)
+        rows = program.rows()
+        program.wait_until(lambda: program.rows() != rows, "moving values")
+        self.assertEqual(program.leave(program_session.OK), 0)
+        log = program.temp / "ZIVNelto780.txt"
+        log.write_bytes(b"a tail of an older\r\n" + log.read_bytes() + b"NeltoRS232Open uPort = 5, COM5\r\nError Number 2\r\n")
+
+        again = self.begin("--replay", log, "--times", HeatingCheck=1)
+        again.wait_until(lambda: re.search(rb"request read values[^\n]+\n[^\n]+its last one stays", self.events()), "the end of the log")
+        self.assertEqual([row[::2] for row in again.rows()], [row[::2] for row in rows])
+        self.assertEqual(again.leave(program_session.OK), 0)
+        self.assertEqual(again.file(), program.file())
+        self.assertIn(b"passed over: line 1: not understood", self.events())
+        self.assertNotIn(b"no reply:", self.events())

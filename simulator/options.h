@@ -1,0 +1,33 @@
+// The command line of nelto-simulator.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+namespace simulator {
+
+extern const char* const kUsage;
+
+struct Options {
+    std::string port;
+    bool with_pair   = false;
+    bool with_frames = false;
+
+    // An analyser made from a scenario.
+    std::string scenario;
+    std::optional<unsigned> ident;
+    std::optional<std::uint64_t> seed;
+
+    // An analyser played from a log.
+    std::string replay;
+    std::optional<std::size_t> connection;
+    bool with_times = false;
+    bool list       = false;
+};
+
+/// The options in the words of a command line, the program's name first; none when they make no sense.
+[[nodiscard]] std::optional<Options> ReadOptions(std::span<char* const> words);
+
+}  // namespace simulator
