@@ -1,5 +1,8 @@
 """A technician's session over a serial link: search, values, typed values, hand-over."""
 
+import subprocess
+import sys
+
 import harness
 import program_session
 from program_session import CANCEL, CONNECTION, DEVICE_BOX, HEAT_CARRIER, OIL_DERIVATIVE, OK, SMOKE, STATUS
@@ -76,6 +79,15 @@ class Values(SerialSession):
         for line in (b"AUFTRAG", b"1101=183", b"1001=20,9", b"4010=-0,125", b"1401=999,9", b"6020=9,5", b"6120=0,0",
                      b"6220=1,0", b"6320=2", b"6420=1", b"9100=1.23", b"6520=3,5"):
             self.assertIn(line, written)
+        reader = subprocess.run([sys.executable, program_session.ROOT / "examples/read_exchange_file.py", "--word", "AUFTRAG",
+                                 program.temp / program_session.EXCHANGE_FILE], capture_output=True, text=True, check=False)
+        self.assertEqual((reader.returncode, reader.stderr), (0, ""))
+        self.assertEqual(reader.stdout.splitlines(), [
+            "1101 FT in °C: 183.0", "1001 AT in °C: 20.9", "2003 O2 in %: 20.9", "2204 CO in ppm: 12.0", "5321 : no value",
+            "4010 : -0.125", "1401 heat carrier in °C: 999.9", "6020 smoke number 1: 9.5", "6120 smoke number 2: 0.0",
+            "6220 smoke number 3: 1.0", "6320 oil derivative: 2.0", "6420 fuel: 1.0", "3703 : 15.4", "2803 : 3.0",
+            "9000 device: nelto 780-2", "9100 firmware: 1.23", "9200 serial number: 01234567", "9300 smoke pump: P-77",
+            "6520 smoke number, mean: 3.5"])
 
     def test_typing_survives_the_refresh(self):
         program = self.begin()
