@@ -26,11 +26,11 @@ std::uint8_t CommandOf(Bytes frame) {
     return payload.empty() ? std::uint8_t{0} : payload[0];
 }
 
-/// What tells one request from another.
-Message KeyOf(Bytes frame) {
+/// What tells one request from another, as hex.
+std::string KeyOf(Bytes frame) {
     const std::uint8_t command = CommandOf(frame);
-    if (std::ranges::find(kVolatileCommands, command) != kVolatileCommands.end()) return {command};
-    return {frame.begin(), frame.end()};
+    if (std::ranges::find(kVolatileCommands, command) != kVolatileCommands.end()) return HexText({&command, 1});
+    return HexText(frame);
 }
 
 }  // namespace

@@ -42,7 +42,7 @@ private:
     bool with_times_;
     EventSink events_;
     FrameSplitter splitter_{events_};
-    std::map<Message, Replies> replies_;        // by request
+    std::map<std::string, Replies> replies_;    // by request
     const RecordedMessage* message_ = nullptr;  // being played
     std::size_t next_exchange_      = 0;        // of it
     std::deque<Output> output_;
