@@ -7,6 +7,7 @@
 #include "replay_session.h"
 #include "scenario.h"
 #include "serial_server.h"
+#include "ziv_log.h"
 
 namespace {
 

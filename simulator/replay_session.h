@@ -6,7 +6,7 @@
 
 #include "byte_session.h"
 #include "frame_splitter.h"
-#include "ziv_log.h"
+#include "recorded_connection.h"
 
 namespace simulator {
 

@@ -11,6 +11,7 @@
 #include "replay_session.h"
 #include "scenario.h"
 #include "support.h"
+#include "ziv_log.h"
 
 namespace nelto::test {
 namespace {
