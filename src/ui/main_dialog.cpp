@@ -10,6 +10,7 @@
 #include "core/serial_output.h"
 #include "diag/trace_log.h"
 #include "platform/wide_text.h"
+#include "ui/dialog_icons.h"
 #include "ui/help.h"
 #include "ui/manual_fields.h"
 #include "ui/pictures.h"
@@ -62,10 +63,11 @@ public:
     void Refresh();
     bool ReadPatiently(Measurement& measurement) const;
     bool HandleCommand(int command);
-    void FitScaling() const;
+    void FitScaling();
+    /// What the system tells top-level windows only and the list must hear too.
+    void PassToList(UINT message, WPARAM w_param, LPARAM l_param) const;
 
 private:
-    void SetIcon(WPARAM kind, int width_metric, int height_metric) const;
     void ShowStatus(const StatusView& view) const;
     void ShowOk(OkChange change) const;
     void FillTypedFieldsOnce(Measurement& measurement);
@@ -80,6 +82,7 @@ private:
     ProgramState& state_;
     WorkerThread worker_;
     HWND dialog_ = nullptr;
+    DialogIcons icons_;
     UpDownTable up_downs_;
     LogPath protocol_path_{};
     std::uint32_t shown_status_ = kNeverShown;
@@ -90,19 +93,12 @@ void MainDialog::Initialise(HWND dialog) {
     dialog_        = dialog;
     protocol_path_ = MakeLogPath(kProtocolName);
     StartTraceFile(protocol_path_.data());
-    SetIcon(ICON_BIG, SM_CXICON, SM_CYICON);
-    SetIcon(ICON_SMALL, SM_CXSMICON, SM_CYSMICON);
+    icons_.Show(dialog_);
     SetControlTexts(dialog_, kTexts);
     PrepareManualFields(dialog_, up_downs_, state_.decimal_separator);
     PrepareValueList(ValueList());
     worker_.Start();
     SetTimer(dialog_, kRefreshTimer, kRefreshPeriod, nullptr);
-}
-
-void MainDialog::SetIcon(WPARAM kind, int width_metric, int height_metric) const {
-    const HANDLE icon = LoadImageW(instance_, MAKEINTRESOURCEW(IDI_PROGRAM), IMAGE_ICON, GetSystemMetrics(width_metric),
-                                   GetSystemMetrics(height_metric), LR_SHARED);
-    SendMessageW(dialog_, WM_SETICON, kind, reinterpret_cast<LPARAM>(icon));
 }
 
 void MainDialog::Paint() const {
@@ -172,10 +168,15 @@ bool MainDialog::TakeOverOilAnswer(Measurement& measurement, OilDerivativeEntry 
     return state_.measurement.Edit(measurement);
 }
 
-void MainDialog::FitScaling() const {
+void MainDialog::FitScaling() {
+    icons_.Show(dialog_);
     FitValueColumns(ValueList());
     PlaceStatusText(dialog_);
     InvalidateRect(dialog_, nullptr, TRUE);
+}
+
+void MainDialog::PassToList(UINT message, WPARAM w_param, LPARAM l_param) const {
+    SendMessageW(ValueList(), message, w_param, l_param);
 }
 
 bool MainDialog::HandleCommand(int command) {
@@ -219,12 +220,13 @@ void MainDialog::Cancel() {
 /// The one open dialog. The dialog box is created with parameter 0, so its procedure finds the state here.
 MainDialog* open_dialog = nullptr;
 
-INT_PTR CALLBACK MainProcedure(HWND dialog, UINT message, WPARAM w_param, LPARAM) {
+INT_PTR CALLBACK MainProcedure(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param) {
     switch (message) {
         case WM_INITDIALOG: open_dialog->Initialise(dialog); return TRUE;
         case WM_PAINT: open_dialog->Paint(); return TRUE;
         case WM_TIMER: open_dialog->Refresh(); return TRUE;
         case WM_COMMAND: return open_dialog->HandleCommand(LOWORD(w_param)) ? TRUE : FALSE;
+        case WM_SYSCOLORCHANGE: open_dialog->PassToList(message, w_param, l_param); return TRUE;
         // Posted, so that it comes after the dialog manager has given the controls their new sizes.
         case WM_DPICHANGED: PostMessageW(dialog, kScalingChanged, 0, 0); return FALSE;
         case kScalingChanged: open_dialog->FitScaling(); return TRUE;

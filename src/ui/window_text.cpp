@@ -10,6 +10,13 @@ namespace {
 
 constexpr std::size_t kLongestText = 260;
 
+/// Looked up by name: Windows before 10 does not have these functions, and there all screens share one scaling.
+template <typename Function>
+Function ScalingFunction(const char* name) {
+    const FARPROC function = GetProcAddress(GetModuleHandleW(L"user32.dll"), name);
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(function));
+}
+
 }  // namespace
 
 std::wstring StringText(std::uint32_t text_id) {
@@ -52,15 +59,18 @@ void FocusControl(HWND dialog, int control_id) {
 }
 
 std::uint32_t DialogDpi(HWND dialog) {
-    // Looked up by name: Windows before 10 does not have it, and there all screens share one scaling.
     using GetDpiForWindowFunction = UINT(WINAPI*)(HWND);
-    const FARPROC function        = GetProcAddress(GetModuleHandleW(L"user32.dll"), "GetDpiForWindow");
-    if (function != nullptr)
-        return reinterpret_cast<GetDpiForWindowFunction>(reinterpret_cast<void*>(function))(dialog);
+    if (const auto get = ScalingFunction<GetDpiForWindowFunction>("GetDpiForWindow")) return get(dialog);
     const HDC screen = GetDC(nullptr);
     const int dpi    = GetDeviceCaps(screen, LOGPIXELSY);
     ReleaseDC(nullptr, screen);
     return static_cast<std::uint32_t>(dpi);
+}
+
+int DialogMetric(HWND dialog, int metric) {
+    using GetSystemMetricsForDpiFunction = int(WINAPI*)(int, UINT);
+    const auto get                       = ScalingFunction<GetSystemMetricsForDpiFunction>("GetSystemMetricsForDpi");
+    return get != nullptr ? get(metric, DialogDpi(dialog)) : GetSystemMetrics(metric);
 }
 
 }  // namespace nelto::ui

@@ -36,4 +36,7 @@ void FocusControl(HWND dialog, int control_id);
 /// Scaling of the dialog's screen in dots per inch; 96 is 100 %.
 [[nodiscard]] std::uint32_t DialogDpi(HWND dialog);
 
+/// A system metric (SM_...) in pixels of the dialog's screen.
+[[nodiscard]] int DialogMetric(HWND dialog, int metric);
+
 }  // namespace nelto::ui
