@@ -72,6 +72,18 @@ class Session:
         self.pid = self.window(CAPTION)["pid"]
         return self
 
+    def restart(self, language, registry):
+        """Starts the program anew as another user of the same Windows sees it; `registry` maps keys of HKEY_CURRENT_USER to
+        their values, numbers and texts."""
+        if self.program:
+            self.leave(CANCEL)
+        self.prefix.write_registry(registry)
+        self.prefix.set_language(language)
+        self.driver.close()
+        self.driver = Driver(self.prefix)
+        self.ask = self.driver.ask
+        return self.start()
+
     def window(self, caption):
         """Waits for a window and makes it the one that the other methods look at."""
         return self.ask("wait", caption, PATIENCE * 1000)

@@ -61,7 +61,7 @@ def environment(prefix, language, display):
 class Display:
     """A virtual screen on the first free display number."""
 
-    def __init__(self, size="1280x1024x24"):
+    def __init__(self, size="1600x1200x24"):
         read_end, write_end = os.pipe()
         self.process = subprocess.Popen(
             ["Xvfb", "-displayfd", str(write_end), "-screen", "0", size, "-nolisten", "tcp", "-noreset"],
@@ -152,6 +152,21 @@ class Prefix:
         link.unlink(missing_ok=True)
         if device:
             link.symlink_to(device)
+
+    def set_language(self, language):
+        """For programs started from now on."""
+        self.environment["LC_ALL"] = LOCALES[language] + ".UTF-8"
+
+    def write_registry(self, keys):
+        """`keys` maps keys of HKEY_CURRENT_USER to their values, numbers and texts."""
+        def shown(value):
+            return f"dword:{value:08x}" if isinstance(value, int) else f'"{value}"'
+        lines = ["REGEDIT4"]
+        for key, values in keys.items():
+            lines += ["", f"[HKEY_CURRENT_USER\\{key}]", *(f'"{name}"={shown(value)}' for name, value in values.items())]
+        file = self.folder / "values.reg"
+        file.write_text("\r\n".join([*lines, ""]))
+        self.start("regedit", "/S", file).wait(START_TIMEOUT)
 
     def start(self, *command, **options):
         options.setdefault("stdin", subprocess.DEVNULL)

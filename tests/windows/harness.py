@@ -1,9 +1,12 @@
 """What the tests of the shipped program share: a display, and sessions that end with their test."""
 
 import atexit
+import tempfile
 import unittest
+from pathlib import Path
 
 import wine_env
+from pixels import Image
 from program_session import ROOT, Session
 
 _screen = None
@@ -16,6 +19,14 @@ def screen():
         _screen = wine_env.Display()
         atexit.register(_screen.close)
     return _screen
+
+
+def look():
+    """What stands on the display now."""
+    with tempfile.TemporaryDirectory() as folder:
+        file = Path(folder) / "screen.png"
+        screen().screenshot(file)
+        return Image(file)
 
 
 class WindowsTestCase(unittest.TestCase):

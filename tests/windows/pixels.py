@@ -2,8 +2,11 @@
 
 import subprocess
 
+from program_session import ROOT
+
+PICTURES = ROOT / "build/windows-x64/src/artwork"
 MAGENTA = b"\xff\x00\xff"  # the pictures' transparent colour
-RUN = 24                   # pixels of a row that are looked for first
+RUN = 16                   # pixels of a row that are looked for first
 
 
 class Image:
@@ -18,11 +21,16 @@ class Image:
         return self.bytes[start:start + 3 * width]
 
 
+def picture(number, scaling=100):
+    """A picture of the program in the size for a scaling in per cent."""
+    return Image(PICTURES / f"{number}_{scaling}.bmp")
+
+
 def _most_varied_run(picture):
     """Place of the most colourful run of pixels without a transparent one."""
     best = (0, 0, 0)
     for y in range(picture.height):
-        for x in range(0, picture.width - RUN, RUN // 2):
+        for x in range(0, picture.width - RUN, 4):
             run = picture.row(y, x, RUN)
             colours = {run[i:i + 3] for i in range(0, len(run), 3)}
             if MAGENTA not in colours:
@@ -41,13 +49,13 @@ def _stands_at(picture, screen, left, top):
     return True
 
 
-def shows(screen, picture):
-    """True when the picture stands on the screen, pixel by pixel but for its transparent ones."""
+def place(screen, picture):
+    """Where the picture's left upper corner stands on the screen, pixel by pixel but for its transparent ones; or None."""
     x, y = _most_varied_run(picture)
     run = picture.row(y, x, RUN)
     for screen_row in range(screen.height):
         row, at = screen.row(screen_row), -1
         while (at := row.find(run, at + 1)) >= 0:
             if at % 3 == 0 and _stands_at(picture, screen, at // 3 - x, screen_row - y):
-                return True
-    return False
+                return at // 3 - x, screen_row - y
+    return None

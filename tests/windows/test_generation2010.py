@@ -1,18 +1,15 @@
 """The shipped program with analysers of generation 2010: the simulated instrument libraries lie beside it."""
 
-import tempfile
 import time
-from pathlib import Path
 
 import harness
 import program_session
 import wine_env
 from drop_in_generation2010 import KINDS, Instrument, scenario_of
-from pixels import Image, shows
+from pixels import picture, place
 from program_session import CANCEL, DEVICE_BOX, OK
 
 AVAILABLE, BROKEN, SEARCHING = "Measure values available", "Connection broken", "Searching measure device"
-PICTURES = program_session.ROOT / "build/windows-x64/src/artwork"
 
 # By instrument kind: the instrument name and the number of its picture.
 NAMES = {711: "nelto 710", 745: "nelto 745", 746: "nelto 780-0", 752: "nelto 752", 760: "nelto 760", 781: "nelto 780-5"}
@@ -40,13 +37,8 @@ class Session2010(harness.WindowsTestCase):
 class EveryKind(Session2010):
     def assert_picture(self, kind):
         self.program.ask("activate")
-        with tempfile.TemporaryDirectory() as folder:
-            file = Path(folder) / "screen.png"
-
-            def is_shown():
-                harness.screen().screenshot(file)
-                return shows(Image(file), Image(PICTURES / f"{PICTURE_NUMBERS[kind]}_100.bmp"))
-            self.program.wait_until(is_shown, f"picture {PICTURE_NUMBERS[kind]}")
+        self.program.wait_until(lambda: place(harness.look(), picture(PICTURE_NUMBERS[kind])),
+                                f"picture {PICTURE_NUMBERS[kind]}")
 
     def test_values_name_and_picture(self):
         self.prepare()

@@ -21,13 +21,16 @@ def lines(*texts):
 class SerialSession(harness.WindowsTestCase):
     """The program on COM5 with an analyser of the tests' own behind it."""
 
-    def begin(self, *arguments, language="en", analyser=None, settings=None, ports=None, wait=True):
+    def prepare(self, language="en", analyser=None, settings=None, ports=None):
         self.analyser = analyser or Analyser780()
         self.peer = SerialPeer(self.analyser)
         self.addCleanup(self.peer.close)
         self.program = self.session(language=language, settings={"Communication": 5} | (settings or {}),
                                     ports={5: self.peer.path} | (ports or {}))
-        self.program.start(*arguments)
+        return self.program
+
+    def begin(self, *arguments, wait=True, language="en", **options):
+        self.prepare(language, **options).start(*arguments)
         if wait:
             self.wait_values(language)
         return self.program

@@ -6,6 +6,8 @@
 //   combo ID | items ID     entries of a combo box | columns and rows of a list view
 //   click ID | post ID      press a button and wait for it | press it and go on (it opens a dialog)
 //   settext ID TEXT | select ID N | key VK | command ID | close
+//   press VK...             keys on the keyboard of the window that is in front, held together: 0x12 0x28 is Alt+Down
+//   measure TEXT | ideal ID width of a text in the font of the values | [width, height] that a button needs
 //   activate | focus [ID] | windows | messagebox [ID] | controls | resources PID
 //   regset NAME dword|string VALUE | regget NAME | temp
 #include <windows.h>
@@ -148,6 +150,7 @@ public:
 
     [[nodiscard]] char* Address() const { return static_cast<char*>(memory_); }
     void Write(const void* data, size_t size) const { WriteProcessMemory(process_, memory_, data, size, nullptr); }
+    void Read(void* data, size_t size) const { ReadProcessMemory(process_, memory_, data, size, nullptr); }
     [[nodiscard]] std::wstring ReadText(size_t offset) const {
         wchar_t text[512] = L"";
         ReadProcessMemory(process_, Address() + offset, text, sizeof text - sizeof *text, nullptr);
@@ -208,7 +211,7 @@ std::string ComboOf(HWND combo) {
         entries.push_back(Quote(text));
     }
     return "{\"entries\":[" + Join(entries) + "],\"selected\":" + Number(static_cast<int>(Ask(combo, CB_GETCURSEL))) +
-           ",\"text\":" + Quote(TextOf(combo)) + "}";
+           ",\"dropped\":" + Truth(Ask(combo, CB_GETDROPPEDSTATE) != 0) + ",\"text\":" + Quote(TextOf(combo)) + "}";
 }
 
 /// The rest of a command line, taken apart word by word.
@@ -290,6 +293,48 @@ Answer Key(Words words) {
     PostMessageW(target, WM_KEYDOWN, key, 1);
     PostMessageW(target, WM_KEYUP, key, 1);
     return {};
+}
+
+Answer Press(Words words) {
+    std::vector<INPUT> strokes;
+    while (!words.rest.empty()) {
+        INPUT down{};
+        down.type   = INPUT_KEYBOARD;
+        down.ki.wVk = static_cast<WORD>(words.NextNumber());
+        strokes.push_back(down);
+    }
+    for (size_t held = strokes.size(); held > 0; --held) {
+        strokes.push_back(strokes[held - 1]);
+        strokes.back().ki.dwFlags = KEYEVENTF_KEYUP;
+    }
+    const auto count = static_cast<UINT>(strokes.size());
+    return {SendInput(count, strokes.data(), sizeof(INPUT)) == count, {}};
+}
+
+/// The list of values of the main dialog; its owner's when the settings dialog is looked at. All controls share its font.
+HWND ValueList() {
+    HWND dialog = GetWindow(window, GW_OWNER) != nullptr ? GetWindow(window, GW_OWNER) : window;
+    for (HWND child = GetWindow(dialog, GW_CHILD); child != nullptr; child = GetWindow(child, GW_HWNDNEXT)) {
+        if (ClassOf(child) == WC_LISTVIEWW) return child;
+    }
+    return nullptr;
+}
+
+Answer Measure(Words words) {
+    HWND list = ValueList();
+    if (list == nullptr) return Fail("no list of values");
+    const RemoteMemory memory(ProcessOf(list));
+    memory.Write(words.rest.c_str(), (words.rest.size() + 1) * sizeof(wchar_t));
+    return {true, Number(Ask(list, LVM_GETSTRINGWIDTHW, 0, reinterpret_cast<LPARAM>(memory.Address())))};
+}
+
+std::string IdealSizeOf(HWND button) {
+    const RemoteMemory memory(ProcessOf(button));
+    SIZE size{};
+    memory.Write(&size, sizeof size);
+    Ask(button, BCM_GETIDEALSIZE, 0, reinterpret_cast<LPARAM>(memory.Address()));
+    memory.Read(&size, sizeof size);
+    return "[" + Number(size.cx) + "," + Number(size.cy) + "]";
 }
 
 Answer MessageBoxState(Words words) {
@@ -410,6 +455,9 @@ constexpr Command kCommands[] = {
     {L"settext", SetText},
     {L"select", Select},
     {L"key", Key},
+    {L"press", Press},
+    {L"measure", Measure},
+    {L"ideal", [](Words words) { return OfControl(words, IdealSizeOf); }},
     {L"focus", Focus},
     {L"activate",
      [](Words) {
