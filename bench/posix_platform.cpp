@@ -57,14 +57,6 @@ std::uint32_t WriteAll(int file, std::string_view bytes) {
     return 0;
 }
 
-std::uint32_t OpenAndWrite(const wchar_t* path, int flags, std::string_view bytes) {
-    const int file = open(Narrow(path).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, kFileMode);
-    if (file < 0) return static_cast<std::uint32_t>(errno);
-    const std::uint32_t error = WriteAll(file, bytes);
-    close(file);
-    return error;
-}
-
 // Handles are descriptors counted from 1, so that 0 stays the handle of nothing.
 template <typename Handle>
 int ToDescriptor(Handle handle) {
@@ -140,15 +132,19 @@ std::size_t TempDirectory(std::span<wchar_t> directory) { return CopyText(direct
 
 void RemoveFile(const wchar_t* path) { unlink(Narrow(path).c_str()); }
 
-std::uint32_t AppendToFile(const wchar_t* path, std::string_view bytes) { return OpenAndWrite(path, O_APPEND, bytes); }
-
-std::uint32_t WriteWholeFile(const wchar_t* path, std::string_view bytes) { return OpenAndWrite(path, O_TRUNC, bytes); }
+std::uint32_t AppendToFile(const wchar_t* path, std::string_view bytes) {
+    const int file = open(Narrow(path).c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, kFileMode);
+    if (file < 0) return static_cast<std::uint32_t>(errno);
+    const std::uint32_t error = WriteAll(file, bytes);
+    close(file);
+    return error;
+}
 
 FileHandle OpenEmptiedFile(const wchar_t* path) {
     return ToHandle<FileHandle>(open(Narrow(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode));
 }
 
-void WriteToFile(FileHandle file, std::string_view bytes) { static_cast<void>(WriteAll(ToDescriptor(file), bytes)); }
+bool WriteToFile(FileHandle file, std::string_view bytes) { return WriteAll(ToDescriptor(file), bytes) == 0; }
 
 void CloseFile(FileHandle file) { close(ToDescriptor(file)); }
 

@@ -170,8 +170,12 @@ std::wstring ExchangeText(const ProgramState& state, const MeasurementTables& ta
 }
 
 void WriteExchangeFile(const ProgramState& state, const MeasurementTables& tables) {
-    const std::string text = WithCrLf(platform::ToAnsi(ExchangeText(state, tables)));
-    static_cast<void>(platform::WriteWholeFile(state.exchange_file.data(), text));
+    const std::string text          = WithCrLf(platform::ToAnsi(ExchangeText(state, tables)));
+    const platform::FileHandle file = platform::OpenEmptiedFile(state.exchange_file.data());
+    if (file == platform::FileHandle::kNone) return;
+    const bool is_whole = platform::WriteToFile(file, text);
+    platform::CloseFile(file);
+    if (!is_whole) platform::RemoveFile(state.exchange_file.data());
 }
 
 }  // namespace nelto

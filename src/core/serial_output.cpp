@@ -2,18 +2,22 @@
 
 #include <algorithm>
 #include <array>
-#include <span>
+#include <string_view>
 #include <utility>
 
 #include "core/output_text.h"
 #include "core/value_text.h"
+#include "platform/output_port.h"
 #include "platform/serial_port.h"
 #include "platform/wide_text.h"
 
 namespace nelto {
 namespace {
 
-constexpr const char* kLineEnd = "\n\r";  // line feed first: receivers in the field rely on it
+constexpr std::string_view kLineEnd = "\n\r";  // line feed first: receivers in the field rely on it
+
+// For one line, about 50 bytes at most: 300 baud is fast enough. A receiver that halts the line must not halt the dialog.
+constexpr std::uint32_t kLineLimit = 2000;  // milliseconds
 
 constexpr std::array<std::uint32_t, 7> kNeverSent = {
     kFuel, kDevice, kVersion, kSerialNumber, kSmokePump, kMaximumCarbonDioxide, kReferenceOxygen,
@@ -39,29 +43,36 @@ std::string Line(const ChannelRecord& record) {
     platform::FormatText(prefix, L"%08X:%03u=", record.view_ident, record.unit);
     std::string line = LowBytes(std::wstring(platform::TextIn(prefix)));
     if (record.value_type != kNoValue) line += LowBytes(RecordValueText(record, L'.'));
-    return line + kLineEnd;
+    return line.append(kLineEnd);
+}
+
+/// Line by line, up to one that the port keeps waiting.
+void SendLines(platform::OutputPort port, std::string_view block) {
+    while (!block.empty()) {
+        const std::size_t size = block.find(kLineEnd) + kLineEnd.size();
+        if (!platform::WriteOutput(port, block.substr(0, size), kLineLimit)) return;
+        block.remove_prefix(size);
+    }
 }
 
 }  // namespace
 
 std::string SerialOutputBlock(const ChannelTable& channels, bool oil_fuel) {
-    std::string block = std::string("NELTO") + kLineEnd;
+    std::string block = std::string("NELTO").append(kLineEnd);
     for (const ChannelRecord& record : UsedRecords(channels)) {
         if (IsSent(record, oil_fuel)) block += Line(record);
     }
-    return block + "END" + kLineEnd;
+    return block.append("END").append(kLineEnd);
 }
 
 void SendSerialOutput(const ProgramState& state, const ChannelTable& channels) {
     if (state.serial_output == 0) return;
     std::array<wchar_t, platform::kSerialPathSize> path{};
     platform::SerialPath(state.serial_output_port, path);
-    std::uint32_t error               = 0;
-    const platform::SerialHandle port = platform::OpenSerialPort(path.data(), error);
-    if (port == platform::SerialHandle::kNone) return;
-    const std::string block = SerialOutputBlock(channels, state.oil_fuel != 0);
-    platform::WriteSerial(port, {reinterpret_cast<const std::uint8_t*>(block.data()), block.size()});
-    platform::CloseSerialPort(port);
+    const platform::OutputPort port = platform::OpenOutputPort(path.data());
+    if (port == platform::OutputPort::kNone) return;
+    SendLines(port, SerialOutputBlock(channels, state.oil_fuel != 0));
+    platform::CloseOutputPort(port);
 }
 
 }  // namespace nelto

@@ -10,7 +10,8 @@ namespace nelto {
 /// The bytes of one block: "NELTO", a line per value, "END".
 [[nodiscard]] std::string SerialOutputBlock(const ChannelTable& channels, bool oil_fuel);
 
-/// Sends one block when the setting asks for it. A port that cannot be opened is left out silently. Dialog thread.
+/// Sends one block when the setting asks for it. A port that cannot be opened is left out silently, and so is the rest of a
+/// block once the port has taken nothing for two seconds. Dialog thread.
 void SendSerialOutput(const ProgramState& state, const ChannelTable& channels);
 
 }  // namespace nelto

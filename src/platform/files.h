@@ -18,15 +18,13 @@ void RemoveFile(const wchar_t* path);
 /// Appends `bytes` to the file, creating it where needed. Returns 0 or the system's error number.
 [[nodiscard]] std::uint32_t AppendToFile(const wchar_t* path, std::string_view bytes);
 
-/// Creates or empties the file and writes `bytes`. Returns 0 or the system's error number.
-[[nodiscard]] std::uint32_t WriteWholeFile(const wchar_t* path, std::string_view bytes);
-
 /// A file that stays open while it is written piece by piece, readable by others meanwhile.
 enum class FileHandle : std::uintptr_t { kNone = 0 };
 
 /// Creates or empties the file; kNone on failure.
 [[nodiscard]] FileHandle OpenEmptiedFile(const wchar_t* path);
-void WriteToFile(FileHandle file, std::string_view bytes);
+/// False when not all of the bytes could be written.
+bool WriteToFile(FileHandle file, std::string_view bytes);
 void CloseFile(FileHandle file);
 
 }  // namespace nelto::platform

@@ -188,6 +188,12 @@ protected:
         return World().files[kPath];
     }
 
+    static std::string Sent(const ScriptedPeer& peer) {
+        std::string bytes;
+        for (const Bytes& piece : peer.written) bytes.append(piece.begin(), piece.end());
+        return bytes;
+    }
+
     static constexpr const wchar_t* kPath = L"C:\\Temp\\\\NeltoStackWatcher.txt";
     ProgramState state_;
     MeasurementTables tables_;
@@ -204,10 +210,22 @@ TEST_F(OutputTest, WritesTheExchangeFileByteForByte) {
     EXPECT_EQ(Written(),
               "2003=20,9\r\n4010=-0,125\r\n6020=1,5\r\n6320=1\r\n6520=2,0\r\n6420=1\r\n9000=nelto  9000=x "
               "?\r\n5020=-\r\n9050263=7\r\n");
-    World().unwritable_files.insert(kPath);
-    World().files.clear();
-    WriteExchangeFile(state_, tables_);
-    EXPECT_TRUE(World().files.empty());
+}
+
+TEST_F(OutputTest, LeavesNoHalfExchangeFileAndNoTraceOfTheFailure) {
+    const std::size_t size = Written().size();
+    for (std::size_t space = 0; space < size; ++space) {
+        World().disk_space = space;
+        WriteExchangeFile(state_, tables_);
+        EXPECT_TRUE(World().files.empty()) << space;
+    }
+    World().disk_space = size;
+    EXPECT_EQ(Written().size(), size);
+    World().unwritable_files.insert(kPath);  // in use by another program, say: not ours to delete
+    World().files[kPath] = "older";
+    EXPECT_EQ(Written(), "older");
+    EXPECT_EQ(World().files.size(), 1U);
+    EXPECT_EQ(World().open_files, 0U);
 }
 
 TEST_F(OutputTest, SendsTheSerialBlockByteForByte) {
@@ -218,8 +236,7 @@ TEST_F(OutputTest, SendsTheSerialBlockByteForByte) {
     EXPECT_TRUE(peer.written.empty());
     state_.serial_output = 1;
     SendSerialOutput(state_, tables_.channels);
-    ASSERT_EQ(peer.written.size(), 1U);
-    EXPECT_EQ(std::string(peer.written[0].begin(), peer.written[0].end()),
+    EXPECT_EQ(Sent(peer),
               "NELTO\n\r00000901:130=20.9\n\r00000301:024=-0.125\n\r00000902:139=5\n\r00000916:099=\n\rEND\n\r");
     EXPECT_EQ(World().serial_ports[L"\\\\.\\COM12"].baud_rate, 0U);  // the port is used as the system has it set
     EXPECT_EQ(World().serial_ports[L"\\\\.\\COM12"].open_handles, 0U);
@@ -228,8 +245,33 @@ TEST_F(OutputTest, SendsTheSerialBlockByteForByte) {
     ChannelTable letters{};
     letters[0] = WithText(0x0901, L"a\u010D\u010Ab\nc");  // letters whose low bits are line ends
     EXPECT_EQ(SerialOutputBlock(letters, true), "NELTO\n\r00000901:255=a  b c\n\rEND\n\r");
-    state_.serial_output_port = 3;
-    SendSerialOutput(state_, tables_.channels);  // a missing port stays silent
+}
+
+TEST_F(OutputTest, PutsUpWithEveryFaultOfTheOutputPortInSilence) {
+    ScriptedPeer peer;
+    auto& port                = World().serial_ports[L"COM7"];
+    port.device               = &peer;
+    state_.serial_output      = 1;
+    state_.serial_output_port = 3;  // missing
+    SendSerialOutput(state_, tables_.channels);
+    state_.serial_output_port     = 7;
+    std::uint32_t error           = 0;
+    const auto analysers_own_port = platform::OpenSerialPort(L"COM7", error);
+    SendSerialOutput(state_, tables_.channels);
+    EXPECT_EQ(port.times_opened, 1U);
+    platform::CloseSerialPort(analysers_own_port);
+
+    const std::uint32_t start = World().now;
+    port.stands_still         = true;
+    SendSerialOutput(state_, tables_.channels);
+    EXPECT_EQ(World().now - start, 2000U);  // for the first line, and none after it
+    EXPECT_TRUE(peer.written.empty());
+    port.stands_still = false;
+    peer.most_written = 3;
+    SendSerialOutput(state_, tables_.channels);
+    EXPECT_EQ(Sent(peer), SerialOutputBlock(tables_.channels, false));  // counts are not looked at
+    EXPECT_EQ(port.open_handles, 0U);
+    EXPECT_TRUE(World().files.empty() && World().debug_lines.empty());
 }
 
 TEST_F(CoreTest, KeepsWideTextInEveryLogWriter) {

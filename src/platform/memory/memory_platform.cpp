@@ -2,10 +2,12 @@
 
 #include <sched.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "platform/files.h"
 #include "platform/lock.h"
+#include "platform/output_port.h"
 #include "platform/registry.h"
 #include "platform/text_service.h"
 #include "platform/wide_text.h"
@@ -33,6 +35,19 @@ namespace {
 
 constexpr std::uint32_t kAccessDenied = 5;
 constexpr std::uint32_t kFileNotFound = 2;
+constexpr std::uint32_t kDiskFull     = 112;
+
+using File = std::pair<const std::wstring, std::string>;
+
+/// As much as the disk has room for; false when that is not all.
+bool Write(File& file, std::string_view bytes) {
+    memory::World& world    = TheWorld();
+    const std::size_t taken = std::min(bytes.size(), world.disk_space);
+    world.disk_space -= taken;
+    world.bytes_written[file.first] += taken;
+    if (world.keeps_texts) file.second += bytes.substr(0, taken);
+    return taken == bytes.size();
+}
 
 memory::SerialPortState* ToPort(SerialHandle port) { return reinterpret_cast<memory::SerialPortState*>(port); }
 
@@ -50,24 +65,20 @@ void RemoveFile(const wchar_t* path) { TheWorld().files.erase(path); }
 
 std::uint32_t AppendToFile(const wchar_t* path, std::string_view bytes) {
     if (TheWorld().unwritable_files.contains(path)) return kAccessDenied;
-    TheWorld().files[path] += bytes;
-    return 0;
-}
-
-std::uint32_t WriteWholeFile(const wchar_t* path, std::string_view bytes) {
-    if (TheWorld().unwritable_files.contains(path)) return kAccessDenied;
-    TheWorld().files[path] = bytes;
-    return 0;
+    return Write(*TheWorld().files.try_emplace(path).first, bytes) ? 0 : kDiskFull;
 }
 
 FileHandle OpenEmptiedFile(const wchar_t* path) {
-    if (WriteWholeFile(path, {}) != 0) return FileHandle::kNone;
-    return static_cast<FileHandle>(reinterpret_cast<std::uintptr_t>(&TheWorld().files[path]));
+    if (TheWorld().unwritable_files.contains(path)) return FileHandle::kNone;
+    File& file  = *TheWorld().files.try_emplace(path).first;
+    file.second = {};
+    ++TheWorld().open_files;
+    return static_cast<FileHandle>(reinterpret_cast<std::uintptr_t>(&file));
 }
 
-void WriteToFile(FileHandle file, std::string_view bytes) { *reinterpret_cast<std::string*>(file) += bytes; }
+bool WriteToFile(FileHandle file, std::string_view bytes) { return Write(*reinterpret_cast<File*>(file), bytes); }
 
-void CloseFile(FileHandle) {}
+void CloseFile(FileHandle) { --TheWorld().open_files; }
 
 std::uint32_t TickMilliseconds() { return TheWorld().now; }
 
@@ -80,7 +91,9 @@ CalendarTime LocalTime() { return TheWorld().calendar; }
 
 void ShortLock::GiveWay() { sched_yield(); }
 
-void DebugOutput(const wchar_t* text) { TheWorld().debug_lines.emplace_back(text); }
+void DebugOutput(const wchar_t* text) {
+    if (TheWorld().keeps_texts) TheWorld().debug_lines.emplace_back(text);
+}
 
 std::string ToAnsi(std::wstring_view text) {
     std::string bytes;
@@ -143,5 +156,22 @@ void CloseSerialPort(SerialHandle port) {
     --ToPort(port)->open_handles;
     if (ToPort(port)->device != nullptr) ToPort(port)->device->Closed();
 }
+
+OutputPort OpenOutputPort(const wchar_t* path) {
+    std::uint32_t error = 0;
+    return static_cast<OutputPort>(OpenSerialPort(path, error));
+}
+
+bool WriteOutput(OutputPort port, std::string_view bytes, std::uint32_t limit_ms) {
+    const auto handle = static_cast<SerialHandle>(port);
+    if (ToPort(handle)->stands_still) {
+        SleepMilliseconds(limit_ms);
+        return false;
+    }
+    WriteSerial(handle, {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+    return true;
+}
+
+void CloseOutputPort(OutputPort port) { CloseSerialPort(static_cast<SerialHandle>(port)); }
 
 }  // namespace nelto::platform

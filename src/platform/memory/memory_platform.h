@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <map>
 #include <set>
 #include <span>
@@ -39,7 +40,8 @@ struct SerialPortState {
     bool immediate_reads_fail  = false;
     bool get_state_fails       = false;
     bool set_state_fails       = false;
-    std::uint32_t baud_rate    = 0;  // as set by the program
+    std::uint32_t baud_rate    = 0;      // as set by the program
+    bool stands_still          = false;  // output waits for ever: its receiver halts the line
     std::uint32_t open_handles = 0;
     std::uint32_t times_opened = 0;
 };
@@ -53,8 +55,14 @@ struct World {
     std::wstring temp_directory = L"C:\\Temp\\";
     std::map<std::wstring, std::string> files;
     std::set<std::wstring> unwritable_files;
+    std::size_t disk_space   = std::numeric_limits<std::size_t>::max();  // bytes that can still be written
+    std::uint32_t open_files = 0;
+    std::map<std::wstring, std::uint64_t> bytes_written;  // by path, whatever became of the file
 
     std::vector<std::wstring> debug_lines;
+    /// False for long runs: written bytes are counted and forgotten, and so are debugger lines.
+    bool keeps_texts = true;
+
     std::map<std::uint32_t, std::wstring> texts;  // string table
     wchar_t decimal_separator = L'.';
     std::wstring locale_tag   = L"de-DE";

@@ -24,14 +24,6 @@ std::uint32_t WriteAll(HANDLE file, std::string_view bytes) {
     return 0;
 }
 
-std::uint32_t OpenAndWrite(const wchar_t* path, DWORD access, DWORD disposition, std::string_view bytes) {
-    const HANDLE file = CreateFileW(path, access, kShareAll, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return GetLastError();
-    const std::uint32_t error = WriteAll(file, bytes);
-    CloseHandle(file);
-    return error;
-}
-
 }  // namespace
 
 std::size_t TempDirectory(std::span<wchar_t> directory) {
@@ -45,11 +37,12 @@ std::size_t TempDirectory(std::span<wchar_t> directory) {
 void RemoveFile(const wchar_t* path) { DeleteFileW(path); }
 
 std::uint32_t AppendToFile(const wchar_t* path, std::string_view bytes) {
-    return OpenAndWrite(path, FILE_APPEND_DATA, OPEN_ALWAYS, bytes);
-}
-
-std::uint32_t WriteWholeFile(const wchar_t* path, std::string_view bytes) {
-    return OpenAndWrite(path, GENERIC_WRITE, CREATE_ALWAYS, bytes);
+    const HANDLE file =
+        CreateFileW(path, FILE_APPEND_DATA, kShareAll, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return GetLastError();
+    const std::uint32_t error = WriteAll(file, bytes);
+    CloseHandle(file);
+    return error;
 }
 
 FileHandle OpenEmptiedFile(const wchar_t* path) {
@@ -58,7 +51,7 @@ FileHandle OpenEmptiedFile(const wchar_t* path) {
     return file == INVALID_HANDLE_VALUE ? FileHandle::kNone : static_cast<FileHandle>(reinterpret_cast<UINT_PTR>(file));
 }
 
-void WriteToFile(FileHandle file, std::string_view bytes) { static_cast<void>(WriteAll(ToHandle(file), bytes)); }
+bool WriteToFile(FileHandle file, std::string_view bytes) { return WriteAll(ToHandle(file), bytes) == 0; }
 
 void CloseFile(FileHandle file) { CloseHandle(ToHandle(file)); }
 

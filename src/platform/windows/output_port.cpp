@@ -1,0 +1,36 @@
+#include "platform/output_port.h"
+
+#include <windows.h>
+
+namespace nelto::platform {
+namespace {
+
+HANDLE ToHandle(OutputPort port) { return reinterpret_cast<HANDLE>(port); }
+
+}  // namespace
+
+OutputPort OpenOutputPort(const wchar_t* path) {
+    const HANDLE port =
+        CreateFileW(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
+    return port == INVALID_HANDLE_VALUE ? OutputPort::kNone : static_cast<OutputPort>(reinterpret_cast<UINT_PTR>(port));
+}
+
+bool WriteOutput(OutputPort port, std::string_view bytes, std::uint32_t limit_ms) {
+    OVERLAPPED operation = {};
+    operation.hEvent     = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    if (operation.hEvent == nullptr) return false;
+    const bool done =
+        WriteFile(ToHandle(port), bytes.data(), static_cast<DWORD>(bytes.size()), nullptr, &operation) != 0 ||
+        GetLastError() != ERROR_IO_PENDING || WaitForSingleObject(operation.hEvent, limit_ms) == WAIT_OBJECT_0;
+    if (!done) {
+        DWORD taken = 0;
+        CancelIo(ToHandle(port));
+        GetOverlappedResult(ToHandle(port), &operation, &taken, TRUE);  // until the driver lets go of `operation`
+    }
+    CloseHandle(operation.hEvent);
+    return done;
+}
+
+void CloseOutputPort(OutputPort port) { CloseHandle(ToHandle(port)); }
+
+}  // namespace nelto::platform
