@@ -1,0 +1,363 @@
+#include "endurance_rigs.h"
+
+#include <algorithm>
+#include <limits>
+#include <string_view>
+#include <utility>
+
+#include "analyser_2004.h"
+#include "block_session.h"
+#include "fake_d2xx.h"
+#include "fake_maker_libraries.h"
+#include "infrared_session.h"
+#include "platform/memory/memory_event.h"
+#include "platform/memory/memory_irda_socket.h"
+#include "scenario.h"
+
+namespace nelto::test {
+namespace {
+
+using platform::memory::TheIrdaWorld;
+using simulator::FaultScript;
+using simulator::InfraredSession;
+
+struct {
+    std::uint32_t last_tick = 0;
+    std::uint64_t running   = 0;
+} clock_of_the_run;
+
+/// Twelve steady channels, so that the values take two blocks; an oil derivative, so that the dialog has something to edit; the
+/// sensors are zeroed once in the first hour and four times in the day.
+constexpr std::string_view kScenario = R"(ident 780
+serial_number 40712345
+zeroing 1800 1830
+zeroing 20000 20030
+zeroing 40000 40030
+zeroing 60000 60030
+active_fuel 0
+fuel 0 "Heating oil EL" co2max 15.4 o2ref 3
+channel 0x0901 unit 130 format 255 text "O2" value 4.2
+channel 0x0909 unit 130 format 255 text "CO2" value 12.3
+channel 0x0902 unit 131 format 0 text "CO" value 22
+channel 0x0903 unit 131 format 0 text "CO 0%" value 28
+channel 0x0906 unit 131 format 0 text "NO" value 61
+channel 0x090D unit 136 format 0 text "NOx" value 108
+channel 0x0101 unit 1 format 255 text "FT" value 168
+channel 0x0102 unit 1 format 255 text "AT" value 19.4
+channel 0x0301 unit 24 format 253 text "Draft" value -0.112
+channel 0x0401 unit 5 format 254 text "v" value 2.35
+channel 0x0B01 unit 4 format 255 text "qA" value 7.3
+channel 0x0B03 unit 4 format 255 text "Eta" value 92.7
+additional 0xFF01 unit 1 format 255 value 62
+additional 0xFF02 unit 255 format 255 value 0.5
+additional 0xFF06 unit 255 format 0 value 0
+)";
+
+simulator::AnalyserData AnalyserOfTheRuns() {
+    std::string error;
+    const auto scenario = simulator::ParseScenario(kScenario, error);
+    EXPECT_TRUE(scenario) << error;
+    return scenario ? scenario->analyser : simulator::AnalyserData();
+}
+
+/// Counts the faults among what a session tells.
+simulator::EventSink CountFaults(std::map<std::string, std::uint32_t>& struck) {
+    return [&struck](const std::string& line) {
+        if (!line.starts_with("fault ")) return;
+        const std::string name = line.substr(6, line.find(' ', 6) - 6);
+        if (const auto row = struck.find(name); row != struck.end()) ++row->second;
+    };
+}
+
+/// The analyser at the far end of a wire.
+class WiredAnalyser final : public platform::memory::SerialDevice {
+public:
+    explicit WiredAnalyser(std::map<std::string, std::uint32_t>& struck)
+        : analyser_(AnalyserOfTheRuns()), session_(analyser_, script_, 120, CountFaults(struck)) {}
+
+    std::size_t Write(std::span<const std::uint8_t> bytes) override {
+        const auto taken = bytes.first(std::min(bytes.size(), most_written));
+        session_.Receive(taken, RunningTime());
+        return taken.size();
+    }
+    std::size_t Read(std::span<std::uint8_t> bytes) override {
+        if (is_noisy) return Noise(bytes);
+        if (pending_.empty()) pending_ = session_.TakeOutput(RunningTime()).value_or(Bytes());
+        const std::size_t size = std::min(bytes.size(), pending_.size());
+        std::copy_n(pending_.begin(), size, bytes.begin());
+        pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(size));
+        return size;
+    }
+    void Closed() override { session_.Reset(); }
+
+    void Strike(const std::vector<simulator::Fault>& faults) { script_ = FaultScript(faults); }
+    [[nodiscard]] float ValueOf(std::uint32_t view_ident) const {
+        for (const simulator::Channel& channel : analyser_.Data().channels) {
+            if (channel.ident == view_ident) return channel.value.steps.front().value_or(0);
+        }
+        return std::numeric_limits<float>::quiet_NaN();
+    }
+
+    std::size_t most_written = std::numeric_limits<std::size_t>::max();
+    bool is_noisy            = false;
+
+private:
+    /// A few bytes a millisecond, each of which could begin a block.
+    std::size_t Noise(std::span<std::uint8_t> bytes) {
+        if (std::exchange(noise_time_, RunningTime()) == RunningTime()) return 0;
+        const std::size_t size = std::min<std::size_t>(bytes.size(), 4);
+        std::ranges::fill(bytes.first(size), nelto::kAnalyserStart);
+        return size;
+    }
+
+    std::uint64_t noise_time_ = 0;
+    simulator::Analyser2004 analyser_;
+    FaultScript script_;
+    simulator::BlockSession session_;
+    Bytes pending_;
+};
+
+class Serial final : public Rig {
+public:
+    Serial() {
+        communication         = 5;
+        port_.device          = &analyser_;
+        const auto lost_until = [this](std::uint32_t error) {
+            return [this, error] {
+                port_.device     = nullptr;
+                port_.open_error = error;
+            };
+        };
+        const auto back = [this] {
+            port_.device     = &analyser_;
+            port_.open_error = 0;
+        };
+        troubles = {
+            {"port dead", lost_until(0), back},
+            {"port gone", lost_until(2), back},
+            {"port in use", lost_until(5), back},
+            {"short writes", [this] { analyser_.most_written = 4; }, [this] { analyser_.most_written = SIZE_MAX; }},
+            {"noise", [this] { analyser_.is_noisy = true; }, [this] { analyser_.is_noisy = false; }},
+        };
+    }
+    void Strike(const std::vector<simulator::Fault>& faults) override { analyser_.Strike(faults); }
+    std::size_t Held() const override { return port_.open_handles; }
+    float ValueOf(std::uint32_t view_ident) const override { return analyser_.ValueOf(view_ident); }
+
+private:
+    WiredAnalyser analyser_{struck};
+    platform::memory::SerialPortState& port_ = World().serial_ports[L"COM5"];
+};
+
+class Usb final : public Rig {
+public:
+    Usb() {
+        driver_.Attach(2, "40712345", &analyser_);
+        for (const char* function : {"FT_ListDevices", "FT_OpenEx", "FT_GetDeviceInfo", "FT_SetBaudRate", "FT_Close",
+                                     "FT_SetEventNotification", "FT_GetQueueStatus", "FT_Read"}) {
+            Add(function, [this, function] { Fail({"FT_Write", function}); });
+        }
+        Add("unplugged", [this] {
+            driver_.devices[0].peer      = nullptr;
+            driver_.devices[0].vendor_id = 0;
+        });
+        Add("no library", [this] {
+            Fail({"FT_Write"});
+            platform::memory::RemoveLibrary(L"FTD2XX.DLL");
+        });
+        Add("function missing", [this] {
+            Fail({"FT_Write"});
+            driver_.Remove("FT_Read");
+        });
+        Add("no events", [] { platform::memory::FailEventsAfter(0); });
+        Add("short writes", [this] { driver_.most_written = 2; });
+        Add("short reads", [this] { driver_.missing_bytes = 1; });
+        Add("hidden queue", [this] { driver_.hides_queue = true; });
+        Add("single bytes", [this] { driver_.piece_size = 1; });
+        Add("noise", [this] { analyser_.is_noisy = true; });
+    }
+    void Strike(const std::vector<simulator::Fault>& faults) override { analyser_.Strike(faults); }
+    void Tick() override { driver_.calls.clear(); }
+    std::size_t Held() const override {
+        return driver_.TimesLoaded() + driver_.open_devices + platform::memory::OpenEvents();
+    }
+    float ValueOf(std::uint32_t view_ident) const override { return analyser_.ValueOf(view_ident); }
+
+private:
+    void Fail(std::initializer_list<const char*> functions) {
+        for (const char* function : functions) driver_.failures[function] = {4};
+    }
+    void Add(const char* name, std::function<void()> begin) {
+        troubles.push_back({name, std::move(begin), [this] { Repair(); }});
+    }
+    void Repair() {
+        driver_.failures.clear();
+        driver_.Remove("");  // installs the whole library
+        driver_.devices[0].peer      = &analyser_;
+        driver_.devices[0].vendor_id = FtdiDevice().vendor_id;
+        driver_.most_written = driver_.piece_size = SIZE_MAX;
+        driver_.missing_bytes                     = 0;
+        driver_.hides_queue                       = false;
+        analyser_.is_noisy                        = false;
+        platform::memory::FailEventsAfter(SIZE_MAX);
+    }
+
+    WiredAnalyser analyser_{struck};
+    FakeD2xx driver_;
+};
+
+/// A silent analyser holds the program until the link drops: here it drops at once, since no time passes in a receive.
+class Infrared final : public Rig {
+public:
+    Infrared() {
+        communication = kIrda;
+        platform::memory::ResetIrdaWorld();
+        TheIrdaWorld().on_request = [this](const Bytes& request) { Answer(request); };
+        const auto add            = [this](const char* name, void (*begin)()) {
+            troubles.push_back({name, begin, [this] { Repair(); }});
+        };
+        add("no Winsock", [] { TheIrdaWorld().sending_fails = true, TheIrdaWorld().has_winsock = false; });
+        add("no infrared", [] { TheIrdaWorld().sending_fails = true, TheIrdaWorld().has_family = false; });
+        add("not blocking", [] { TheIrdaWorld().sending_fails = TheIrdaWorld().blocking_fails = true; });
+        add("no listing", [] { TheIrdaWorld().sending_fails = TheIrdaWorld().listing_fails = true; });
+        add("refused", [] { TheIrdaWorld().sending_fails = true, TheIrdaWorld().connect_error = 10061; });
+        add("sending fails", [] { TheIrdaWorld().sending_fails = true; });
+        add("half sent", [] { TheIrdaWorld().sends_half = true; });
+        troubles.push_back({"receiving fails", [this] { is_deaf_ = true; }, [this] { Repair(); }});
+    }
+    ~Infrared() override { platform::memory::ResetIrdaWorld(); }
+
+    void Strike(const std::vector<simulator::Fault>& faults) override { script_ = FaultScript(faults); }
+    void Tick() override {
+        TheIrdaWorld().requests.clear();
+        TheIrdaWorld().device_list = platform::memory::MakeIrdaDeviceList(session_.Devices(RunningTime()));
+        if (TheIrdaWorld().open_sockets != 0) return;
+        session_.Disconnect();
+        is_connected_ = false;
+    }
+    std::size_t Held() const override {
+        return TheIrdaWorld().open_sockets + TheIrdaWorld().references + World().open_files;
+    }
+    /// There is no checksum over infrared: a flipped bit may well be a value.
+    float ValueOf(std::uint32_t) const override { return std::numeric_limits<float>::quiet_NaN(); }
+
+private:
+    void Answer(const Bytes& request) {
+        auto& pieces = TheIrdaWorld().pieces;
+        pieces.clear();
+        if (is_deaf_) return pieces.push_back(std::nullopt);
+        const std::uint64_t now = RunningTime();
+        if (!is_connected_) is_connected_ = session_.Connect(0, "NELTO T780", now);
+        is_connected_ = session_.Send(request, now);
+        for (;;) {
+            Bytes piece(512);
+            std::size_t size   = 0;
+            const auto arrival = session_.Receive(piece, size, now + 60'000);  // what comes late comes
+            if (arrival == InfraredSession::Arrival::kNothingYet) return;
+            is_connected_ = arrival == InfraredSession::Arrival::kBytes;
+            piece.resize(size);
+            pieces.emplace_back(piece);
+            if (!is_connected_) return;
+        }
+    }
+    void Repair() {
+        auto& world       = TheIrdaWorld();
+        world.has_winsock = world.has_family = true;
+        world.blocking_fails = world.listing_fails = world.sending_fails = world.sends_half = is_deaf_ = false;
+        world.connect_error                                                                            = 0;
+    }
+
+    bool is_connected_ = false;
+    bool is_deaf_      = false;
+    simulator::Analyser2004 analyser_{AnalyserOfTheRuns()};
+    FaultScript script_;
+    InfraredSession session_{analyser_, script_, {}, CountFaults(struck)};
+};
+
+class Generation2010 final : public Rig {
+public:
+    Generation2010() {
+        Repair();
+        for (const auto& [name, function] : InstrumentFunctions()) {
+            const std::string called = name.substr(name.find('_') + 1);
+            Add(called, [called] { Fail({"GetNumberOfCurrentViewValues", called}); });
+        }
+        Add("values fail", [] { Fail({"GetCurrentViewValues"}); });
+        Add("unplugged", [] {
+            Fail({"GetNumberOfCurrentViewValues"});
+            Maker().usb_devices[37] = 0;
+        });
+        Add("two analysers", [] {
+            Fail({"GetNumberOfCurrentViewValues"});
+            Maker().usb_devices[37] = 2;
+        });
+        Add("count beyond reason", [] { Maker().value_count_lie = 0xFFFFFFFF; });
+        Add("count too high", [] { Maker().value_count_lie = 60; });
+        Add("no text mapper", [] {
+            Fail({"GetNumberOfCurrentViewValues"});
+            for (const wchar_t* name : kMappers) platform::memory::RemoveLibrary(name);
+        });
+    }
+    ~Generation2010() override {
+        platform::memory::ResetLibraries();
+        Maker() = {};
+    }
+
+    bool CanStrike() const override { return false; }
+    void Tick() override {
+        Maker().calls.clear();
+        Maker().languages.clear();
+    }
+    /// The text mappers; the instrument libraries stay, each one once.
+    std::size_t Held() const override {
+        std::size_t held = 0;
+        for (const wchar_t* name : kMappers) held += platform::memory::TimesLoaded(name);
+        for (const wchar_t* name : {L"nelto7XXE.dll", L"neltoEmUSB.dll"}) {
+            held += platform::memory::TimesLoaded(name) > 1 ? 1 : 0;
+        }
+        return held;
+    }
+    float ValueOf(std::uint32_t view_ident) const override {
+        const bool is_ours = view_ident != 0 && view_ident <= kChannels;
+        return is_ours ? static_cast<float>(view_ident) * 1.5F : std::numeric_limits<float>::quiet_NaN();
+    }
+
+private:
+    static constexpr std::uint32_t kChannels = 12;
+    static constexpr std::array kMappers = {L"IDTEXTMAPPER.DLL", L"IDTEXTMAPPER_T752.DLL", L"IDTEXTMAPPER_T780.DLL"};
+
+    static void Fail(const std::vector<std::string>& functions) {
+        for (const std::string& function : functions) Maker().results[function] = 5;
+    }
+    void Add(const std::string& name, std::function<void()> begin) {
+        troubles.push_back({name, std::move(begin), [this] { Repair(); }});
+    }
+    void Repair() const {
+        InstallFakeMaker();
+        Maker().usb_devices[37] = 1;
+        for (std::uint32_t index = 1; index <= kChannels; ++index)
+            Maker().values.push_back(Record(index, ValueOf(index)));
+    }
+};
+
+}  // namespace
+
+void BeginLongWorld() {
+    platform::memory::ResetWorld();
+    World().now         = 0U - 10 * 60 * 1000;
+    World().keeps_texts = false;
+    clock_of_the_run    = {.last_tick = World().now};
+}
+
+std::uint64_t RunningTime() {
+    clock_of_the_run.running += World().now - clock_of_the_run.last_tick;
+    clock_of_the_run.last_tick = World().now;
+    return clock_of_the_run.running;
+}
+
+std::unique_ptr<Rig> SerialRig() { return std::make_unique<Serial>(); }
+std::unique_ptr<Rig> UsbRig() { return std::make_unique<Usb>(); }
+std::unique_ptr<Rig> InfraredRig() { return std::make_unique<Infrared>(); }
+std::unique_ptr<Rig> Generation2010Rig() { return std::make_unique<Generation2010>(); }
+
+}  // namespace nelto::test
