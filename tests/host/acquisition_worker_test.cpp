@@ -17,7 +17,8 @@ struct Script {
     std::uint32_t stop_at   = 0;          // time at which the user ends
     std::int32_t fuel       = 0;
     bool busy_outside_reads = false;
-    bool cut_short          = false;  // the stop comes during the configuration
+    bool cut_short          = false;  // the configuration leaves an empty table
+    bool stops              = true;   // and the stop comes during it
     ProgramState* state     = nullptr;
 };
 
@@ -45,7 +46,7 @@ public:
         EXPECT_TRUE(script->state->measurement.Busy());
         channels = {};
         if (script->cut_short) {
-            script->state->stop_request = 1;
+            if (script->stops) script->state->stop_request = 1;
             return Take(script->configurations);
         }
         channels[0].view_ident = kFuel;
@@ -189,18 +190,22 @@ TEST_F(WorkerTest, ReplacesTheHeatingCheckWithEachReadThatWorkedAndLabelsIt) {
     EXPECT_EQ(std::wstring(measurement.tables.heating_check[0].label.data()), L"PointsFluegasLo");
 }
 
-TEST_F(WorkerTest, KeepsTheLastWholeMeasurementWhenAStopCutsAReadShort) {
+TEST_F(WorkerTest, KeepsTheLastWholeMeasurementWhenAStopOrAFailureCutsAReadShort) {
     script_.opens  = {true};
     script_.values = {0};
     Run();
-    state_.stop_request    = 0;
-    script_.opens          = {true};
-    script_.configurations = {2};
-    script_.cut_short      = true;
-    Run();
-    Measurement measurement;
-    ASSERT_TRUE(state_.measurement.Read(measurement));
-    EXPECT_EQ(UsedRecords(measurement.tables.channels).size(), 2U);
+    script_.cut_short = true;
+    for (const bool stop : {true, false}) {
+        state_.stop_request    = 0;
+        script_.opens          = {true};
+        script_.configurations = {2};
+        script_.stops          = stop;
+        script_.stop_at        = World().now + 300;
+        Run();
+        Measurement measurement;
+        ASSERT_TRUE(state_.measurement.Read(measurement));
+        EXPECT_EQ(UsedRecords(measurement.tables.channels).size(), 2U);
+    }
 }
 
 TEST_F(WorkerTest, LetsTheDialogEditOnlyWhatItHasSeen) {

@@ -1,0 +1,207 @@
+// The worker and the dialog's side of the program state, each on a thread of its own, for the thread sanitizer. The worker owns
+// the in-memory world, whose clock is its own; the dialog's side touches the program state, the string table, which stands
+// still, and the port of the serial output, which nobody else opens: the same division as in the program.
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <thread>
+
+#include "core/acquisition_worker.h"
+#include "core/dialog_view.h"
+#include "core/manual_values.h"
+#include "core/serial_output.h"
+#include "instrument/instrument_connection.h"
+#include "support.h"
+
+namespace nelto::test {
+namespace {
+
+constexpr std::size_t kChannels          = 30;
+constexpr std::uint32_t kFirstIdent      = 0x0A01;  // from here on the program has no labels of its own
+constexpr std::uint32_t kRounds          = 8;       // starts and stops
+constexpr std::uint32_t kReadsOfARound   = 500;     // value reads
+constexpr std::uint32_t kReadsOfAConnect = 25;      // then the analyser falls silent for a moment
+
+void Append(Bytes& bytes, std::uint32_t number, std::size_t size) {
+    for (; size > 0; --size, number >>= 8) bytes.push_back(static_cast<std::uint8_t>(number));
+}
+
+Bytes Header(std::uint8_t command) { return {0, command, 0, 0}; }
+
+/// Thirty channels that all show the number of the value read; after so many reads it leaves one request unanswered. Used by
+/// the worker's thread but for the two counts.
+class CountingAnalyser final : public MessagePeer {
+public:
+    CountingAnalyser() { FillSmallAnalyser(*this); }
+
+    std::atomic<std::uint32_t> reads{0};
+    std::atomic<std::uint32_t> silences{0};
+
+protected:
+    Bytes AnswerTo(const Bytes& request) override {
+        requests.clear();
+        if (request.front() == 0xA7) return ChannelList();
+        if (request.front() == 0xC2) return Values();
+        if (request.front() == 0xAA && ++since_silence_ % kReadsOfAConnect == 0) {
+            ++silences;
+            return {};
+        }
+        return MessagePeer::AnswerTo(request);
+    }
+
+private:
+    static Bytes ChannelList() {
+        Bytes answer = Header(0xA7);
+        for (std::uint32_t index = 0; index < kChannels; ++index) {
+            Append(answer, kFirstIdent + index, 4);
+            Append(answer, 0, 4);
+            Append(answer, 5, 2);
+            Append(answer, 0, 2);
+        }
+        return answer;
+    }
+    Bytes Values() {
+        const auto number    = static_cast<float>(++reads);
+        std::uint32_t single = 0;
+        std::memcpy(&single, &number, sizeof(single));
+        Bytes answer = Header(0xC2);
+        for (std::uint32_t index = 0; index < kChannels; ++index) {
+            Append(answer, kFirstIdent + index, 4);
+            Append(answer, single, 4);
+            Append(answer, 0x82, 2);
+            Append(answer, 0xFF, 1);
+            Append(answer, 0, 4);
+        }
+        return answer;
+    }
+
+    std::uint32_t since_silence_ = 0;
+};
+
+/// Takes the serial output: lines that all end with the same value.
+class CheckingReceiver final : public platform::memory::SerialDevice {
+public:
+    std::size_t Write(std::span<const std::uint8_t> bytes) override {
+        const std::string line(bytes.begin(), bytes.end());
+        if (line.starts_with("NELTO")) value_.clear();
+        if (line.starts_with("NELTO")) ++blocks;
+        // Channels of the analyser's own; what is typed or edited has other values.
+        if (!line.starts_with("00000") || line.starts_with("0000F")) return bytes.size();
+        const std::string value = line.substr(line.find('='));
+        if (value_.empty()) value_ = value;
+        EXPECT_EQ(value, value_);
+        return bytes.size();
+    }
+    std::size_t Read(std::span<std::uint8_t>) override { return 0; }
+
+    std::uint32_t blocks = 0;
+
+private:
+    std::string value_;
+};
+
+/// What the dialog does with the state, on the thread of the test.
+class Dialog {
+public:
+    explicit Dialog(ProgramState& state) : state_(state) {}
+
+    void Refresh() {
+        const StatusView view = ViewStatus(state_.status, shown_status_, false);
+        shown_status_         = state_.status;
+        EXPECT_GE(LargePicture(state_.status, state_.instrument_kind), 200U);
+        EXPECT_EQ(ConnectionText(state_.communication), L"Bluetooth COM5");
+        if (!view.lists_values) return;
+        const auto name = state_.measurement.DeviceName();
+        EXPECT_TRUE(name[0] == L'\0' || std::wstring(name.data()) == L"nelto 780-2");
+        Measurement measurement;
+        if (!state_.measurement.Read(measurement)) return;
+        ++copies;
+        CheckWhole(measurement.tables.channels);
+        EXPECT_LE(ListRows(measurement.tables, state_.oil_fuel != 0, L',').size(), 2 * kChannelCapacity);
+        SendSerialOutput(state_, measurement.tables.channels);
+        // As when the typed fields are filled: takes its effect only on what was seen.
+        SetOilDerivativeText(measurement.tables.channels, L"NO");
+        if (state_.measurement.Edit(measurement)) ++edits;
+    }
+
+    /// What OK does, once the worker has ended.
+    void Accept() {
+        Measurement measurement;
+        ASSERT_TRUE(state_.measurement.Read(measurement));
+        CheckWhole(measurement.tables.channels);
+        StoreManualValues({.smoke_numbers = {L"1", L"2", L"3"}, .heat_carrier_temperature = L"60"},
+                          measurement.tables.channels);
+        state_.measurement.Replace(measurement);
+    }
+
+    std::uint32_t copies = 0;
+    std::uint32_t edits  = 0;
+    float last_read      = 0;
+
+private:
+    /// All values are of one read, and of no earlier one than those that were seen before.
+    void CheckWhole(const ChannelTable& channels) {
+        const auto records = UsedRecords(channels);
+        if (records.empty()) return;
+        ASSERT_GT(records.size(), kChannels);
+        for (const ChannelRecord& record : records.first(kChannels)) {
+            ASSERT_EQ(record.value, records.front().value);
+            ASSERT_EQ(record.value_type, records.front().value_type);
+            ASSERT_EQ(std::wstring(record.label.data()), L"O");
+        }
+        if (records.front().value_type != kNumber) return;
+        EXPECT_GE(records.front().value, last_read);
+        last_read = records.front().value;
+    }
+
+    ProgramState& state_;
+    std::uint32_t shown_status_ = kNeverShown;
+};
+
+TEST(HandOver, GivesTheDialogWholeMeasurementsAndTakesItsEdits) {
+    platform::memory::ResetWorld();
+    World().keeps_texts = false;
+    World().texts       = {{608, L"Bluetooth"}};
+    CountingAnalyser analyser;
+    analyser.Answer("B1 05", "4F 00");
+    analyser.Answer("B1 06 01", "4F 00");
+    CheckingReceiver receiver;
+    World().serial_ports[L"COM5"].device = &analyser;
+    World().serial_ports[L"COM7"].device = &receiver;
+
+    ProgramState state;
+    state.communication      = 5;
+    state.heating_check      = 1;
+    state.serial_output      = 1;
+    state.serial_output_port = 7;
+    // No time passes in the pauses of the worker: it rests a little, so that the dialog finds it between two reads.
+    World().on_wait = [&state, waits = 0]() mutable {
+        if (!state.measurement.Busy() && ++waits % 4 == 0) std::this_thread::sleep_for(std::chrono::microseconds(20));
+    };
+    Dialog dialog(state);
+    for (std::uint32_t round = 1; round <= kRounds && !testing::Test::HasFailure(); ++round) {
+        state.stop_request = 0;
+        state.status       = kSearching;
+        std::thread worker([&state] { AcquisitionWorker(state, OpenInstrumentConnection); });
+        while (analyser.reads < round * kReadsOfARound && !testing::Test::HasFailure()) {
+            dialog.Refresh();
+            // The user in the settings dialog.
+            state.heating_check = 1 - state.heating_check;
+            std::this_thread::yield();
+        }
+        state.stop_request = 1;
+        worker.join();
+        dialog.Accept();
+    }
+    EXPECT_GE(analyser.silences, kRounds * kReadsOfARound / kReadsOfAConnect - kRounds);
+    EXPECT_GT(dialog.copies, kRounds * 10);
+    EXPECT_GT(dialog.edits, kRounds);
+    EXPECT_GT(receiver.blocks, kRounds);
+    std::printf("%u value reads, %u reconnects, %u copies taken, %u edits\n", analyser.reads.load(),
+                analyser.silences.load(), dialog.copies, dialog.edits);
+    platform::memory::ResetWorld();
+}
+
+}  // namespace
+}  // namespace nelto::test
