@@ -115,7 +115,7 @@ public:
         const auto name = state_.measurement.DeviceName();
         EXPECT_TRUE(name[0] == L'\0' || std::wstring(name.data()) == L"nelto 780-2");
         Measurement measurement;
-        if (!state_.measurement.Read(measurement)) return;
+        if (state_.measurement.Busy() || !state_.measurement.Read(measurement)) return;
         ++copies;
         CheckWhole(measurement.tables.channels);
         EXPECT_LE(ListRows(measurement.tables, state_.oil_fuel != 0, L',').size(), 2 * kChannelCapacity);
@@ -175,9 +175,13 @@ TEST(HandOver, GivesTheDialogWholeMeasurementsAndTakesItsEdits) {
     state.heating_check      = 1;
     state.serial_output      = 1;
     state.serial_output_port = 7;
-    // No time passes in the pauses of the worker: it rests a little, so that the dialog finds it between two reads.
-    World().on_wait = [&state, waits = 0]() mutable {
-        if (!state.measurement.Busy() && ++waits % 4 == 0) std::this_thread::sleep_for(std::chrono::microseconds(20));
+    // No time passes in the pauses of the worker: it rests a little, so that the dialog finds it between two reads. What it has
+    // handed over is still there then, whatever the dialog has edited.
+    World().on_wait = [&state, &analyser, waits = 0]() mutable {
+        if (state.measurement.Busy() || ++waits % 4 != 0) return;
+        std::this_thread::sleep_for(std::chrono::microseconds(20));
+        if (state.status != kValuesAvailable) return;
+        EXPECT_EQ(state.measurement.Copy().tables.channels[0].value, static_cast<float>(analyser.reads));
     };
     Dialog dialog(state);
     for (std::uint32_t round = 1; round <= kRounds && !testing::Test::HasFailure(); ++round) {
