@@ -20,7 +20,7 @@ namespace {
 constexpr std::size_t kChannels          = 30;
 constexpr std::uint32_t kFirstIdent      = 0x0A01;  // from here on the program has no labels of its own
 constexpr std::uint32_t kRounds          = 8;       // starts and stops
-constexpr std::uint32_t kReadsOfARound   = 500;     // value reads
+constexpr std::uint32_t kReadsOfARound   = 300;     // value reads
 constexpr std::uint32_t kReadsOfAConnect = 25;      // then the analyser falls silent for a moment
 
 void Append(Bytes& bytes, std::uint32_t number, std::size_t size) {

@@ -1,0 +1,111 @@
+"""What other software gets when a disk, a folder or a port fails: nothing, or all; and the program goes on in silence."""
+
+import contextlib
+import errno
+import functools
+import os
+import resource
+import subprocess
+import tty
+import unittest
+
+import program_session
+from program_session import CANCEL, CAPTION, OK, STATUS
+from test_session import AVAILABLE, SerialSession
+
+FEW_BYTES = 60  # of the exchange file's some hundred
+PREFILL = bytes(4096)
+
+
+def mount(*words):
+    """False where mounting is not allowed."""
+    return subprocess.run(["mount", *words], stderr=subprocess.DEVNULL, check=False).returncode == 0
+
+
+class OutputSession(SerialSession):
+    def assert_silence(self):
+        """One window, the dialog, and it answers."""
+        self.assertEqual(self.program.ask("windows"), [CAPTION])
+        self.assertEqual(self.program.text(STATUS), AVAILABLE["en"])
+
+
+class ExchangeFile(OutputSession):
+    def session(self, **options):
+        """The programs inherit that the signal of the file-size limit is ignored."""
+        session = super().session(**options)
+        session.prefix.start = functools.partial(session.prefix.start, restore_signals=False)
+        return session
+
+    def lay_over_temp(self, *words):
+        """Mounts something over the temporary folder until the program has ended."""
+        folder = str(self.program.temp)
+        if not mount(*words, folder):
+            raise unittest.SkipTest("mounting is not allowed here")
+        self.addCleanup(subprocess.run, ["umount", "--lazy", folder], check=False)
+
+    def leave_with_ok_in_silence(self):
+        self.assert_silence()
+        self.assertEqual(self.program.leave(OK), 0)
+
+    def test_a_directory_in_its_place_stays(self):
+        self.begin("JOB")
+        place = self.program.temp / program_session.EXCHANGE_FILE
+        place.mkdir()
+        self.leave_with_ok_in_silence()
+        self.assertEqual(list(place.iterdir()), [])
+
+    def test_a_folder_that_cannot_be_written_gets_none(self):
+        self.begin("JOB")
+        self.lay_over_temp("-t", "tmpfs", "-o", "ro", "tmpfs")
+        self.leave_with_ok_in_silence()
+        self.assertIsNone(self.program.file())
+
+    def test_a_full_disk_gets_none(self):
+        self.begin("JOB")
+        self.lay_over_temp("-t", "tmpfs", "-o", "size=16k", "tmpfs")
+        with contextlib.suppress(OSError), open(self.program.temp / "filler", "wb", buffering=0) as filler:
+            while True:
+                filler.write(PREFILL)
+        self.leave_with_ok_in_silence()
+        self.assertIsNone(self.program.file())
+
+    def test_a_file_that_can_only_be_begun_is_deleted(self):
+        program = self.begin("JOB")
+        resource.prlimit(program.program.pid, resource.RLIMIT_FSIZE, (FEW_BYTES, FEW_BYTES))
+        self.leave_with_ok_in_silence()
+        self.assertIsNone(program.file())
+
+
+class SerialOutput(OutputSession):
+    def begin_with_output(self, port, ports=None):
+        return self.begin(settings={"EnableRS232": 1, "RS232Port": port}, ports=ports)
+
+    def wait_refreshes(self):
+        """A refresh writes the rows of the list before its output: the second one has put up with the port."""
+        for value in (4711.0, 4712.0):
+            self.analyser.channels[3] = (0x0902, 131, 0, value, "CO")
+            self.wait_row(["CO", f"{value:.0f}", "ppm"])
+
+    def test_missing_port_and_the_analysers_own_port(self):
+        for port in (44, 5):  # Wine, other than Windows, opens the analyser's port a second time: so it is disturbed as well
+            with self.subTest(port=port):
+                self.begin_with_output(port)
+                self.wait_refreshes()
+                self.assert_silence()
+                self.assertEqual(self.program.leave(OK), 0)
+                self.assertIsNotNone(self.program.file())
+
+    def test_a_port_that_stands_still_holds_the_dialog_for_moments_only(self):
+        master, receiver = os.openpty()
+        self.addCleanup(os.close, master)
+        self.addCleanup(os.close, receiver)
+        tty.setraw(receiver)
+        os.set_blocking(receiver, False)
+        with self.assertRaises(BlockingIOError) as full:
+            while True:
+                os.write(receiver, PREFILL)
+        self.assertEqual(full.exception.errno, errno.EAGAIN)
+        program = self.begin_with_output(12, {12: os.ttyname(receiver)})
+        self.wait_refreshes()
+        self.assert_silence()
+        self.assertEqual(program.leave(CANCEL), 0)
