@@ -1,9 +1,9 @@
 # Thin verbs for people; the work is done by the scripts in tools/ and by the CMake presets.
 #
 #   make run ARGS="JOB17 6420=3" UI_LANGUAGE=de    make fuzz SECONDS=600
-.PHONY: help run test build bench fuzz package lint clean
+.PHONY: help run test build bench fuzz endurance package lint clean
 
-export ARGS UI_LANGUAGE LINK SCENARIO ANALYSER
+export ARGS UI_LANGUAGE LINK SCENARIO ANALYSER SEED CYCLES MINUTES
 
 here := $(dir $(abspath $(lastword $(MAKEFILE_LIST))))
 
@@ -13,6 +13,7 @@ help:
 	@echo "make build    the program in dist/NeltoStackWatcher, the simulator in dist/simulator"
 	@echo "make bench    benchmarks"
 	@echo "make fuzz     every fuzzer for SECONDS= (60) seconds"
+	@echo "make endurance  a simulated day with a thousand faults over each link, then MINUTES= (3) of reconnects under Wine"
 	@echo "make package  the installer"
 	@echo "make lint     format, static analysis, include rules"
 	@echo "make clean    remove build/ and dist/"
@@ -31,6 +32,9 @@ bench:
 
 fuzz:
 	@$(here)tools/fuzz $(or $(SECONDS),60)
+
+endurance:
+	@$(here)tools/endurance
 
 package:
 	@echo "make package: not available yet" >&2; exit 1
