@@ -13,7 +13,7 @@ namespace {
 
 struct DecimalFormat {
     std::uint32_t resolution;
-    const wchar_t* format;
+    platform::TextFormat<double> format;
 };
 
 constexpr std::array kDecimalFormats = {

@@ -1,6 +1,5 @@
 #include "diag/trace_log.h"
 
-#include <cstdarg>
 #include <string>
 
 #include "platform/clock.h"
@@ -13,8 +12,6 @@ namespace {
 
 constexpr const wchar_t* kZivLogName  = L"ZIVNelto780.txt";
 constexpr const wchar_t* kBaseLogName = L"Nelto780Base.txt";
-
-using LineBuffer = std::array<wchar_t, kZivLineSize>;
 
 /// The line in the 8-bit code page, with CR LF for every line feed in it.
 std::string LineBytes(std::wstring_view line) {
@@ -54,15 +51,6 @@ void ZivLog(const wchar_t* text) {
     platform::DebugOutput(text);
 }
 
-void ZivLogF(const wchar_t* format, ...) {
-    LineBuffer line{};
-    std::va_list arguments;
-    va_start(arguments, format);
-    platform::FormatTextV(line, format, arguments);
-    va_end(arguments);
-    ZivLog(line.data());
-}
-
 void ZivLogBytes(const wchar_t* heading, std::span<const std::uint8_t> bytes) {
     constexpr const wchar_t* kHexDigits = L"0123456789ABCDEF";
     std::wstring line(heading);
@@ -82,15 +70,6 @@ void BaseLog::Start() {
 
 void BaseLog::Write(const wchar_t* text) const {
     if (started_) WriteTraceLine(path_.data(), text);
-}
-
-void BaseLog::WriteF(const wchar_t* format, ...) const {
-    LineBuffer line{};
-    std::va_list arguments;
-    va_start(arguments, format);
-    platform::FormatTextV(line, format, arguments);
-    va_end(arguments);
-    Write(line.data());
 }
 
 }  // namespace nelto

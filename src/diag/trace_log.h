@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <span>
 
+#include "platform/wide_text.h"
+
 namespace nelto {
 
 constexpr std::size_t kLogPathSize  = 512;  // wide characters, NUL included
@@ -13,6 +15,7 @@ constexpr std::size_t kZivLineSize  = 512;
 constexpr const wchar_t* kStartLine = L"=== Start ===";
 
 using LogPath = std::array<wchar_t, kLogPathSize>;
+using LogLine = std::array<wchar_t, kZivLineSize>;
 
 /// Temporary directory and file name, cut at the size of a log path.
 [[nodiscard]] LogPath MakeLogPath(const wchar_t* file_name);
@@ -28,7 +31,12 @@ void StartTraceFile(const wchar_t* path);
 void ZivLog(const wchar_t* text);
 
 /// ZivLog of a formatted text of at most 511 characters, cut there. Wide texts go in with %ls.
-void ZivLogF(const wchar_t* format, ...);
+template <typename... Arguments>
+void ZivLogF(platform::FormatOf<Arguments...> format, Arguments... arguments) {
+    LogLine line{};
+    platform::FormatText(line, format, arguments...);
+    ZivLog(line.data());
+}
 
 /// ZivLog of "SEND: " or "RECV: " and the bytes as hex; whole, however long.
 void ZivLogBytes(const wchar_t* heading, std::span<const std::uint8_t> bytes);
@@ -40,7 +48,12 @@ public:
     void Start();
     void Write(const wchar_t* text) const;
     /// Writes a formatted text, cut at 511 characters. Wide texts go in with %ls.
-    void WriteF(const wchar_t* format, ...) const;
+    template <typename... Arguments>
+    void WriteF(platform::FormatOf<Arguments...> format, Arguments... arguments) const {
+        LogLine line{};
+        platform::FormatText(line, format, arguments...);
+        Write(line.data());
+    }
 
 private:
     LogPath path_{};

@@ -17,7 +17,8 @@ constexpr std::size_t kSerialPathSize = 24;
 
 /// Device path of a COM port number; from 10 on only the device name space knows the port.
 inline void SerialPath(std::uint32_t port_number, std::span<wchar_t, kSerialPathSize> path) {
-    FormatText(path, port_number < 10 ? L"COM%u" : L"\\\\.\\COM%u", port_number);
+    CopyText(path, port_number < 10 ? L"" : L"\\\\.\\");
+    FormatText(path.subspan(TextIn(path).size()), L"COM%u", port_number);
 }
 
 /// Opens an existing port by its device path, read and write, no sharing. Returns kNone on failure, with the system's

@@ -60,7 +60,7 @@ void Log(std::string_view text) {
     platform::WriteToFile(the_link.log, bytes);
 }
 
-void DebugNumber(const wchar_t* format, std::uint32_t number) {
+void DebugNumber(platform::TextFormat<std::uint32_t> format, std::uint32_t number) {
     std::array<wchar_t, 64> text{};
     platform::FormatText(text, format, number);
     platform::DebugOutput(text.data());

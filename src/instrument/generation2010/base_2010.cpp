@@ -121,7 +121,7 @@ std::uint32_t CNelto780Base2010::SetActualFuel(std::int32_t fuel_number) {
     return SetActualFuel2010(connection_, fuel_number);
 }
 
-std::uint32_t CNelto780Base2010::Failed(const wchar_t* format, std::uint32_t error) const {
+std::uint32_t CNelto780Base2010::Failed(platform::TextFormat<int> format, std::uint32_t error) const {
     connection_.log.WriteF(format, static_cast<int>(error));
     return kBadAnswer;
 }

@@ -35,7 +35,7 @@ public:
 
 private:
     /// Logs `format`, filled with the error code.
-    std::uint32_t Failed(const wchar_t* format, std::uint32_t error) const;
+    std::uint32_t Failed(platform::TextFormat<int> format, std::uint32_t error) const;
 
     InstrumentConnection& connection_;
     TextMapper texts_;
