@@ -67,8 +67,8 @@ class Session:
         for name, value in (settings or {}).items():
             self.ask("regset", name, "dword" if isinstance(value, int) else "string", value)
 
-    def start(self, *arguments, program=PROGRAM):
-        self.program = self.prefix.start(program, *arguments)
+    def start(self, *arguments, program=PROGRAM, **options):
+        self.program = self.prefix.start(program, *arguments, **options)
         self.pid = self.window(CAPTION)["pid"]
         return self
 

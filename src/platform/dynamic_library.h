@@ -12,8 +12,9 @@ enum class LibraryHandle : std::uintptr_t { kNone = 0 };
 /// Loads a library by bare name in the system's normal search order; kNone when there is none.
 [[nodiscard]] LibraryHandle LoadLibraryByName(const wchar_t* name);
 
-/// The same for a library that then stays for the rest of the process: while it is there, further calls give it again without
-/// another load, so that no count grows. Not to be unloaded.
+/// For a library that then stays for the rest of the process: while it is there, further calls give it again without another
+/// load, so that no count grows. Not to be unloaded. It is looked for beside the program and in the system directory, not in the
+/// current directory, where anybody may have put a file of that name. Any thread.
 [[nodiscard]] LibraryHandle LoadLibraryToStay(const wchar_t* name);
 
 /// Address of an exported function, or null. The caller casts it to the function's true type.

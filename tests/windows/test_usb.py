@@ -14,7 +14,6 @@ from program_session import CONNECTION, OK
 
 AVAILABLE, BROKEN, SEARCHING = "Measure values available", "Connection broken", "Searching measure device"
 USB_FOLDER = program_session.ROOT / "dist/NeltoUSB"
-FUNCTIONS = ["NeltoUSBClose", "NeltoUSBGetDevices", "NeltoUSBOpen", "NeltoUSBSetTimeout", "NeltoUSBTransceive"]
 ROUNDS = 6
 
 
@@ -176,11 +175,3 @@ class OtherPrograms(unittest.TestCase):
         code, output = self.run_client(program="usb_arguments.exe")
         self.assertEqual(code, 0)
         self.assertEqual(output.splitlines(), re.split(r"\s{2,}", self.ARGUMENTS.strip()))
-
-
-class ExportedNames(unittest.TestCase):
-    def test_program_and_library_export_the_five_functions_undecorated(self):
-        for file in (program_session.PROGRAM, USB_FOLDER / "NeltoUSB.dll"):
-            listing = subprocess.run(["x86_64-w64-mingw32-objdump", "-p", file], capture_output=True, text=True, check=True).stdout
-            table = listing.partition("[Ordinal/Name Pointer] Table")[2].partition("\n\n")[0]
-            self.assertEqual(re.findall(r"\] (\S+)", table), FUNCTIONS, file)
