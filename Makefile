@@ -14,7 +14,7 @@ help:
 	@echo "make bench    benchmarks"
 	@echo "make fuzz     every fuzzer for SECONDS= (60) seconds"
 	@echo "make endurance  a simulated day with a thousand faults over each link, then MINUTES= (3) of reconnects under Wine"
-	@echo "make package  the installer"
+	@echo "make package  installers, zips and what goes with them, in dist/packages"
 	@echo "make lint     format, static analysis, include rules"
 	@echo "make clean    remove build/ and dist/"
 
@@ -37,7 +37,7 @@ endurance:
 	@$(here)tools/endurance
 
 package:
-	@echo "make package: not available yet" >&2; exit 1
+	@$(here)tools/package
 
 lint:
 	@$(here)tools/lint

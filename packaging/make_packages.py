@@ -1,0 +1,212 @@
+"""Makes the packages that users get; tools/package calls it.
+
+The same sources give the same bytes, in whatever folder: files are dated by SOURCE_DATE_EPOCH, which is taken from the last
+commit unless it is set. Environment: NELTO_SIGN_COMMAND signs a file whose path it gets as its last word; NELTO_DOWNLOAD_URL is
+where the installers will lie, for the winget manifests.
+"""
+
+import datetime
+import hashlib
+import json
+import os
+import re
+import shlex
+import shutil
+import subprocess
+import sys
+import zipfile
+from pathlib import Path
+
+import bill_of_materials
+
+ROOT = Path(__file__).resolve().parent.parent
+HERE = ROOT / "packaging"
+WORK = ROOT / "build/package"
+PACKAGES = ROOT / "dist/packages"
+PROGRAM = "NeltoStackWatcher"
+PROGRAM_FILE = PROGRAM + ".exe"
+HELP_FILES = ("NeltoStackWatcher_DE.chm", "NeltoStackWatcher_EN.chm")
+TARGETS = "NeltoStackWatcher NeltoUSB usb_client usb_import_library"
+NSIS_TARGETS = {"x64": "amd64-unicode", "x86": "x86-unicode"}  # the installer is of the same kind as the program
+WINDOWS = {"x64": (", 64 bit", ", 64 Bit"), "x86": ("", "")}
+UNDATED = 1767225600  # the start of 2026: for sources without their history
+FILL_IN = "FILL-IN"  # winget's own validation refuses a manifest that still holds it
+
+
+def version():
+    return re.search(r"project\(\w+ VERSION ([\d.]+)", (ROOT / "CMakeLists.txt").read_text())[1]
+
+
+def source_date():
+    if "SOURCE_DATE_EPOCH" in os.environ:
+        return int(os.environ["SOURCE_DATE_EPOCH"])
+    commit = subprocess.run(["git", "log", "-1", "--format=%ct"], cwd=ROOT, capture_output=True, text=True, check=False)
+    return int(commit.stdout) if commit.returncode == 0 and commit.stdout.strip() else UNDATED
+
+
+def licences():
+    return sorted(path for pattern in ("LICENSE*", "LICENCE*", "COPYING*") for path in ROOT.glob(pattern))
+
+
+def sha256(path):
+    return hashlib.sha256(path.read_bytes()).hexdigest()
+
+
+def run(*command, **options):
+    """A command that speaks only when it fails."""
+    done = subprocess.run([*map(str, command)], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False, **options)
+    if done.returncode != 0:
+        sys.exit(f"package: {' '.join(map(str, command))}\n{done.stdout}")
+
+
+def sign(path):
+    command = os.environ.get("NELTO_SIGN_COMMAND")
+    if command:
+        run(*shlex.split(command), path)
+
+
+def build_program():
+    run(ROOT / "tools/build-preset", "windows-x64", "windows-x86", env={**os.environ, "TARGETS": TARGETS})
+
+
+def write_text(path, text, encoding="utf-8-sig"):
+    """For people on Windows."""
+    path.write_bytes(text.replace("\n", "\r\n").encode(encoding))
+
+
+def notices():
+    """Of what is linked into the program; two of its licences want to be handed on with it."""
+    return ((HERE / "third-party.txt").read_text(encoding="utf-8") +
+            Path("/usr/share/doc/mingw-w64-common/copyright").read_text(encoding="utf-8"))
+
+
+def make_help():
+    """The folder with the help files of both languages; empty as long as there is nothing to make them with."""
+    folder = WORK / "help"
+    folder.mkdir()
+    make_help_tool = ROOT / "tools/make-help"
+    if not make_help_tool.exists():
+        print("package: without help files, since there is no tools/make-help")
+        return folder
+    run(make_help_tool, folder)
+    missing = [name for name in HELP_FILES if not (folder / name).is_file()]
+    if missing:
+        sys.exit(f"package: tools/make-help has not made {', '.join(missing)}")
+    return folder
+
+
+def stage_program(arch, help_folder):
+    folder = WORK / arch / PROGRAM
+    folder.mkdir(parents=True)
+    shutil.copyfile(ROOT / f"build/windows-{arch}/bin" / PROGRAM_FILE, folder / PROGRAM_FILE)
+    sign(folder / PROGRAM_FILE)
+    for path in [*licences(), *(help_folder / name for name in HELP_FILES if (help_folder / name).exists())]:
+        shutil.copyfile(path, folder / path.name)
+    words = {"VERSION": version(), "ARCH": arch, "WINDOWS": WINDOWS[arch][0], "FENSTER": WINDOWS[arch][1]}
+    write_text(folder / "README.txt", filled((HERE / "README.txt").read_text(encoding="utf-8"), words))
+    write_text(folder / "THIRD-PARTY-NOTICES.txt", notices())
+    return folder
+
+
+def stage_sdk():
+    """NeltoUSB for other programs: 64 bit, and 32 bit in a folder of its own."""
+    folder = WORK / "sdk/NeltoUSB"
+    for arch, target in (("x64", folder), ("x86", folder / "x86")):
+        run("cmake", "--install", ROOT / f"build/windows-{arch}", "--component", "NeltoUSB", "--prefix", target)
+    for doubled in ("NeltoUSB.h", "README.md", "usb_client.c"):
+        (folder / "x86" / doubled).unlink()
+    for path in sorted([*folder.rglob("*.dll"), *folder.rglob("*.exe")]):
+        sign(path)
+    for path in licences():
+        shutil.copyfile(path, folder / path.name)
+    write_text(folder / "THIRD-PARTY-NOTICES.txt", notices())
+    return folder
+
+
+def filled(text, words):
+    return re.sub(r"@([A-Z0-9_]+)@", lambda match: words[match[1]], text)
+
+
+def files_in(folder):
+    return sorted(path for path in folder.rglob("*") if path.is_file())
+
+
+def set_dates(folder, date):
+    for path in folder.rglob("*"):
+        os.utime(path, (date, date))
+
+
+def make_zip(archive, folder, date):
+    """Names, order, dates and attributes depend on nothing but the content."""
+    moment = datetime.datetime.fromtimestamp(date, datetime.timezone.utc).timetuple()[:6]
+    with zipfile.ZipFile(archive, "w", zipfile.ZIP_DEFLATED, compresslevel=9) as packed:
+        for path in files_in(folder):
+            entry = zipfile.ZipInfo(path.relative_to(folder.parent).as_posix(), moment)
+            entry.create_system, entry.external_attr, entry.compress_type = 0, 0x20, zipfile.ZIP_DEFLATED
+            packed.writestr(entry, path.read_bytes())
+
+
+def make_installer(installer, folder, arch, release):
+    """The installer of what lies in `folder`."""
+    files = [path.name for path in files_in(folder)]
+    lists = WORK / f"files-{arch}.nsh"
+    lists.write_text("\n".join(["!macro InstallFiles", *(f'File "{folder / name}"' for name in files), "!macroend",
+                                "!macro DeleteFiles", *(f'Delete "$INSTDIR\\{name}"' for name in files), "!macroend", ""]))
+    definitions = {"VERSION": release, "ARCH": arch, "TARGET": NSIS_TARGETS[arch], "OUTPUT": installer, "FILES": lists,
+                   "ICON": ROOT / f"build/windows-{arch}/src/artwork/app.ico",
+                   "SIZE_KB": sum(path.stat().st_size for path in files_in(folder)) // 1024}
+    for path in licences()[:1]:
+        definitions["LICENSE"] = path
+    if "NELTO_SIGN_COMMAND" in os.environ:
+        definitions["SIGN"] = os.environ["NELTO_SIGN_COMMAND"]
+    run("makensis", "-V2", "-WX", "-INPUTCHARSET", "UTF8", *(f"-D{name}={value}" for name, value in definitions.items()),
+        HERE / "installer.nsi", env={**os.environ, "SOURCE_DATE_EPOCH": str(source_date()), "TZ": "UTC"})
+    sign(installer)
+
+
+def write_winget(installers):
+    folder = PACKAGES / "winget"
+    folder.mkdir()
+    base = os.environ.get("NELTO_DOWNLOAD_URL", FILL_IN).rstrip("/")
+    words = {"VERSION": version(), "FILL_IN": FILL_IN}
+    for arch, installer in installers.items():
+        words[f"URL_{arch.upper()}"] = f"{base}/{installer.name}"
+        words[f"SHA256_{arch.upper()}"] = sha256(installer).upper()
+    for template in sorted((HERE / "winget").glob("*.yaml")):
+        (folder / template.name).write_text(filled(template.read_text(encoding="utf-8"), words), encoding="utf-8")
+
+
+def main():
+    date = source_date()
+    os.environ["SOURCE_DATE_EPOCH"] = str(date)
+    for folder in (WORK, PACKAGES):
+        shutil.rmtree(folder, ignore_errors=True)
+        folder.mkdir(parents=True)
+    build_program()
+
+    help_folder = make_help()
+    installers, archives, shipped = {}, [], {}
+    for arch in NSIS_TARGETS:
+        folder = stage_program(arch, help_folder)
+        set_dates(folder, date)
+        shipped[f"{arch}/{PROGRAM_FILE}"] = folder / PROGRAM_FILE
+        archives.append(PACKAGES / f"{PROGRAM}-{version()}-{arch}-portable.zip")
+        make_zip(archives[-1], folder, date)
+        installers[arch] = PACKAGES / f"{PROGRAM}-{version()}-{arch}-setup.exe"
+        make_installer(installers[arch], folder, arch, version())
+    sdk = stage_sdk()
+    shipped.update({"x64/NeltoUSB.dll": sdk / "NeltoUSB.dll", "x86/NeltoUSB.dll": sdk / "x86/NeltoUSB.dll"})
+    archives.append(PACKAGES / f"NeltoUSB-{version()}-sdk.zip")
+    make_zip(archives[-1], sdk, date)
+
+    bill = PACKAGES / f"{PROGRAM}-{version()}.cdx.json"
+    hashes = {name: sha256(path) for name, path in shipped.items()}
+    bill.write_text(json.dumps(bill_of_materials.cyclone_dx(version(), date, hashes), indent=2) + "\n")
+    write_winget(installers)
+    listed = sorted([*installers.values(), *archives, bill])
+    (PACKAGES / "SHA256SUMS").write_text("".join(f"{sha256(path)}  {path.name}\n" for path in listed))
+    print(f"package: {len(listed)} files, SHA256SUMS and winget/ are in {PACKAGES.relative_to(ROOT)}")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,179 @@
+"""The packages: what is in them, that anybody gets the same bytes from the same sources, and the 64-bit installer from its first
+run to the last trace. The 32-bit installer cannot run under a 64-bit Wine: of it only the content is looked at."""
+
+import hashlib
+import json
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+import zipfile
+from pathlib import Path
+
+import drop_in_d2xx
+import harness
+from program_session import CAPTION, LIST, OK, PATIENCE, PROGRAM, ROOT
+
+sys.path.append(str(ROOT / "packaging"))
+import make_packages  # noqa: E402
+from make_packages import PACKAGES, WORK  # noqa: E402
+
+VERSION = make_packages.version()
+SETUP = PACKAGES / f"NeltoStackWatcher-{VERSION}-x64-setup.exe"
+UNINSTALL_KEY = "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\NeltoStackWatcher"
+SETTINGS_KEY = "HKCU\\Software\\Nelto"
+LOGS = ["Nelto780Base.txt", "NeltoStackWatcher.txt", "NeltoStackWatcherProtocol.txt", "ZIVNelto780.txt"]
+
+
+def contents(folder):
+    return {path.relative_to(folder).as_posix(): path.read_bytes() for path in folder.rglob("*") if path.is_file()}
+
+
+class Contents(unittest.TestCase):
+    def test_the_same_sources_give_the_same_bytes_in_another_folder(self):
+        with tempfile.TemporaryDirectory(dir=ROOT / "build", prefix="other-folder-") as folder:
+            copy = Path(folder, "sources")
+            shutil.copytree(ROOT, copy, ignore=shutil.ignore_patterns(".git", "build", "dist", "__pycache__"))
+            environment = {name: value for name, value in os.environ.items() if not name.endswith("_COMPILER_LAUNCHER")}
+            environment.update(CCACHE_DISABLE="1", SOURCE_DATE_EPOCH=str(make_packages.source_date()))
+            made = subprocess.run([copy / "tools/package"], env=environment, capture_output=True, text=True, check=False)
+            self.assertEqual(made.returncode, 0, made.stdout + made.stderr)
+            ours, others = contents(PACKAGES), contents(copy / "dist/packages")
+            self.assertEqual(sorted(ours), sorted(others))
+            self.assertEqual([name for name in ours if ours[name] != others[name]], [])
+
+    def test_zips_and_installers_hold_what_was_staged(self):
+        for arch in ("x64", "x86"):
+            staged = contents(WORK / arch / "NeltoStackWatcher")
+            self.assertLessEqual({"NeltoStackWatcher.exe", "README.txt", "THIRD-PARTY-NOTICES.txt"}, set(staged))
+            if (ROOT / "tools/make-help").exists():
+                self.assertLessEqual(set(make_packages.HELP_FILES), set(staged))
+            package = str(PACKAGES / f"NeltoStackWatcher-{VERSION}-{arch}")
+            with self.subTest(arch), tempfile.TemporaryDirectory() as folder:
+                zipfile.ZipFile(package + "-portable.zip").extractall(folder)
+                self.assertEqual(contents(Path(folder, "NeltoStackWatcher")), staged)
+            with self.subTest(arch), tempfile.TemporaryDirectory() as folder:
+                subprocess.run(["7z", "x", "-o" + folder, package + "-setup.exe"], stdout=subprocess.DEVNULL, check=True)
+                installed = contents(Path(folder))
+                self.assertLessEqual(staged.items(), installed.items())
+                foreign = {name for name in set(installed) - set(staged) if not name.startswith("$PLUGINSDIR/")}
+                self.assertLessEqual(foreign, {"Uninstall.exe"})
+        library = set(zipfile.ZipFile(PACKAGES / f"NeltoUSB-{VERSION}-sdk.zip").namelist())
+        for name in ("NeltoUSB.dll", "NeltoUSB.h", "NeltoUSB.lib", "libNeltoUSB.dll.a", "usb_client.c", "x86/NeltoUSB.dll", "x86/NeltoUSB.lib"):
+            self.assertIn("NeltoUSB/" + name, library)
+
+    def test_what_goes_with_them_fits(self):
+        sums = dict(line.split("  ")[::-1] for line in (PACKAGES / "SHA256SUMS").read_text().splitlines())
+        self.assertEqual(sums, {path.name: hashlib.sha256(path.read_bytes()).hexdigest()
+                                for path in PACKAGES.iterdir() if path.is_file() and path.name != "SHA256SUMS"})
+        manifests = "".join(path.read_text() for path in (PACKAGES / "winget").iterdir())
+        self.assertNotRegex(manifests, r"@\w+@|https?:")
+        for arch in ("x64", "x86"):
+            self.assertIn(sums[f"NeltoStackWatcher-{VERSION}-{arch}-setup.exe"].upper(), manifests)
+        bill = json.loads((PACKAGES / f"NeltoStackWatcher-{VERSION}.cdx.json").read_text())
+        self.assertEqual({part["name"] for part in bill["components"]}, {"libgcc", "libstdc++", "mingw-w64-crt", "winpthreads", "nsis"})
+        self.assertIn({"alg": "SHA-256", "content": hashlib.sha256(PROGRAM.read_bytes()).hexdigest()},
+                      [entry for file in bill["metadata"]["component"]["components"] for entry in file["hashes"]])
+
+
+class Installed(harness.WindowsTestCase):
+    def begin(self, **options):
+        self.program = self.session(**options)
+        self.prefix = self.program.prefix
+        self.drive = self.prefix.folder / "drive_c"
+        drop_in_d2xx.Driver(self.prefix).set_up()
+
+    def run_to_end(self, *command):
+        """The exit code and the output of a Windows program."""
+        with self.prefix.start(*command, stdout=subprocess.PIPE) as process:
+            output = process.communicate(timeout=2 * PATIENCE)[0].decode("cp850")
+        return process.returncode, output
+
+    def registry(self, key):
+        code, output = self.run_to_end("reg", "query", key, "/s")
+        return dict(re.findall(r"^ +(\w+) +REG_\w+ +(.*?)\r?$", output, re.MULTILINE)) if code == 0 else None
+
+    def links(self):
+        return sorted(path for path in (self.drive / "users").rglob("Nelto*.lnk")) + sorted((self.drive / "ProgramData").rglob("Nelto*.lnk"))
+
+    def assert_values(self):
+        """The running program shows values and is left with OK."""
+        self.program.pid = self.program.window(CAPTION)["pid"]
+        self.program.wait_status("Measure values available")
+        self.program.wait_until(lambda: self.program.ask("items", LIST)["rows"], "the rows of the list")
+
+    def uninstall(self, root, folder):
+        program, options = self.registry(f"{root}\\{UNINSTALL_KEY}")["QuietUninstallString"].split('"')[1:]
+        self.assertEqual(self.run_to_end(program, *options.split())[0], 0)
+        # It copies itself and goes on in the background.
+        self.program.wait_until(lambda: not (folder / "Uninstall.exe").exists() and not self.links(), "the uninstaller")
+        self.program.wait_until(lambda: self.registry(f"{root}\\{UNINSTALL_KEY}") is None, "the uninstaller's entry")
+
+    def older_installer(self):
+        """An installer of an older version with a file that the new one does not know."""
+        stage = self.prefix.folder / "older"
+        stage.mkdir()
+        (stage / "NeltoStackWatcher.exe").write_bytes(PROGRAM.read_bytes())
+        (stage / "Older.txt").touch()
+        make_packages.make_installer(self.prefix.folder / "older.exe", stage, "x64", "2.9.0")
+        return self.prefix.folder / "older.exe"
+
+    def test_upgraded_used_and_removed(self):
+        self.begin(settings={"HeatingCheck": 1})
+        folder = self.drive / "Prüf stand/Nelto"
+        self.assertEqual(self.run_to_end(self.older_installer(), "/S", "/D=C:\\Prüf", "stand\\Nelto"), (0, ""))
+        self.assertEqual(set(contents(folder)), {"NeltoStackWatcher.exe", "Older.txt", "Uninstall.exe"})
+        (folder / "nelto7XXE.dll").write_text("of the maker")
+
+        # Nothing changes under a running program.
+        before = contents(folder)
+        self.program.start(program=folder / PROGRAM.name)
+        self.assertEqual(self.run_to_end(SETUP, "/S")[0], 32)
+        self.assertEqual(contents(folder), before)
+        self.assert_values()
+        self.assertEqual(self.program.leave(OK), 0)
+
+        self.assertEqual(self.run_to_end(SETUP, "/S")[0], 0)
+        installed = contents(folder)
+        self.assertIsNotNone(installed.pop("Uninstall.exe", None))
+        self.assertEqual(installed, contents(WORK / "x64/NeltoStackWatcher") | {"nelto7XXE.dll": b"of the maker"})
+        entry = self.registry("HKCU\\" + UNINSTALL_KEY)
+        self.assertEqual((entry["DisplayName"], entry["DisplayVersion"], entry["InstallLocation"], entry["NoModify"]),
+                         ("Nelto StackWatcher", VERSION, "C:\\Prüf stand\\Nelto", "0x1"))
+        self.assertGreater(int(entry["EstimatedSize"], 16), 2000)
+        self.assertIn("HeatingCheck", self.registry(SETTINGS_KEY))
+        self.assertTrue((self.program.temp / "Nelto780Base.txt").exists())
+
+        link, = self.links()
+        self.assertIn("AppData", str(link))
+        self.program.program = self.prefix.start("start", "/wait", "/unix", link)
+        self.assert_values()
+        self.program.leave(OK)
+
+        self.uninstall("HKCU", folder)
+        self.assertEqual(contents(folder), {"nelto7XXE.dll": b"of the maker"})
+        self.assertIsNone(self.registry(SETTINGS_KEY))
+        self.assertEqual([name for name in LOGS if (self.program.temp / name).exists()], [])
+
+    def test_for_one_user_and_for_all(self):
+        self.begin(language="de")
+        for root, arguments, place in (("HKCU", [], self.program.temp.parent / "AppData/Local/Programs"), ("HKLM", ["/AllUsers"], self.drive / "Program Files")):
+            with self.subTest(root):
+                self.assertEqual(self.run_to_end(SETUP, "/S", *arguments)[0], 0)
+                self.assertTrue((place / "NeltoStackWatcher/NeltoStackWatcher.exe").exists())
+                self.assertEqual(self.registry(f"{root}\\{UNINSTALL_KEY}")["Comments"], "Zeigt die laufenden Werte eines Abgasmessgeräts")
+                self.assertEqual(["ProgramData" in str(link) for link in self.links()], [root == "HKLM"])
+                self.uninstall(root, place / "NeltoStackWatcher")
+                self.assertFalse((place / "NeltoStackWatcher").exists())
+
+    def test_unpacked_anywhere(self):
+        self.begin()
+        folder = self.drive / "Müller & Söhne/Meßgeräte"
+        zipfile.ZipFile(PACKAGES / f"NeltoStackWatcher-{VERSION}-x64-portable.zip").extractall(folder)
+        self.program.start(program=folder / "NeltoStackWatcher" / PROGRAM.name)
+        self.assert_values()
+        self.assertEqual(self.program.leave(OK), 0)
+        self.assertIn(b"9200=40712345\r\n", self.program.file())
