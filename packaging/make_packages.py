@@ -40,8 +40,10 @@ def version():
 def source_date():
     if "SOURCE_DATE_EPOCH" in os.environ:
         return int(os.environ["SOURCE_DATE_EPOCH"])
+    if not (ROOT / ".git").exists() or not shutil.which("git"):
+        return UNDATED
     commit = subprocess.run(["git", "log", "-1", "--format=%ct"], cwd=ROOT, capture_output=True, text=True, check=False)
-    return int(commit.stdout) if commit.returncode == 0 and commit.stdout.strip() else UNDATED
+    return int(commit.stdout) if commit.returncode == 0 else UNDATED
 
 
 def licences():

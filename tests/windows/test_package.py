@@ -36,8 +36,9 @@ class Contents(unittest.TestCase):
     def test_the_same_sources_give_the_same_bytes_in_another_folder(self):
         with tempfile.TemporaryDirectory(dir=ROOT / "build", prefix="other-folder-") as folder:
             copy = Path(folder, "sources")
-            shutil.copytree(ROOT, copy, ignore=shutil.ignore_patterns(".git", "build", "dist", "__pycache__"))
-            environment = {name: value for name, value in os.environ.items() if not name.endswith("_COMPILER_LAUNCHER")}
+            shutil.copytree(ROOT, copy, ignore=lambda path, _: {".git", "build", "dist"} if path == str(ROOT) else {"__pycache__"})
+            environment = {name: value for name, value in os.environ.items()
+                           if not name.endswith("_COMPILER_LAUNCHER") and name != "NELTO_SIGN_COMMAND"}
             environment.update(CCACHE_DISABLE="1", SOURCE_DATE_EPOCH=str(make_packages.source_date()))
             made = subprocess.run([copy / "tools/package"], env=environment, capture_output=True, text=True, check=False)
             self.assertEqual(made.returncode, 0, made.stdout + made.stderr)
@@ -158,8 +159,14 @@ class Installed(harness.WindowsTestCase):
         self.assertIsNone(self.registry(SETTINGS_KEY))
         self.assertEqual([name for name in LOGS if (self.program.temp / name).exists()], [])
 
+    def files(self):
+        """All files but those of Windows, and but the uninstaller's copy of itself, which goes with the next start of Windows."""
+        folders = [folder for folder in self.drive.iterdir() if folder.name != "windows"]
+        return {path for folder in folders for path in folder.rglob("*") if path.is_file() and "~nsu" not in str(path)}
+
     def test_for_one_user_and_for_all(self):
         self.begin(language="de")
+        before = self.files()
         for root, arguments, place in (("HKCU", [], self.program.temp.parent / "AppData/Local/Programs"), ("HKLM", ["/AllUsers"], self.drive / "Program Files")):
             with self.subTest(root):
                 self.assertEqual(self.run_to_end(SETUP, "/S", *arguments)[0], 0)
@@ -167,6 +174,7 @@ class Installed(harness.WindowsTestCase):
                 self.assertEqual(self.registry(f"{root}\\{UNINSTALL_KEY}")["Comments"], "Zeigt die laufenden Werte eines Abgasmessgeräts")
                 self.assertEqual(["ProgramData" in str(link) for link in self.links()], [root == "HKLM"])
                 self.uninstall(root, place / "NeltoStackWatcher")
+                self.assertEqual(self.files(), before)
                 self.assertFalse((place / "NeltoStackWatcher").exists())
 
     def test_unpacked_anywhere(self):
