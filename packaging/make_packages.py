@@ -83,17 +83,10 @@ def notices():
 
 
 def make_help():
-    """The folder with the help files of both languages; empty as long as there is nothing to make them with."""
+    """The folder with the help files of both languages."""
     folder = WORK / "help"
     folder.mkdir()
-    make_help_tool = ROOT / "tools/make-help"
-    if not make_help_tool.exists():
-        print("package: without help files, since there is no tools/make-help")
-        return folder
-    run(make_help_tool, folder)
-    missing = [name for name in HELP_FILES if not (folder / name).is_file()]
-    if missing:
-        sys.exit(f"package: tools/make-help has not made {', '.join(missing)}")
+    run(ROOT / "tools/make-help", folder)
     return folder
 
 
@@ -102,7 +95,7 @@ def stage_program(arch, help_folder):
     folder.mkdir(parents=True)
     shutil.copyfile(ROOT / f"build/windows-{arch}/bin" / PROGRAM_FILE, folder / PROGRAM_FILE)
     sign(folder / PROGRAM_FILE)
-    for path in [*licences(), *(help_folder / name for name in HELP_FILES if (help_folder / name).exists())]:
+    for path in [*licences(), *(help_folder / name for name in HELP_FILES)]:
         shutil.copyfile(path, folder / path.name)
     words = {"VERSION": version(), "ARCH": arch, "WINDOWS": WINDOWS[arch][0], "FENSTER": WINDOWS[arch][1]}
     write_text(folder / "README.txt", filled((HERE / "README.txt").read_text(encoding="utf-8"), words))
