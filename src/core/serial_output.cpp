@@ -16,8 +16,9 @@ namespace {
 
 constexpr std::string_view kLineEnd = "\n\r";  // line feed first: receivers in the field rely on it
 
-// For one line, about 50 bytes at most: 300 baud is fast enough. A receiver that halts the line must not halt the dialog.
-constexpr std::uint32_t kLineLimit = 2000;  // milliseconds
+// How long the port may take for one line: a receiver that halts the port must not halt the dialog. 300 baud is fast enough.
+constexpr std::uint32_t kLeastLineTime = 100;  // milliseconds
+constexpr std::uint32_t kByteTime      = 40;   // milliseconds
 
 constexpr std::array<std::uint32_t, 7> kNeverSent = {
     kFuel, kDevice, kVersion, kSerialNumber, kSmokePump, kMaximumCarbonDioxide, kReferenceOxygen,
@@ -50,7 +51,8 @@ std::string Line(const ChannelRecord& record) {
 void SendLines(platform::OutputPort port, std::string_view block) {
     while (!block.empty()) {
         const std::size_t size = block.find(kLineEnd) + kLineEnd.size();
-        if (!platform::WriteOutput(port, block.substr(0, size), kLineLimit)) return;
+        const auto limit       = kLeastLineTime + kByteTime * static_cast<std::uint32_t>(size);
+        if (!platform::WriteOutput(port, block.substr(0, size), limit)) return;
         block.remove_prefix(size);
     }
 }

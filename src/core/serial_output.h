@@ -11,7 +11,7 @@ namespace nelto {
 [[nodiscard]] std::string SerialOutputBlock(const ChannelTable& channels, bool oil_fuel);
 
 /// Sends one block when the setting asks for it. A port that cannot be opened is left out silently, and so is the rest of a
-/// block once the port has taken nothing for two seconds. Dialog thread.
+/// block after a line for which the port takes longer than any receiver's speed explains. Dialog thread.
 void SendSerialOutput(const ProgramState& state, const ChannelTable& channels);
 
 }  // namespace nelto
