@@ -56,11 +56,11 @@ public:
             if (before) before();
             Tick();
         };
-        the_run_ = this;
+        the_run = this;
     }
     ~Run() {
         World().on_wait = nullptr;
-        the_run_        = nullptr;
+        the_run         = nullptr;
     }
 
     void Go() {
@@ -99,9 +99,9 @@ private:
         std::uint32_t ReadConfiguration(ChannelTable& channels) override { return real_->ReadConfiguration(channels); }
         std::uint32_t ReadHeatingCheck(ChannelTable& results) override { return real_->ReadHeatingCheck(results); }
         std::uint32_t ReadValues(ChannelTable& channels) override {
-            the_run_->BeforeRead();
+            the_run->BeforeRead();
             const std::uint32_t result = real_->ReadValues(channels);
-            the_run_->AfterRead(channels, result);
+            the_run->AfterRead(channels, result);
             return result;
         }
         std::uint32_t Close() override { return real_->Close(); }
@@ -125,12 +125,12 @@ private:
     };
 
     static std::unique_ptr<Instrument> Open(ProgramState& state) {
-        EXPECT_EQ(the_run_->rig_.Held(), 0U) << "left over by an earlier connection";
-        the_run_->rig_.Tick();
+        EXPECT_EQ(the_run->rig_.Held(), 0U) << "left over by an earlier connection";
+        the_run->rig_.Tick();
         std::unique_ptr<Instrument> opened = OpenInstrumentConnection(state);
         if (opened == nullptr) return nullptr;
-        ++the_run_->connections;
-        the_run_->repeated_before_ = the_run_->RepeatedBlocks();
+        ++the_run->connections;
+        the_run->repeated_before_ = the_run->RepeatedBlocks();
         return std::make_unique<Watched>(std::move(opened));
     }
 
@@ -225,7 +225,7 @@ private:
     }
 
     static constexpr std::size_t kStrikes = 12;  // kinds of simulator::FaultKind
-    inline static Run* the_run_           = nullptr;
+    inline static Run* the_run            = nullptr;
 
     Rig& rig_;
     std::mt19937_64 random_;
