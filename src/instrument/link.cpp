@@ -36,7 +36,8 @@ std::uint32_t LinkTransceive(const Link& link, std::span<const std::uint8_t> req
             return SerialTransceive(link.serial_port, request, reply, received, timeout_ms, link.stop_request);
         case Transport::kUsb:
             if (link.usb_link == nullptr) break;
-            link.usb_link->stop_request = link.stop_request;
+            link.usb_link->stop_request     = link.stop_request;
+            link.usb_link->skip_repetitions = true;
             DropLateUsbBytes(*link.usb_link);
             return NeltoUSBTransceive(link.usb_link, request, reply, received, timeout_ms);
         case Transport::kIrda: return IrdaTransceive(request, reply, received);

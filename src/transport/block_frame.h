@@ -65,15 +65,19 @@ enum class BlockFault : std::uint8_t { kNone, kTooShort, kWrongLength, kBadIndex
 /// Set by whoever wants to end: a reply of many blocks is given up between two of them. Null where nobody does.
 using StopRequest = const std::atomic<std::uint32_t>*;
 
-/// Empty blocks that a reply may hold before it is given up; the others fill its buffer, so that every reply ends.
-constexpr std::size_t kMaxEmptyBlocks = 64;
+/// Blocks without anything new, empty or repeated, that a reply may hold before it is given up; the others fill its buffer, so
+/// that every reply ends.
+constexpr std::size_t kMaxUselessBlocks = 64;
 
 /// A reply message under assembly in the caller's buffer.
 struct ReplyBuffer {
     std::span<std::uint8_t> storage;
-    StopRequest stop_request = nullptr;
-    std::size_t length       = 0;
-    std::size_t empty_blocks = 0;
+    StopRequest stop_request   = nullptr;
+    bool skip_repetitions      = false;  // of the block before, byte for byte
+    std::size_t length         = 0;
+    std::size_t useless_blocks = 0;
+    std::array<std::uint8_t, kMaxBlockSize> last_block{};
+    std::size_t last_block_size = 0;
 };
 
 enum class ReplyStatus : std::uint8_t {
@@ -84,12 +88,13 @@ enum class ReplyStatus : std::uint8_t {
     kBadIndex,
     kBadChecksum,
     kTooLong,
-    kEndless,  // more empty blocks than any analyser sends
+    kEndless,  // more useless blocks than any analyser sends
     kStopped,
 };
 
 /// Takes the next block of a reply: checks it and appends its payload. kMore asks for an acknowledgement and the next
-/// block. Block indexes are deliberately not checked for sequence, only against the count, as analysers in the field do.
+/// block. Block indexes are deliberately not checked for sequence, only against the count, as analysers in the field do; an
+/// exact repetition of the block before is another matter, since taking it would move everything behind it.
 [[nodiscard]] ReplyStatus AppendReplyBlock(std::span<const std::uint8_t> frame, ReplyBuffer& reply);
 
 }  // namespace nelto

@@ -142,7 +142,7 @@ std::uint32_t SerialTransceive(platform::SerialHandle port, std::span<const std:
     const std::uint32_t result = SendMessageBlocks(port, message, answer, answer_size, timeout_ms);
     if (result != kSerialOk) return result;
 
-    ReplyBuffer assembly{.storage = reply, .stop_request = stop_request};
+    ReplyBuffer assembly{.storage = reply, .stop_request = stop_request, .skip_repetitions = true};
     while (true) {
         const ReplyStatus status = AppendReplyBlock(std::span(answer).first(answer_size), assembly);
         if (status == ReplyStatus::kComplete) break;

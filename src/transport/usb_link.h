@@ -20,6 +20,7 @@ struct UsbLink {
     std::uint32_t timeout_ms         = 0;  // for each piece of a reply
     std::size_t packet_payload_limit = kUsbPayloadLimit;
     StopRequest stop_request         = nullptr;  // ends a reply between two packets
+    bool skip_repetitions            = false;    // of a packet; the exported functions take them as they come
     bool late_bytes_possible         = false;    // the last message timed out: its answer may be on the way
     d2xx::LinkFunctions functions;
 };

@@ -63,7 +63,8 @@ std::uint32_t NeltoUSBTransceive(UsbLink* handle, std::span<const std::uint8_t> 
     if (handle == nullptr) return kUsbNoHandle;
     handle->timeout_ms = timeout_ms;
 
-    ReplyBuffer assembly{.storage = reply, .stop_request = handle->stop_request};
+    ReplyBuffer assembly{
+        .storage = reply, .stop_request = handle->stop_request, .skip_repetitions = handle->skip_repetitions};
     const std::uint32_t result  = Transceive(*handle, request, assembly);
     handle->late_bytes_possible = result == kUsbTimeout;
     if (result == kUsbOk) reply_length = assembly.length;

@@ -73,16 +73,52 @@ TEST(BlockFrame, TakesAWholeReplyAndRefusesEveryDamage) {
     }
 }
 
-TEST(BlockFrame, EndsAReplyOfEmptyBlocks) {
-    std::array<std::uint8_t, 16> storage{};
-    ReplyBuffer reply{.storage = storage};
-    std::array<std::uint8_t, kMaxBlockSize> frame{};
-    const std::size_t size = BuildBlock(frame, kAnalyserStart, 0, 0xFFFF, {});
-    ReplyStatus status     = ReplyStatus::kMore;
-    int blocks             = 0;
-    while (status == ReplyStatus::kMore && ++blocks < 100)
-        status = AppendReplyBlock(std::span(frame).first(size), reply);
-    EXPECT_EQ(status, ReplyStatus::kEndless);
+TEST(BlockFrame, EndsAReplyThatBringsNothingNew) {
+    struct Case {
+        const char* name;
+        Bytes block;
+        bool skip_repetitions;
+        std::size_t length;  // of what was taken
+    };
+    const Case cases[] = {
+        {"empty", Packet(0, 0xFFFF, {}), false, 0},
+        {"empty and repeated", Packet(0, 0xFFFF, {}), true, 0},
+        {"repeated", Packet(0, 0xFFFF, Bytes{1, 2}), true, 2},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.name);
+        std::array<std::uint8_t, 16> storage{};
+        ReplyBuffer reply{.storage = storage, .skip_repetitions = row.skip_repetitions};
+        ReplyStatus status = ReplyStatus::kMore;
+        int blocks         = 0;
+        while (status == ReplyStatus::kMore && ++blocks < 100) status = AppendReplyBlock(row.block, reply);
+        EXPECT_EQ(status, ReplyStatus::kEndless);
+        EXPECT_EQ(reply.length, row.length);
+    }
+}
+
+TEST(BlockFrame, SkipsARepeatedBlockForWhoAsksForIt) {
+    const Bytes message      = Counting(30);
+    const auto blocks        = ReplyBlocks(message, 10);
+    const Bytes sent[]       = {blocks[0], blocks[0], blocks[1], blocks[1], blocks[1], blocks[2]};
+    const ReplyStatus ends[] = {ReplyStatus::kTooLong, ReplyStatus::kComplete};
+    for (const bool skip : {false, true}) {
+        std::array<std::uint8_t, 30> storage{};
+        ReplyBuffer reply{.storage = storage, .skip_repetitions = skip};
+        ReplyStatus status = ReplyStatus::kMore;
+        for (std::size_t i = 0; i < std::size(sent) && status == ReplyStatus::kMore; ++i) {
+            status = AppendReplyBlock(sent[i], reply);
+        }
+        EXPECT_EQ(status, ends[skip ? 1 : 0]);
+        if (skip) EXPECT_TRUE(std::ranges::equal(storage, message));
+    }
+    // Equal payload alone, or an equal index alone, makes no repetition.
+    std::array<std::uint8_t, 30> storage{};
+    ReplyBuffer reply{.storage = storage, .skip_repetitions = true};
+    EXPECT_EQ(AppendReplyBlock(Packet(0, 3, Bytes{7}), reply), ReplyStatus::kMore);
+    EXPECT_EQ(AppendReplyBlock(Packet(1, 3, Bytes{7}), reply), ReplyStatus::kMore);
+    EXPECT_EQ(AppendReplyBlock(Packet(1, 3, Bytes{8}), reply), ReplyStatus::kMore);
+    EXPECT_EQ(reply.length, 3U);
 }
 
 }  // namespace

@@ -133,7 +133,7 @@ TEST_F(SerialTransportTest, EndsAnEndlessReplyAndOneThatAStopInterrupts) {
     const Bytes drop(frame.begin(), frame.begin() + static_cast<std::ptrdiff_t>(size));
     for (int block = 0; block < 1000; ++block) peer_.answers.push_back({drop, 150});
     EXPECT_EQ(Transceive(Hex("42")), kSerialProtocolFault);
-    EXPECT_EQ(peer_.written.size(), kMaxEmptyBlocks + 1);
+    EXPECT_EQ(peer_.written.size(), kMaxUselessBlocks + 1);
 
     const std::atomic<std::uint32_t> stop{1};
     peer_.written.clear();
