@@ -193,7 +193,10 @@ std::size_t FakeD2xx::CallsOf(const std::string& function) const {
 std::uint32_t FakeD2xx::Called(const char* function) {
     calls.emplace_back(function);
     const auto failure = failures.find(function);
-    return failure == failures.end() || CallsOf(function) < failure->second.first ? d2xx::kOk : failure->second.status;
+    if (failure == failures.end()) return d2xx::kOk;
+    const auto& [status, first, count] = failure->second;
+    const std::size_t call             = CallsOf(function);
+    return call < first || call - first >= count ? d2xx::kOk : status;
 }
 
 void FakeD2xx::Deliver() {

@@ -39,10 +39,11 @@ public:
     [[nodiscard]] std::size_t CallsOf(const std::string& function) const;
 
     std::vector<FtdiDevice> devices;
-    /// Calls of a function from the `first` on, counted from 1, that return `status`.
+    /// `calls` calls of a function from the `first` on, counted from 1, that return `status`.
     struct Failure {
         std::uint32_t status = 0;
         std::size_t first    = 1;
+        std::size_t calls    = SIZE_MAX;
     };
     std::map<std::string, Failure> failures;
     std::size_t piece_size    = SIZE_MAX;  // most bytes that are signalled together

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/memory/memory_calls.h"
 #include "platform/memory/memory_dynamic_library.h"
 
 namespace nelto::platform {
@@ -41,7 +42,8 @@ Library& Loaded(LibraryHandle handle) {
 
 LibraryHandle LoadLibraryByName(const wchar_t* name) {
     Library* library = FindByName(name);
-    if (library == nullptr || !library->installed) return LibraryHandle::kNone;
+    const bool fails = memory::Fails(memory::Call::kLoadLibrary);
+    if (fails || library == nullptr || !library->installed) return LibraryHandle::kNone;
     ++library->loaded;
     ++library->loads_ever;
     return static_cast<LibraryHandle>(library - Libraries().data() + 1);
@@ -56,7 +58,8 @@ LibraryHandle LoadLibraryToStay(const wchar_t* name) {
 void* FindFunction(LibraryHandle library, const char* name) {
     const memory::LibraryFunctions& functions = Loaded(library).functions;
     const auto found                          = functions.find(name);
-    return found == functions.end() ? nullptr : found->second;
+    const bool fails                          = memory::Fails(memory::Call::kFindFunction);
+    return fails || found == functions.end() ? nullptr : found->second;
 }
 
 void UnloadLibrary(LibraryHandle library) { --Loaded(library).loaded; }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/clock.h"
+#include "platform/memory/memory_calls.h"
 #include "platform/memory/memory_event.h"
 
 namespace nelto::platform {
@@ -31,7 +32,7 @@ bool TakeSignal(EventHandle event) {
 }  // namespace
 
 EventHandle CreateAutoResetEvent() {
-    if (State().creations_left == 0) return EventHandle::kNone;
+    if (memory::Fails(memory::Call::kCreateEvent) || State().creations_left == 0) return EventHandle::kNone;
     --State().creations_left;
     State().signalled[++State().last_handle] = false;
     return static_cast<EventHandle>(State().last_handle);

@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "platform/memory/memory_calls.h"
 #include "platform/memory/memory_file_version.h"
 #include "platform/wide_text.h"
 
@@ -18,7 +19,7 @@ std::map<std::wstring, std::wstring>& Versions() {
 bool SystemFileVersion(const wchar_t* name, std::span<wchar_t> version) {
     CopyText(version, L"");
     const auto found = Versions().find(name);
-    if (found == Versions().end()) return false;
+    if (memory::Fails(memory::Call::kFileVersion) || found == Versions().end()) return false;
     CopyText(version, found->second);
     return true;
 }

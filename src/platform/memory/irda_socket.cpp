@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "platform/memory/memory_calls.h"
 #include "platform/memory/memory_irda_socket.h"
 
 namespace nelto::platform {
@@ -29,6 +30,8 @@ std::vector<std::uint8_t> MakeIrdaDeviceList(const std::vector<std::string>& nam
 
 }  // namespace memory
 
+using memory::Call;
+using memory::Fails;
 using memory::TheIrdaWorld;
 
 namespace {
@@ -43,8 +46,9 @@ void CheckOpen(IrdaSocket socket) {
 }  // namespace
 
 bool StartIrdaSockets() {
-    if (TheIrdaWorld().has_winsock) ++TheIrdaWorld().references;
-    return TheIrdaWorld().has_winsock;
+    if (Fails(Call::kStartSockets) || !TheIrdaWorld().has_winsock) return false;
+    ++TheIrdaWorld().references;
+    return true;
 }
 
 void EndIrdaSockets() {
@@ -52,14 +56,15 @@ void EndIrdaSockets() {
 }
 
 IrdaSocket OpenIrdaSocket() {
-    if (TheIrdaWorld().references == 0 || !TheIrdaWorld().has_family) return IrdaSocket::kNone;
+    if (Fails(Call::kOpenSocket) || TheIrdaWorld().references == 0 || !TheIrdaWorld().has_family)
+        return IrdaSocket::kNone;
     if (TheIrdaWorld().open_sockets++ != 0) std::abort();  // one at a time
     return kTheSocket;
 }
 
 bool SetBlocking(IrdaSocket socket) {
     CheckOpen(socket);
-    return !TheIrdaWorld().blocking_fails;
+    return !Fails(Call::kSetBlocking) && !TheIrdaWorld().blocking_fails;
 }
 
 bool ListIrdaDevices(IrdaSocket socket, std::span<std::uint8_t> list) {
@@ -67,19 +72,19 @@ bool ListIrdaDevices(IrdaSocket socket, std::span<std::uint8_t> list) {
     TheIrdaWorld().list_space                    = list.size();
     const std::vector<std::uint8_t>& device_list = TheIrdaWorld().device_list;
     std::copy_n(device_list.begin(), std::min(device_list.size(), list.size()), list.begin());
-    return !TheIrdaWorld().listing_fails;
+    return !Fails(Call::kListDevices) && !TheIrdaWorld().listing_fails;
 }
 
 bool ConnectIrda(IrdaSocket socket, const IrdaDeviceId& device, const IrdaName& service) {
     CheckOpen(socket);
     TheIrdaWorld().device = device;
     TheIrdaWorld().service.assign(service.begin(), std::ranges::find(service, '\0'));
-    return TheIrdaWorld().connect_error == 0;
+    return !Fails(Call::kConnect) && TheIrdaWorld().connect_error == 0;
 }
 
 std::ptrdiff_t SendIrda(IrdaSocket socket, std::span<const std::uint8_t> bytes) {
     CheckOpen(socket);
-    if (TheIrdaWorld().sending_fails) return -1;
+    if (Fails(Call::kSend) || TheIrdaWorld().sending_fails) return -1;
     if (TheIrdaWorld().sends_half) return static_cast<std::ptrdiff_t>(bytes.size() / 2);
     TheIrdaWorld().requests.emplace_back(bytes.begin(), bytes.end());
     if (TheIrdaWorld().on_request) TheIrdaWorld().on_request(TheIrdaWorld().requests.back());
@@ -89,7 +94,9 @@ std::ptrdiff_t SendIrda(IrdaSocket socket, std::span<const std::uint8_t> bytes) 
 std::ptrdiff_t ReceiveIrda(IrdaSocket socket, std::span<std::uint8_t> bytes) {
     CheckOpen(socket);
     ++TheIrdaWorld().receive_calls;
+    if (Fails(Call::kReceive)) return -1;
     std::deque<memory::IrdaPiece>& pieces = TheIrdaWorld().pieces;
+    if (pieces.empty() && TheIrdaWorld().on_idle) TheIrdaWorld().on_idle();
     if (pieces.empty()) return -1;
     const memory::IrdaPiece piece = pieces.front();
     pieces.pop_front();

@@ -29,6 +29,8 @@ struct IrdaWorld {
     std::deque<IrdaPiece> pieces;  // what the receive calls give, one after the other; when empty they fail
     /// Called with each request that was sent whole; may add pieces.
     std::function<void(const std::vector<std::uint8_t>& request)> on_request;
+    /// Called when a receive call finds no pieces; may let time pass and add some.
+    std::function<void()> on_idle;
 
     // What the program did.
     std::uint32_t references   = 0;  // on Winsock

@@ -7,6 +7,7 @@
 
 #include "platform/files.h"
 #include "platform/lock.h"
+#include "platform/memory/memory_calls.h"
 #include "platform/output_port.h"
 #include "platform/registry.h"
 #include "platform/text_service.h"
@@ -25,10 +26,15 @@ std::unique_ptr<World>& Holder() {
 
 World& TheWorld() { return *Holder(); }
 
-void ResetWorld() { Holder() = std::make_unique<World>(); }
+void ResetWorld() {
+    Holder()   = std::make_unique<World>();
+    TheCalls() = {};
+}
 
 }  // namespace memory
 
+using memory::Call;
+using memory::Fails;
 using memory::TheWorld;
 
 namespace {
@@ -54,7 +60,7 @@ memory::SerialPortState* ToPort(SerialHandle port) { return reinterpret_cast<mem
 }  // namespace
 
 std::size_t TempDirectory(std::span<wchar_t> directory) {
-    if (TheWorld().temp_directory.size() >= directory.size()) {
+    if (Fails(Call::kTempDirectory) || TheWorld().temp_directory.size() >= directory.size()) {
         CopyText(directory, L"");
         return 0;
     }
@@ -64,12 +70,12 @@ std::size_t TempDirectory(std::span<wchar_t> directory) {
 void RemoveFile(const wchar_t* path) { TheWorld().files.erase(path); }
 
 std::uint32_t AppendToFile(const wchar_t* path, std::string_view bytes) {
-    if (TheWorld().unwritable_files.contains(path)) return kAccessDenied;
+    if (Fails(Call::kAppendFile) || TheWorld().unwritable_files.contains(path)) return kAccessDenied;
     return Write(*TheWorld().files.try_emplace(path).first, bytes) ? 0 : kDiskFull;
 }
 
 FileHandle OpenEmptiedFile(const wchar_t* path) {
-    if (TheWorld().unwritable_files.contains(path)) return FileHandle::kNone;
+    if (Fails(Call::kOpenFile) || TheWorld().unwritable_files.contains(path)) return FileHandle::kNone;
     File& file  = *TheWorld().files.try_emplace(path).first;
     file.second = {};
     ++TheWorld().open_files;
@@ -112,7 +118,7 @@ void UserLocaleTag(std::span<wchar_t> tag) { CopyText(tag, TheWorld().locale_tag
 
 std::uint32_t RegReadDword(const wchar_t* name, std::uint32_t fallback) {
     const auto found = TheWorld().registry.find(name);
-    return found == TheWorld().registry.end() ? fallback : found->second;
+    return Fails(Call::kReadRegistry) || found == TheWorld().registry.end() ? fallback : found->second;
 }
 
 std::uint32_t RegWriteDword(const wchar_t* name, std::uint32_t number) {
@@ -124,7 +130,7 @@ std::uint32_t RegWriteDword(const wchar_t* name, std::uint32_t number) {
 SerialHandle OpenSerialPort(const wchar_t* path, std::uint32_t& error) {
     const auto found = TheWorld().serial_ports.find(path);
     error            = found == TheWorld().serial_ports.end() ? kFileNotFound : found->second.open_error;
-    if (error == 0 && found->second.open_handles != 0) error = kAccessDenied;
+    if (error == 0 && (Fails(Call::kOpenSerial) || found->second.open_handles != 0)) error = kAccessDenied;
     if (error != 0) return SerialHandle::kNone;
     memory::SerialPortState& port = found->second;
     ++port.open_handles;
@@ -133,10 +139,12 @@ SerialHandle OpenSerialPort(const wchar_t* path, std::uint32_t& error) {
     return static_cast<SerialHandle>(reinterpret_cast<std::uintptr_t>(&port));
 }
 
-bool SetImmediateReads(SerialHandle port) { return !ToPort(port)->immediate_reads_fail; }
+bool SetImmediateReads(SerialHandle port) {
+    return !Fails(Call::kSerialTimeouts) && !ToPort(port)->immediate_reads_fail;
+}
 
 LineResult SetLine(SerialHandle port, std::uint32_t baud_rate) {
-    if (ToPort(port)->get_state_fails) return LineResult::kGetStateFailed;
+    if (Fails(Call::kSerialLine) || ToPort(port)->get_state_fails) return LineResult::kGetStateFailed;
     if (ToPort(port)->set_state_fails) return LineResult::kSetStateFailed;
     ToPort(port)->baud_rate = baud_rate;
     return LineResult::kOk;
@@ -144,12 +152,12 @@ LineResult SetLine(SerialHandle port, std::uint32_t baud_rate) {
 
 std::size_t WriteSerial(SerialHandle port, std::span<const std::uint8_t> bytes) {
     memory::SerialDevice* device = ToPort(port)->device;
-    return device != nullptr ? device->Write(bytes) : 0;
+    return !Fails(Call::kWriteSerial) && device != nullptr ? device->Write(bytes) : 0;
 }
 
 std::size_t ReadSerial(SerialHandle port, std::span<std::uint8_t> bytes) {
     memory::SerialDevice* device = ToPort(port)->device;
-    return device != nullptr ? device->Read(bytes) : 0;
+    return !Fails(Call::kReadSerial) && device != nullptr ? device->Read(bytes) : 0;
 }
 
 void CloseSerialPort(SerialHandle port) {
