@@ -33,16 +33,28 @@ std::uint32_t LinkTransceive(const Link& link, std::span<const std::uint8_t> req
     received = 0;
     switch (link.transport) {
         case Transport::kSerial:
-            return SerialTransceive(link.serial_port, request, reply, received, timeout_ms, link.stop_request);
+            return SerialTransceive(link.serial_port, request, reply, received, timeout_ms, link.stop_request,
+                                    &link.late_bytes);
         case Transport::kUsb:
             if (link.usb_link == nullptr) break;
             link.usb_link->stop_request     = link.stop_request;
             link.usb_link->skip_repetitions = true;
-            DropLateUsbBytes(*link.usb_link);
+            if (DropLateUsbBytes(*link.usb_link)) link.late_bytes = true;
             return NeltoUSBTransceive(link.usb_link, request, reply, received, timeout_ms);
         case Transport::kIrda: return IrdaTransceive(request, reply, received);
     }
     return kLinkNotOpen;
+}
+
+bool LateReplyArrives(const Link& link, std::uint32_t timeout_ms) {
+    switch (link.transport) {
+        case Transport::kSerial:
+            return LateSerialReplyArrives(link.serial_port, timeout_ms, link.stop_request, link.late_bytes);
+        case Transport::kUsb:
+            return link.usb_link != nullptr && LateUsbReplyArrives(*link.usb_link, timeout_ms, link.late_bytes);
+        case Transport::kIrda: break;
+    }
+    return false;
 }
 
 void CloseLink(Link& link) {

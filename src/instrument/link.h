@@ -22,6 +22,7 @@ struct Link {
     platform::SerialHandle serial_port = platform::SerialHandle::kNone;
     UsbLink* usb_link                  = nullptr;  // analyser behind an FTDI converter
     StopRequest stop_request           = nullptr;  // the program's: ends a long reply between two blocks
+    mutable bool late_bytes = false;  // something came for a request that had ended; cleared by who wants to know
 };
 
 /// Sends `request` whole and receives the whole reply. Returns 0, or the transport's own result code; `received` is 0 unless
@@ -29,6 +30,10 @@ struct Link {
 [[nodiscard]] std::uint32_t LinkTransceive(const Link& link, std::span<const std::uint8_t> request,
                                            std::span<std::uint8_t> reply, std::size_t& received,
                                            std::uint32_t timeout_ms);
+
+/// Waits at most `timeout_ms`, or until a stop is requested, for a reply that missed the time-out of its request, and throws it
+/// away. True when a whole one came. Nothing is sent. Over infrared, where nothing times out, false at once.
+[[nodiscard]] bool LateReplyArrives(const Link& link, std::uint32_t timeout_ms);
 
 /// Releases the link. A second call finds nothing to release.
 void CloseLink(Link& link);

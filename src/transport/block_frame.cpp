@@ -40,8 +40,7 @@ bool IsRepetition(std::span<const std::uint8_t> frame, ReplyBuffer& reply) {
 /// Result of a block that is good and not the last one; `useful` when it brought something.
 ReplyStatus More(bool useful, ReplyBuffer& reply) {
     if (!useful && ++reply.useless_blocks > kMaxUselessBlocks) return ReplyStatus::kEndless;
-    const bool stopped = reply.stop_request != nullptr && *reply.stop_request != 0;
-    return stopped ? ReplyStatus::kStopped : ReplyStatus::kMore;
+    return IsRequested(reply.stop_request) ? ReplyStatus::kStopped : ReplyStatus::kMore;
 }
 
 constexpr std::uint16_t BigEndian16(std::span<const std::uint8_t> bytes, std::size_t offset) {

@@ -65,6 +65,10 @@ enum class BlockFault : std::uint8_t { kNone, kTooShort, kWrongLength, kBadIndex
 /// Set by whoever wants to end: a reply of many blocks is given up between two of them. Null where nobody does.
 using StopRequest = const std::atomic<std::uint32_t>*;
 
+[[nodiscard]] inline bool IsRequested(StopRequest stop_request) {
+    return stop_request != nullptr && *stop_request != 0;
+}
+
 /// Blocks without anything new, empty or repeated, that a reply may hold before it is given up; the others fill its buffer, so
 /// that every reply ends.
 constexpr std::size_t kMaxUselessBlocks = 64;

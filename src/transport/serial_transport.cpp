@@ -35,16 +35,32 @@ std::uint32_t Fault(const wchar_t* message, std::uint32_t result) {
     return result;
 }
 
-/// Throws away what came after an earlier exchange had ended: a late answer must not pass for the next one.
-void DropLateBytes(platform::SerialHandle port) {
+/// Throws away what came after an earlier exchange had ended: a late answer must not pass for the next one. True when there
+/// was anything.
+bool DropLateBytes(platform::SerialHandle port) {
     RawReply late;
-    for (int round = 0; round < kMostLateReads && platform::ReadSerial(port, late) != 0; ++round) {}
+    int round = 0;
+    while (round < kMostLateReads && platform::ReadSerial(port, late) != 0) ++round;
+    return round != 0;
 }
 
 void Send(platform::SerialHandle port, std::span<const std::uint8_t> request) {
     const std::size_t written = platform::WriteSerial(port, request);
     ZivLogBytes(L"SEND: ", request);
     if (written < request.size()) ZivLogF(L"Bytes written %u", static_cast<unsigned>(written));
+}
+
+/// Receives one answer; whatever has come when the time is over, or a stop requested.
+std::size_t Receive(platform::SerialHandle port, std::span<std::uint8_t> reply, std::uint32_t timeout_ms,
+                    StopRequest stop_request) {
+    std::size_t received      = 0;
+    const std::uint32_t start = platform::TickMilliseconds();
+    while (platform::TickMilliseconds() - start < timeout_ms && !IsRequested(stop_request)) {
+        platform::SleepMilliseconds(kPollWait);
+        received += platform::ReadSerial(port, reply.subspan(received));
+        if (IsWholeAnswer(reply.first(received))) break;
+    }
+    return received;
 }
 
 /// Sends the request blocks; `reply` then holds the answer to the last one. Every block but the last is acknowledged.
@@ -116,13 +132,8 @@ std::uint32_t SerialExchange(platform::SerialHandle port, std::span<const std::u
     ZivLogF(L"Timeout %u msec", timeout_ms);
     Send(port, request);
 
-    received                  = 0;
-    const std::uint32_t start = platform::TickMilliseconds();
-    while (platform::TickMilliseconds() - start < timeout_ms) {
-        platform::SleepMilliseconds(kPollWait);
-        received += platform::ReadSerial(port, reply.subspan(received));
-        if (IsWholeAnswer(reply.first(received))) break;
-    }
+    const std::uint32_t start   = platform::TickMilliseconds();
+    received                    = Receive(port, reply, timeout_ms, nullptr);
     const std::uint32_t elapsed = platform::TickMilliseconds() - start;
 
     ZivLogBytes(L"RECV: ", reply.first(received));
@@ -132,10 +143,10 @@ std::uint32_t SerialExchange(platform::SerialHandle port, std::span<const std::u
 
 std::uint32_t SerialTransceive(platform::SerialHandle port, std::span<const std::uint8_t> message,
                                std::span<std::uint8_t> reply, std::size_t& received, std::uint32_t timeout_ms,
-                               StopRequest stop_request) {
+                               StopRequest stop_request, bool* late_bytes) {
     received = 0;
     if (port == platform::SerialHandle::kNone) return kSerialNotOpen;
-    DropLateBytes(port);
+    if (DropLateBytes(port) && late_bytes != nullptr) *late_bytes = true;
 
     RawReply answer;
     std::size_t answer_size    = 0;
@@ -152,6 +163,18 @@ std::uint32_t SerialTransceive(platform::SerialHandle port, std::span<const std:
     }
     received = assembly.length;
     return kSerialOk;
+}
+
+bool LateSerialReplyArrives(platform::SerialHandle port, std::uint32_t timeout_ms, StopRequest stop_request,
+                            bool& late_bytes) {
+    if (port == platform::SerialHandle::kNone) return false;
+    RawReply storage;
+    const auto late = std::span(storage).first(Receive(port, storage, timeout_ms, stop_request));
+    if (late.empty()) return false;
+    ZivLogBytes(L"LATE: ", late);
+    late_bytes = true;
+    Block block;
+    return ParseBlock(late, block) == BlockFault::kNone;
 }
 
 }  // namespace nelto

@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/clock.h"
 #include "platform/event.h"
 
 namespace nelto {
 namespace {
 
-constexpr int kMostLateReads = 4096;  // a device that never stops sending is left to the exchange's own end
+constexpr int kMostLateReads      = 4096;  // a device that never stops sending is left to the exchange's own end
+constexpr std::uint32_t kLateWait = 10;    // milliseconds between two looks for a late reply
 
 /// The event by which the driver tells that bytes have come; closed on every way out.
 class ReceiveEvent {
@@ -44,6 +46,14 @@ bool Read(const UsbLink& link, std::span<std::uint8_t> room) {
     std::uint32_t read       = 0;
     const d2xx::Status state = link.functions.read(link.device, room.data(), size, &read);
     return state == d2xx::kOk && read >= size;
+}
+
+/// Takes what the queue holds, as much of it as there is room for; 0 also when the driver fails.
+std::size_t ReadQueued(const UsbLink& link, std::span<std::uint8_t> room) {
+    std::uint32_t queued = 0;
+    if (link.functions.get_queue_status(link.device, &queued) != d2xx::kOk) return 0;
+    const std::size_t size = std::min<std::size_t>(queued, room.size());
+    return size != 0 && Read(link, room.first(size)) ? size : 0;
 }
 
 /// Takes one piece, as much of it as there is room for.
@@ -83,14 +93,26 @@ std::uint32_t UsbExchange(const UsbLink& link, std::span<const std::uint8_t> pac
     return kUsbTimeout;
 }
 
-void DropLateUsbBytes(UsbLink& link) {
-    if (!std::exchange(link.late_bytes_possible, false)) return;
+bool DropLateUsbBytes(UsbLink& link) {
+    if (!std::exchange(link.late_bytes_possible, false)) return false;
     UsbAnswer late;
-    for (int round = 0; round < kMostLateReads; ++round) {
-        std::uint32_t queued = 0;
-        if (link.functions.get_queue_status(link.device, &queued) != d2xx::kOk || queued == 0) return;
-        if (!Read(link, std::span(late).first(std::min<std::size_t>(queued, late.size())))) return;
+    int round = 0;
+    while (round < kMostLateReads && ReadQueued(link, late) != 0) ++round;
+    return round != 0;
+}
+
+bool LateUsbReplyArrives(const UsbLink& link, std::uint32_t timeout_ms, bool& late_bytes) {
+    UsbAnswer late;
+    std::size_t total         = 0;
+    const std::uint32_t start = platform::TickMilliseconds();
+    while (platform::TickMilliseconds() - start < timeout_ms && !IsRequested(link.stop_request)) {
+        platform::SleepMilliseconds(kLateWait);
+        total += ReadQueued(link, std::span(late).subspan(total));
+        if (IsWholeAnswer(std::span(late).first(total))) break;
     }
+    if (total != 0) late_bytes = true;
+    Block block;
+    return ParseBlock(std::span(late).first(total), block) == BlockFault::kNone;
 }
 
 }  // namespace nelto

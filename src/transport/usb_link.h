@@ -42,8 +42,12 @@ struct UsbLink {
                                                std::uint32_t timeout_ms);
 
 /// Throws away what came after a message had timed out, so that it cannot pass for the answer to the next one; nothing is asked of
-/// the driver otherwise. For the program's own conversations.
-void DropLateUsbBytes(UsbLink& link);
+/// the driver otherwise. True when there was anything. For the program's own conversations.
+bool DropLateUsbBytes(UsbLink& link);
+
+/// Waits at most `timeout_ms`, or until a stop is requested, for an answer that nobody asks for any more, and throws it away.
+/// True for a whole packet; `late_bytes` is set whatever came. For the program's own conversations.
+[[nodiscard]] bool LateUsbReplyArrives(const UsbLink& link, std::uint32_t timeout_ms, bool& late_bytes);
 
 /// Closes the link; the handle is gone whatever the result. Returns a UsbResult.
 std::uint32_t NeltoUSBClose(UsbLink* handle);

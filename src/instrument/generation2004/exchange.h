@@ -19,7 +19,14 @@ namespace nelto {
                                          std::span<std::uint8_t> answer, std::size_t& received,
                                          std::uint32_t timeout_ms);
 
-/// A conversation through Exchange2004 that keeps the last answer.
+/// How an exchange ended.
+enum class ExchangeEnd : std::uint8_t {
+    kAnswered,
+    kRefused,  // by an answer with another header; also: nothing sent, since a stop is requested
+    kNoReply,  // no whole answer came: it may still be on its way
+};
+
+/// A conversation of framed exchanges that keeps the last answer.
 class Conversation2004 {
 public:
     explicit Conversation2004(const InstrumentConnection& connection) : connection_(connection) {}
@@ -27,6 +34,9 @@ public:
     /// True when the command was answered; the answer replaces the last one.
     [[nodiscard]] bool Ask(std::span<const std::uint8_t> command, std::uint32_t timeout_ms = kAnswerTimeout,
                            std::size_t capacity = kAnswerCapacity);
+
+    /// True when the last request is still without a whole answer.
+    [[nodiscard]] bool ReplyOwed() const { return end_ == ExchangeEnd::kNoReply; }
 
     /// The last answer, its four header bytes included.
     [[nodiscard]] ByteView Answer() const { return ByteView(std::span(storage_).first(received_)); }
@@ -40,6 +50,7 @@ private:
     const InstrumentConnection& connection_;
     std::array<std::uint8_t, kAnswerCapacity> storage_{};
     std::size_t received_ = 0;
+    ExchangeEnd end_      = ExchangeEnd::kAnswered;
 };
 
 }  // namespace nelto

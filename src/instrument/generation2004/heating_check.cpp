@@ -79,22 +79,88 @@ std::vector<Entry> TakeEntries(const Conversation2004& talk) {
     return entries;
 }
 
+/// One read of the heating check. All requests for results have the same code, and only that code stands in an answer: one that
+/// missed its time-out would pass for the answer to the next request, and all later values for those of other quantities. So a
+/// reply that has not come in time is waited for as long once more, without asking for anything. If it is still owed then, the
+/// next result list is believed only after the line has stayed silent for that time again, and else read a second time.
+class HeatingCheckReader {
+public:
+    HeatingCheckReader(const InstrumentConnection& connection, ChannelTable& table)
+        : connection_(connection), talk_(connection), table_(table) {}
+
+    std::uint32_t Read();
+
+private:
+    static constexpr int kAttempts = 2;
+
+    bool Ask(std::span<const std::uint8_t> command, std::uint32_t timeout_ms = kAnswerTimeout);
+    bool IsInStep();
+    void ReadReference(const Reference& reference);
+    void TakeResults(const Reference& reference, ChannelTable& table);
+
+    const InstrumentConnection& connection_;
+    Conversation2004 talk_;
+    ChannelTable& table_;
+    std::size_t owed_ = 0;  // replies that came neither in time nor in as much time again
+};
+
+std::uint32_t HeatingCheckReader::Read() {
+    if (!Ask(kOpenHeatingCheckList, kShortTimeout)) return kTransportFailure;
+    if (talk_.Answer().Size() != kOpenAnswerSize) return kBadAnswer;
+
+    const auto list_command = BlockCommand<9>(kReadViewList, talk_.Payload().Bytes());
+    if (!Ask(list_command, kShortTimeout)) return kTransportFailure;
+    if (talk_.Answer().Size() < kShortestViewList) return kDone;
+
+    for (const Reference& reference : FindReferences(talk_.Answer())) {
+        if (FirstFreeRecord(table_) == nullptr) break;  // nothing more could be stored
+        ReadReference(reference);
+    }
+    return kDone;
+}
+
+bool HeatingCheckReader::Ask(std::span<const std::uint8_t> command, std::uint32_t timeout_ms) {
+    if (talk_.Ask(command, timeout_ms)) return true;
+    if (talk_.ReplyOwed() && !LateReplyArrives(connection_.link, timeout_ms)) ++owed_;
+    return false;
+}
+
+/// Listens for what is left of owed replies, of which the later ones have passed for earlier ones; false when there is anything.
+bool HeatingCheckReader::IsInStep() {
+    while (owed_ > 0 && LateReplyArrives(connection_.link, kAnswerTimeout)) --owed_;
+    if (connection_.link.late_bytes || connection_.StopRequested()) return false;
+    owed_ = 0;  // lost: the analyser answers in order
+    return true;
+}
+
+void HeatingCheckReader::ReadReference(const Reference& reference) {
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        ChannelTable results        = table_;
+        connection_.link.late_bytes = false;
+        TakeResults(reference, results);
+        if (talk_.ReplyOwed()) return;
+        if (owed_ != 0 && !IsInStep()) continue;
+        table_ = results;
+        return;
+    }
+}
+
 /// Reads one result list: its header, its quantities, and its records with one value for each quantity. Whatever fails ends
 /// this list alone.
-void ReadReference(Conversation2004& talk, const Reference& reference, ChannelTable& table) {
-    if (!talk.Ask(BlockCommand<9>(kReadHeader, reference)) || talk.Answer().Size() < kShortestHeader) return;
-    const std::uint16_t record_count = talk.Answer().Word(kRecordCountOffset);
+void HeatingCheckReader::TakeResults(const Reference& reference, ChannelTable& table) {
+    if (!Ask(BlockCommand<9>(kReadHeader, reference)) || talk_.Answer().Size() < kShortestHeader) return;
+    const std::uint16_t record_count = talk_.Answer().Word(kRecordCountOffset);
 
-    if (!talk.Ask(BlockCommand<9>(kReadEntries, reference))) return;
-    const std::vector<Entry> entries = TakeEntries(talk);
+    if (!Ask(BlockCommand<9>(kReadEntries, reference))) return;
+    const std::vector<Entry> entries = TakeEntries(talk_);
 
     auto read_records = BlockCommand<13>(kReadRecords, reference);
     read_records[11]  = static_cast<std::uint8_t>(record_count);
-    if (!talk.Ask(read_records) || record_count == 0 || entries.empty()) return;
+    if (!Ask(read_records) || record_count == 0 || entries.empty()) return;
 
-    const std::size_t values = std::min(talk.RecordCount(kValueSize), std::size_t{record_count} * entries.size());
+    const std::size_t values = std::min(talk_.RecordCount(kValueSize), std::size_t{record_count} * entries.size());
     for (std::size_t index = 0; index < values; ++index) {
-        const ByteView value = talk.Record(index, kValueSize);
+        const ByteView value = talk_.Record(index, kValueSize);
         const Entry& entry   = entries[index % entries.size()];
         if (value.Long(0) != kNoValueMark && entry.view_ident != kFreeRecord)
             StoreResult(table, entry, value.Single(0));
@@ -104,19 +170,7 @@ void ReadReference(Conversation2004& talk, const Reference& reference, ChannelTa
 }  // namespace
 
 std::uint32_t ReadHeatingCheck2004(const InstrumentConnection& connection, ChannelTable& heating_check) {
-    Conversation2004 talk(connection);
-    if (!talk.Ask(kOpenHeatingCheckList, kShortTimeout)) return kTransportFailure;
-    if (talk.Answer().Size() != kOpenAnswerSize) return kBadAnswer;
-
-    const auto list_command = BlockCommand<9>(kReadViewList, talk.Payload().Bytes());
-    if (!talk.Ask(list_command, kShortTimeout)) return kTransportFailure;
-    if (talk.Answer().Size() < kShortestViewList) return kDone;
-
-    for (const Reference& reference : FindReferences(talk.Answer())) {
-        if (FirstFreeRecord(heating_check) == nullptr) break;  // nothing more could be stored
-        ReadReference(talk, reference, heating_check);
-    }
-    return kDone;
+    return HeatingCheckReader(connection, heating_check).Read();
 }
 
 }  // namespace nelto

@@ -1,0 +1,117 @@
+// One simulated 780 on one link under the whole program side, and one thing that goes wrong at a chosen place. Everything that
+// the worker hands over is compared with what the analyser has sent.
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <set>
+
+#include "analyser_2004.h"
+#include "core/acquisition_worker.h"
+#include "fake_d2xx.h"
+#include "instrument/link.h"
+#include "support.h"
+
+namespace nelto::test {
+
+/// One reply on its way, as a fault finds it.
+struct Reply {
+    Bytes message;
+    std::vector<Bytes> blocks;  // the framed message; over infrared its bytes alone
+    std::uint32_t delay_ms = 0;
+    bool repeats_block     = false;  // the first one
+};
+
+/// No request begins with nothing.
+[[nodiscard]] bool BeginsWith(const Bytes& request, const Bytes& beginning);
+
+class Stage final : public platform::memory::SerialDevice {
+public:
+    static constexpr std::uint32_t kPort      = 5;
+    static constexpr std::size_t kMeasured    = 3;  // channels; additional ones, fuel and device data stand behind them
+    static constexpr std::size_t kListResults = 7;  // in the heating check: 2, 4 and 1 of its three lists
+
+    /// A fresh world with the analyser in it. Every reply block but those over infrared holds `block_limit` bytes.
+    explicit Stage(Transport transport, std::size_t block_limit = 40);
+    ~Stage() override;
+
+    using Spoil = std::function<void(Stage& stage, Reply& reply)>;
+    /// Lets `message` change the reply before, and `blocks` after it is framed: the one to request number `count`, from 1, of
+    /// those that begin with `request`; 0 for none.
+    void Strike(const Bytes& request, std::size_t count, Spoil message, Spoil blocks);
+    /// From now on no byte gets through: for `duration_ms`, or, as a failure of the port or driver, until the next opening.
+    void LoseLink(std::uint32_t duration_ms) { gone_until_ = World().now + duration_ms; }
+    void BreakLink();
+
+    /// Runs the worker until it has read values twice in a row behind the fault, at most `limit_ms`. The trace has one letter a
+    /// step: o opened, c configured, h heating check read, v values read, the same in capitals where that failed, z closed.
+    std::string RunWorker(std::uint32_t limit_ms = 60000);
+
+    /// What was wrong so far: values shown that were not sent, things left open at the end; empty for nothing.
+    [[nodiscard]] const std::string& Wrong() const { return wrong_; }
+    void Expect(bool condition, const std::string& what);
+    [[nodiscard]] std::vector<float> HeatingCheckValues() const;
+
+    ProgramState state;
+    Transport transport;
+    std::unique_ptr<FakeD2xx> library;
+    /// How much later every other reply comes, by its request.
+    std::function<std::uint32_t(const Bytes& request)> delays;
+    bool waits_for_strike   = true;   // RunWorker goes on until the fault has struck
+    bool stops_at_strike    = false;  // the user ends at that moment
+    bool leaks_by_design    = false;  // a port or library stays open
+    bool struck             = false;
+    bool blocked            = false;  // a receive call over infrared that would never have returned
+    std::uint32_t struck_at = 0;
+    std::vector<Bytes> requests;
+    std::size_t last_blocks = 0;  // of the last reply, before a fault changed it
+    std::vector<std::uint32_t> statuses;
+
+    // What the worker's steps tell.
+    void Note(char step);
+    void NoteValuesRead();
+
+    std::size_t Write(std::span<const std::uint8_t> bytes) override;
+    std::size_t Read(std::span<std::uint8_t> bytes) override;
+    void Opened() override;
+
+private:
+    struct Output {
+        std::uint32_t due = 0;
+        Bytes bytes;
+    };
+
+    [[nodiscard]] bool IsGone() const { return broken_ || World().now < gone_until_; }
+    void Take(const Bytes& request);
+    void SendNextBlock(std::uint32_t times = 1);
+    void GiveInfrared();
+    void Tick();
+    void NoteSent(const Reply& reply);
+    void Check();
+    void CheckChannels(const Measurement& shown);
+    void CheckNothingLeft();
+
+    simulator::Analyser2004 analyser_;
+    std::size_t block_limit_;
+    Bytes struck_request_;
+    std::size_t struck_count_ = 0;
+    Spoil spoil_message_;
+    Spoil spoil_blocks_;
+
+    std::deque<Bytes> blocks_;
+    std::uint32_t delay_ms_ = 0;
+    std::deque<Output> output_;
+    std::uint32_t busy_until_ = 0;  // answers come in order
+    std::uint32_t gone_until_ = 0;
+    bool broken_              = false;
+
+    std::string trace_;
+    std::string wrong_;
+    std::uint32_t started_ = 0, limit_ms_ = 0, checked_at_ = 0, checked_version_ = 0;
+    std::vector<std::uint32_t> sent_;   // bits of each measured channel's value, by place, in the last answer
+    std::vector<std::uint32_t> shown_;  // the same in the last answer that was read whole
+    bool has_values_ = false;           // since the last configuration
+};
+
+}  // namespace nelto::test

@@ -1,0 +1,98 @@
+// Replies that come after their time-out.
+#include "fault_stage.h"
+#include "instrument/dispatch.h"
+#include "instrument/generation2004/heating_check.h"
+#include "instrument/instrument_connection.h"
+
+namespace nelto::test {
+namespace {
+
+using Values = std::vector<float>;
+
+/// All results but those of the lists in `without`, counted from 1.
+Values Results(const std::set<int>& without) {
+    Values values;
+    if (!without.contains(1)) values.insert(values.end(), {4.5F, 2.0F});
+    if (!without.contains(2)) values.insert(values.end(), {31.5F, 36.0F, 32.5F, 37.0F});
+    if (!without.contains(3)) values.insert(values.end(), {41.0F});
+    return values;
+}
+
+struct LateRow {
+    const char* name;
+    const char* request;  // the first one that begins like this is answered late ...
+    std::uint32_t delay;  // ... by so much, or never
+    const char* slow;     // all that begin like this are answered late by `slow_by`
+    std::uint32_t slow_by;
+    std::set<int> missing;  // result lists
+};
+
+constexpr std::uint32_t kNever = 0;
+
+const LateRow kLateRows[] = {
+    {"in time", "A5 08", 2990, nullptr, 0, {}},
+    {"a header just late", "A5 08", 3010, nullptr, 0, {1}},
+    {"quantities just late", "A5 0A", 3010, nullptr, 0, {1}},
+    {"records just late", "A5 09", 3010, nullptr, 0, {1}},
+    {"a header lost", "A5 08", kNever, nullptr, 0, {1}},
+    {"records lost", "A5 09", kNever, nullptr, 0, {1}},
+    {"a header as late as two time-outs", "A5 08", 6010, nullptr, 0, {1}},
+    {"quantities as late as two time-outs", "A5 0A", 6500, nullptr, 0, {1}},
+    {"records as late as two time-outs", "A5 09", 8900, nullptr, 0, {1}},
+    {"a header as late as four time-outs", "A5 08", 12500, nullptr, 0, {1, 2}},
+    {"all records late", nullptr, 0, "A5 09", 3010, {1, 2, 3}},
+    {"a header lost and records late", "A5 08", kNever, "A5 09", 2900, {1}},
+    {"two of three late", nullptr, 0, "A5 0A", 3500, {1, 2, 3}},
+};
+
+TEST(LateReply, NeverStandsUnderAnotherIdentInTheHeatingCheck) {
+    for (const Transport transport : {Transport::kSerial, Transport::kUsb}) {
+        for (const LateRow& row : kLateRows) {
+            SCOPED_TRACE(row.name);
+            Stage stage(transport);
+            const auto connection = Nelto780Open(stage.state);
+            ASSERT_NE(connection, nullptr);
+            const Bytes slow = row.slow == nullptr ? Bytes{} : Hex(row.slow);
+            stage.delays     = [&](const Bytes& request) { return BeginsWith(request, slow) ? row.slow_by : 20U; };
+            stage.Strike(row.request == nullptr ? Bytes{} : Hex(row.request), 1, nullptr, [&](Stage&, Reply& reply) {
+                if (row.delay == kNever) reply.blocks.clear();
+                reply.delay_ms = row.delay;
+            });
+            ChannelTable table{};
+            EXPECT_EQ(ReadHeatingCheck2004(*connection, table), 0U);
+            Values values;
+            for (const ChannelRecord& record : UsedRecords(table)) values.push_back(record.value);
+            EXPECT_EQ(values, Results(row.missing));
+            ChannelTable channels{};
+            EXPECT_EQ(GetOnlineValues(*connection, channels), 0U) << "the next conversation is in step";
+            Nelto780Close(connection.get());
+        }
+    }
+}
+
+TEST(LateReply, IsWaitedForUntilAStop) {
+    for (const Transport transport : {Transport::kSerial, Transport::kUsb}) {
+        Stage stage(transport);
+        const auto connection = Nelto780Open(stage.state);
+        ASSERT_NE(connection, nullptr);
+        stage.Strike(Hex("A5 0A"), 1, nullptr, [](Stage&, Reply& reply) { reply.blocks.clear(); });
+        const std::uint32_t start = World().now;
+        std::uint32_t stopped     = 0;
+        World().on_wait           = [&, before = World().on_wait] {
+            before();
+            if (stopped != 0 || World().now - start < 4500) return;
+            stopped                  = World().now;
+            stage.state.stop_request = 1;
+        };
+        ChannelTable table{};
+        EXPECT_EQ(ReadHeatingCheck2004(*connection, table), 0U);
+        EXPECT_NE(stopped, 0U);
+        EXPECT_LE(World().now - stopped, 100U);
+        EXPECT_TRUE(UsedRecords(table).empty());
+        World().on_wait = nullptr;
+        Nelto780Close(connection.get());
+    }
+}
+
+}  // namespace
+}  // namespace nelto::test
