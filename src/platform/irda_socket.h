@@ -40,6 +40,9 @@ void EndIrdaSockets();
 [[nodiscard]] std::ptrdiff_t SendIrda(IrdaSocket socket, std::span<const std::uint8_t> bytes);
 [[nodiscard]] std::ptrdiff_t ReceiveIrda(IrdaSocket socket, std::span<std::uint8_t> bytes);
 
+/// Bytes that a receive call would give at once; 0 also when that cannot be told.
+[[nodiscard]] std::size_t QueuedIrda(IrdaSocket socket);
+
 /// Winsock's error number of the call that failed last on this thread.
 [[nodiscard]] std::uint32_t IrdaError();
 

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/files.h"
 #include "platform/irda_socket.h"
@@ -28,6 +29,8 @@ constexpr std::size_t kLengthOffset    = 2;
 constexpr std::size_t kHeaderSize      = 4;
 constexpr std::size_t kTraceBytesALine = 16;
 
+constexpr int kMostRestReads = 256;  // a device that never stops sending is left to the exchange's own end
+
 // Compared with the NUL that ends them: a longer name is another device.
 constexpr std::size_t kAcceptedNameSize = 11;
 using AcceptedName                      = std::array<char, kAcceptedNameSize>;
@@ -38,6 +41,7 @@ struct IrdaLink {
     platform::FileHandle log    = platform::FileHandle::kNone;
     bool has_winsock            = false;
     platform::IrdaSocket socket = platform::IrdaSocket::kNone;
+    bool rest_possible          = false;  // the last reply had another length than it said
 };
 
 constinit IrdaLink the_link;
@@ -142,6 +146,15 @@ bool CanHold(std::span<const std::uint8_t> reply, std::size_t length) {
     return reply.size() >= std::max(length, kHeaderSize);
 }
 
+/// Throws away what is left of a reply of a wrong length, so that the next one begins with its own first byte.
+void DropRest() {
+    if (!std::exchange(the_link.rest_possible, false)) return;
+    std::array<std::uint8_t, kDeviceListSize> rest;
+    for (int round = 0; round < kMostRestReads && platform::QueuedIrda(the_link.socket) != 0; ++round) {
+        if (platform::ReceiveIrda(the_link.socket, rest) <= 0) return;
+    }
+}
+
 /// Receives a reply into `reply`, at most all of it. On success `length` is what the reply says and what has arrived.
 std::uint32_t ReceiveReply(std::span<std::uint8_t> reply, std::size_t& length) {
     std::size_t arrived  = 0;
@@ -186,6 +199,7 @@ std::uint32_t IrdaOpen() {
 std::uint32_t IrdaTransceive(std::span<const std::uint8_t> request, std::span<std::uint8_t> reply,
                              std::size_t& received) {
     received = 0;
+    if (the_link.socket != platform::IrdaSocket::kNone) DropRest();
     Trace("SEND", request);
     if (the_link.socket == platform::IrdaSocket::kNone ||
         platform::SendIrda(the_link.socket, request) != std::ssize(request)) {
@@ -193,6 +207,7 @@ std::uint32_t IrdaTransceive(std::span<const std::uint8_t> request, std::span<st
     }
     std::ranges::fill(reply, std::uint8_t{0});
     const std::uint32_t result = ReceiveReply(reply, received);
+    the_link.rest_possible     = result == kIrdaBadReplyLength;
     if (result == kIrdaOk) Trace("RECEIVE", reply.first(received));
     return result;
 }

@@ -194,7 +194,8 @@ std::size_t Stage::Write(std::span<const std::uint8_t> bytes) {
 void Stage::Take(const Bytes& request) {
     Check();
     requests.push_back(request);
-    const bool strikes = BeginsWith(request, struck_request_) && struck_count_ != 0 && --struck_count_ == 0;
+    const bool counts  = struck_request_.empty() || BeginsWith(request, struck_request_);
+    const bool strikes = counts && struck_count_ != 0 && --struck_count_ == 0;
     Reply reply{.message = analyser_.Answer(request, World().now).value(), .delay_ms = delays ? delays(request) : 0};
     if (strikes) {
         struck    = true;
@@ -203,9 +204,11 @@ void Stage::Take(const Bytes& request) {
         if (spoil_message_) spoil_message_(*this, reply);
     }
     if (transport == Transport::kIrda) {
-        reply.message[2] = static_cast<std::uint8_t>(reply.message.size());
-        reply.message[3] = static_cast<std::uint8_t>(reply.message.size() >> 8);
-        reply.blocks     = {reply.message};
+        if (reply.message.size() >= 4) {
+            reply.message[2] = static_cast<std::uint8_t>(reply.message.size());
+            reply.message[3] = static_cast<std::uint8_t>(reply.message.size() >> 8);
+        }
+        reply.blocks = {reply.message};
     } else {
         reply.blocks = ReplyBlocks(reply.message, block_limit_);
     }

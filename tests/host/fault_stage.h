@@ -38,7 +38,7 @@ public:
 
     using Spoil = std::function<void(Stage& stage, Reply& reply)>;
     /// Lets `message` change the reply before, and `blocks` after it is framed: the one to request number `count`, from 1, of
-    /// those that begin with `request`; 0 for none.
+    /// those that begin with `request`, or of all when that is empty; 0 for none.
     void Strike(const Bytes& request, std::size_t count, Spoil message, Spoil blocks);
     /// From now on no byte gets through: for `duration_ms`, or, as a failure of the port or driver, until the next opening.
     void LoseLink(std::uint32_t duration_ms) { gone_until_ = World().now + duration_ms; }

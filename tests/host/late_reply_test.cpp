@@ -54,10 +54,11 @@ TEST(LateReply, NeverStandsUnderAnotherIdentInTheHeatingCheck) {
             ASSERT_NE(connection, nullptr);
             const Bytes slow = row.slow == nullptr ? Bytes{} : Hex(row.slow);
             stage.delays     = [&](const Bytes& request) { return BeginsWith(request, slow) ? row.slow_by : 20U; };
-            stage.Strike(row.request == nullptr ? Bytes{} : Hex(row.request), 1, nullptr, [&](Stage&, Reply& reply) {
-                if (row.delay == kNever) reply.blocks.clear();
-                reply.delay_ms = row.delay;
-            });
+            stage.Strike(row.request == nullptr ? Bytes{} : Hex(row.request), row.request == nullptr ? 0 : 1, nullptr,
+                         [&](Stage&, Reply& reply) {
+                             if (row.delay == kNever) reply.blocks.clear();
+                             reply.delay_ms = row.delay;
+                         });
             ChannelTable table{};
             EXPECT_EQ(ReadHeatingCheck2004(*connection, table), 0U);
             Values values;

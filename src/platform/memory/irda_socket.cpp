@@ -108,6 +108,12 @@ std::ptrdiff_t ReceiveIrda(IrdaSocket socket, std::span<std::uint8_t> bytes) {
     return taken;
 }
 
+std::size_t QueuedIrda(IrdaSocket socket) {
+    CheckOpen(socket);
+    const std::deque<memory::IrdaPiece>& pieces = TheIrdaWorld().pieces;
+    return pieces.empty() || !pieces.front() ? 0 : pieces.front()->size();
+}
+
 std::uint32_t IrdaError() {
     return TheIrdaWorld().connect_error != 0 ? TheIrdaWorld().connect_error : kAddressFamilyError;
 }

@@ -115,6 +115,11 @@ std::ptrdiff_t ReceiveIrda(IrdaSocket socket, std::span<std::uint8_t> bytes) {
     return Loaded().recv(Native(socket), reinterpret_cast<char*>(bytes.data()), Count(bytes.size()), 0);
 }
 
+std::size_t QueuedIrda(IrdaSocket socket) {
+    u_long queued = 0;
+    return Loaded().ioctlsocket(Native(socket), static_cast<long>(FIONREAD), &queued) == 0 ? queued : 0;
+}
+
 std::uint32_t IrdaError() { return static_cast<std::uint32_t>(Loaded().get_last_error()); }
 
 void CloseIrdaSocket(IrdaSocket socket) { Loaded().closesocket(Native(socket)); }

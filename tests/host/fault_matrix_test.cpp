@@ -1,0 +1,296 @@
+// Every fault at every step of a conversation, on every link: what the failing layer returns, what the worker makes of it, that
+// nothing is shown which the analyser has not sent, that values come back, that a stop is honoured, and that nothing stays open.
+#include <cstdio>
+
+#include "fault_stage.h"
+#include "instrument/instrument_connection.h"
+#include "platform/memory/memory_irda_socket.h"
+
+namespace nelto::test {
+namespace {
+
+constexpr std::array kLinks            = {Transport::kSerial, Transport::kUsb, Transport::kIrda};
+constexpr std::array kLinkNames        = {"serial", "USB", "infrared"};
+constexpr std::uint32_t kCloseTimeout  = 200;
+constexpr std::uint32_t kStopStep      = 100;
+constexpr std::uint32_t kGoneFor       = 8000;
+constexpr std::uint32_t kRecoversIn    = 30000;
+constexpr std::uint32_t kNotApplicable = 0xFFFF;
+
+struct Command {
+    const char* name;
+    const char* request;
+    std::size_t matched;  // bytes of the request that tell it from others
+    std::size_t count;    // place among those of the first conversation that are the same
+    std::uint32_t timeout;
+    std::size_t capacity;
+    const char* trace;             // the worker's, up to the first failure
+    bool serial, usb, irda;        // asked for over these links
+    bool framed           = true;  // the header of its answer is checked
+    std::size_t irda_room = 4096;
+};
+
+// clang-format off
+const Command kCommands[] = {
+    {"identify",            "42",                                  1, 1, 3000,  256, "O",     true,  true,  false, false},
+    {"clock",               "33 0E 05 09 00 DB 07 03 07",          1, 1, 3000,  256, "O",     false, true,  false, false},
+    {"sub type",            "85 00 00 00 00 00 00 00 00",          1, 1, 3000,  256, "O",     true,  true,  false, false},
+    {"visible views",       "A7 02 00 00 00",                      1, 1, 3000, 4096, "oCz",   true,  true,  true},
+    {"configuration",       "53",                                  1, 1, 3000, 4096, "oCz",   true,  true,  true},
+    {"channels",            "9C",                                  1, 1, 3000, 4096, "oCz",   true,  true,  true},
+    {"view text",           "B1 12 00",                            3, 1, 3000,  128, "oCz",   true,  true,  true,  true, 128},
+    {"additional channels", "A2",                                  1, 1, 3000, 4096, "oCz",   true,  true,  true},
+    {"fuel",                "B8",                                  1, 1, 3000, 4096, "oCz",   true,  true,  true},
+    {"fuel entry",          "B0 00",                               1, 1, 3000, 4096, "oCz",   true,  true,  true},
+    {"fuel name",           "B1 40 00",                            3, 1, 3000, 4096, "oCz",   true,  true,  true},
+    {"fuel parameters",     "B9 00",                               1, 1, 3000, 4096, "oCz",   true,  true,  true},
+    {"device type",         "85",                                  1, 2, 3000, 4096, "oCz",   true,  true,  true},
+    {"firmware",            "40",                                  1, 1, 3000, 4096, "oCz",   true,  true,  true},
+    {"serial number",       "7F",                                  1, 1, 3000, 4096, "oCz",   true,  true,  true},
+    {"smoke pump",          "B7",                                  1, 1, 3000, 4096, "oCz",   true,  true,  true},
+    {"open heating check",  "49 00 00 F0 01 00 00 06 00 00 00",    1, 1,  200, 4096, "ocH",   true,  true,  true},
+    {"view list",           "A5 10 00 00 F0 01 00 06 00",          2, 1,  200, 4096, "ocH",   true,  true,  true},
+    {"list header",         "A5 08 00 01 00 00 F0 06 00",          2, 1, 3000, 4096, "och",   true,  true,  true},
+    {"list entries",        "A5 0A 00 01 00 00 F0 06 00",          2, 1, 3000, 4096, "och",   true,  true,  true},
+    {"list records",        "A5 09 00 01 00 00 F0 06 00 00 00 01 00", 2, 1, 3000, 4096, "och", true, true,  true},
+    {"zero flag",           "AA",                                  1, 1, 3000, 4096, "ochVz", true,  true,  true},
+    {"configuration again", "53",                                  1, 2, 3000, 4096, "ochVz", true,  true,  true},
+    {"values",              "9C",                                  1, 2, 3000, 4096, "ochVz", true,  true,  true},
+    {"slave mode",          "90",                                  1, 1,  200,  256, "",      true,  true,  true,  false, 12},
+    {"slave mode off",      "20 00",                               1, 1,  200,  256, "",      true,  true,  true,  false, 4},
+};
+// clang-format on
+
+void RenewChecksum(Bytes& block) {
+    const std::uint16_t checksum = BlockChecksum(std::span(block).first(block.size() - 2));
+    block[block.size() - 2]      = static_cast<std::uint8_t>(checksum);
+    block[block.size() - 1]      = static_cast<std::uint8_t>(checksum >> 8);
+}
+
+Bytes::iterator Middle(Bytes& block) { return block.begin() + static_cast<std::ptrdiff_t>(block.size() / 2); }
+
+constexpr const char* kEndlessWait = "an infrared reply that is not whole is waited for without limit";
+constexpr const char* kNoBlocks    = "infrared has no blocks";
+
+struct FaultRow {
+    const char* name;
+    void (*message)(Stage& stage, Reply& reply, const Command& command);
+    void (*blocks)(Stage& stage, Reply& reply, const Command& command);
+    std::array<std::uint32_t, 3> results;  // of the link, in the order of kLinks
+    const char* why_not = "";              // where it does not apply
+};
+
+constexpr std::uint32_t kAny = kNotApplicable;
+
+const FaultRow kFaults[] = {
+    {"lost byte",
+     nullptr,
+     [](Stage&, Reply& reply, const Command&) { reply.blocks.back().erase(Middle(reply.blocks.back())); },
+     {3, 6, kAny},
+     kEndlessWait},
+    {"extra byte",
+     nullptr,
+     [](Stage& stage, Reply& reply, const Command&) {
+         Bytes& block = reply.blocks.back();
+         block.insert(stage.transport == Transport::kIrda ? block.begin() + 4 : Middle(block), 0x55);
+     },
+     {3, 6, 2}},
+    {"flipped bit",
+     nullptr,
+     [](Stage& stage, Reply& reply, const Command&) {
+         Bytes& block = reply.blocks.back();
+         (stage.transport == Transport::kIrda ? block[1] : *Middle(block)) ^= 1;
+     },
+     {3, 8, 0}},
+    {"truncated block",
+     nullptr,
+     [](Stage&, Reply& reply, const Command&) { reply.blocks.back().resize(reply.blocks.back().size() / 2); },
+     {3, 6, kAny},
+     kEndlessWait},
+    {"duplicate block",
+     nullptr,
+     [](Stage&, Reply& reply, const Command&) { reply.repeats_block = true; },
+     {3, 6, kAny},
+     kNoBlocks},
+    {"wrong acknowledgement",
+     nullptr,
+     [](Stage&, Reply& reply, const Command&) { reply.blocks.back() = Hex("21 80 00"); },
+     {3, 8, kAny},
+     kNoBlocks},
+    {"wrong length",
+     nullptr,
+     [](Stage& stage, Reply& reply, const Command&) {
+         Bytes& block = reply.blocks.back();
+         if (stage.transport == Transport::kIrda) {
+             --block[2];
+             return;
+         }
+         ++block[5];
+         RenewChecksum(block);
+     },
+     {3, 6, 2}},
+    {"index beyond count",
+     nullptr,
+     [](Stage&, Reply& reply, const Command&) {
+         Bytes& block = reply.blocks.back();
+         block[2]     = block[4];
+         RenewChecksum(block);
+     },
+     {3, 8, kAny},
+     kNoBlocks},
+    {"oversize reply",
+     [](Stage& stage, Reply& reply, const Command& command) {
+         reply.message.resize((stage.transport == Transport::kIrda ? command.irda_room : command.capacity) + 1);
+     },
+     nullptr,
+     {5, 9, 2}},
+    {"just in time",
+     nullptr,
+     [](Stage&, Reply& reply, const Command& command) { reply.delay_ms = command.timeout - 10; },
+     {0, 0, 0}},
+    {"just too late",
+     nullptr,
+     [](Stage&, Reply& reply, const Command& command) { reply.delay_ms = command.timeout + 10; },
+     {3, 6, 0}},
+    {"silence",
+     nullptr,
+     [](Stage&, Reply& reply, const Command&) { reply.blocks.pop_back(); },
+     {3, 6, kAny},
+     kEndlessWait},
+    {"link error", nullptr, [](Stage& stage, Reply&, const Command&) { stage.BreakLink(); }, {3, 3, 1}},
+    {"link gone", nullptr, [](Stage& stage, Reply&, const Command&) { stage.LoseLink(kGoneFor); }, {3, 6, 1}},
+};
+
+struct Tally {
+    int tried = 0, passed = 0, not_applicable = 0;
+};
+
+struct Cell {
+    const FaultRow& fault;
+    const Command& command;
+    Transport transport;
+
+    [[nodiscard]] std::size_t Link() const {
+        return static_cast<std::size_t>(std::ranges::find(kLinks, transport) - kLinks.begin());
+    }
+    [[nodiscard]] std::uint32_t Timeout() const {
+        const bool ident_over_usb = transport == Transport::kUsb && command.request == std::string_view("42");
+        return ident_over_usb ? 200 : command.timeout;
+    }
+    [[nodiscard]] std::size_t Room() const {
+        return transport == Transport::kIrda ? command.irda_room : command.capacity;
+    }
+    [[nodiscard]] const char* WhyNot() const {
+        const bool asked[] = {command.serial, command.usb, command.irda};
+        if (!asked[Link()]) return "not asked over this link";
+        return fault.results[Link()] == kNotApplicable ? fault.why_not : nullptr;
+    }
+    void Arrange(Stage& stage, std::size_t count) const {
+        Command adapted = command;
+        adapted.timeout = Timeout();
+        Bytes beginning = Hex(command.request);
+        beginning.resize(command.matched);
+        const auto spoil = [adapted](auto function) -> Stage::Spoil {
+            if (function == nullptr) return nullptr;
+            return [=](Stage& struck, Reply& reply) { function(struck, reply, adapted); };
+        };
+        stage.Strike(beginning, count, spoil(fault.message), spoil(fault.blocks));
+    }
+};
+
+/// What the link returns for the struck exchange alone; `expected` is then its result as stated.
+std::uint32_t LinkResult(const Cell& cell, std::uint32_t& expected) {
+    Stage stage(cell.transport);
+    const auto connection = Nelto780Open(stage.state);
+    if (connection == nullptr) return kNotApplicable;
+    cell.Arrange(stage, 1);
+    Bytes answer(cell.Room());
+    std::size_t received = 0;
+    const std::uint32_t result =
+        LinkTransceive(connection->link, Hex(cell.command.request), answer, received, cell.Timeout());
+    expected = cell.fault.results[cell.Link()];
+    // A repetition is recognised where there are other blocks; an extra byte is not seen where the room is full without it.
+    if (cell.fault.name == std::string_view("duplicate block") && stage.last_blocks > 1) expected = 0;
+    if (cell.fault.name == std::string_view("extra byte") && cell.transport == Transport::kIrda && cell.Room() <= 12) {
+        expected = 0;
+    }
+    EXPECT_EQ(received == 0, result != 0);
+    Nelto780Close(connection.get());
+    return result;
+}
+
+/// The worker with the fault in its first conversation.
+std::string WorkerWrong(const Cell& cell, bool fails) {
+    Stage stage(cell.transport);
+    const bool first = cell.transport == Transport::kIrda && cell.command.request == std::string_view("85");
+    cell.Arrange(stage, first ? 1 : cell.command.count);
+    const std::string expected = cell.command.trace;
+    stage.waits_for_strike     = !expected.empty();
+    const std::string trace    = stage.RunWorker();
+    stage.Expect(stage.struck && !stage.blocked, "the fault did not strike, or for ever");
+    const std::string start = fails && !expected.empty() ? expected : "ochvv";
+    stage.Expect(trace.starts_with(start) && trace.find("vvz") != std::string::npos, "trace " + trace);
+    stage.Expect(stage.state.status == kValuesAvailable, "status at the end");
+    stage.Expect(World().now - stage.struck_at <= kRecoversIn, "values came back late");
+    constexpr std::array kStatusAt = {kSearching, kReading, kReading, kReading, kBroken};
+    if (fails && !expected.empty()) {
+        stage.Expect(stage.statuses[start.size() - 1] == kStatusAt[start.size() - 1], "status after the failure");
+    }
+    std::size_t results = Stage::kListResults;
+    if (fails && expected == "ocH" && trace == "ocHvvz") results = 0;
+    if (fails && expected == "och" && trace == "ochvvz") results -= 2;
+    const bool lost_more = cell.fault.name == std::string_view("link gone");
+    stage.Expect(stage.HeatingCheckValues().size() == results || lost_more, "heating check");
+    return stage.Wrong();
+}
+
+/// The user ends while the fault is there.
+std::string StopWrong(const Cell& cell) {
+    Stage stage(cell.transport);
+    const bool first = cell.transport == Transport::kIrda && cell.command.request == std::string_view("85");
+    cell.Arrange(stage, first ? 1 : cell.command.count);
+    stage.waits_for_strike  = cell.command.trace[0] != '\0';
+    stage.stops_at_strike   = true;
+    const std::string trace = stage.RunWorker();
+    stage.Expect(World().now - stage.struck_at <= cell.Timeout() + kCloseTimeout + kStopStep,
+                 "ended " + std::to_string(World().now - stage.struck_at) + " ms after the stop, " + trace);
+    return stage.Wrong();
+}
+
+bool Passes(const Cell& cell) {
+    std::uint32_t expected     = 0;
+    const std::uint32_t result = LinkResult(cell, expected);
+    const bool header          = cell.fault.name == std::string_view("flipped bit") && cell.command.framed;
+    std::string wrong          = WorkerWrong(cell, result != 0 || (cell.transport == Transport::kIrda && header));
+    if (result != expected) wrong += "link result " + std::to_string(result);
+    wrong += StopWrong(cell);
+    EXPECT_EQ(wrong, "") << cell.fault.name << ", " << cell.command.name << ", " << kLinkNames[cell.Link()];
+    return wrong.empty();
+}
+
+TEST(FaultMatrix, EveryFaultAtEveryCommandOnEveryLink) {
+    for (const FaultRow& fault : kFaults) {
+        std::array<Tally, kLinks.size()> tallies;
+        for (const Transport transport : kLinks) {
+            for (const Command& command : kCommands) {
+                const Cell cell{fault, command, transport};
+                Tally& tally = tallies[cell.Link()];
+                if (cell.WhyNot() != nullptr) {
+                    ++tally.not_applicable;
+                    continue;
+                }
+                ++tally.tried;
+                tally.passed += Passes(cell) ? 1 : 0;
+            }
+        }
+        std::printf("%-22s", fault.name);
+        for (std::size_t i = 0; i < tallies.size(); ++i) {
+            std::printf(" %s %d of %d", kLinkNames[i], tallies[i].passed, tallies[i].tried);
+            if (tallies[i].not_applicable != 0) std::printf(" (%d do not exist)", tallies[i].not_applicable);
+        }
+        std::printf(" %s\n", fault.why_not);
+    }
+}
+
+}  // namespace
+}  // namespace nelto::test
