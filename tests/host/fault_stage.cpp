@@ -109,7 +109,8 @@ bool BeginsWith(const Bytes& request, const Bytes& beginning) {
            std::equal(beginning.begin(), beginning.end(), request.begin());
 }
 
-Stage::Stage(Transport link, std::size_t block_limit) : transport(link), analyser_(Data()), block_limit_(block_limit) {
+Stage::Stage(Transport link, std::size_t block_limit, const std::wstring& driver_version)
+    : transport(link), analyser_(Data()), block_limit_(block_limit) {
     platform::memory::ResetWorld();
     platform::memory::ResetIrdaWorld();
     the_stage           = this;
@@ -119,7 +120,7 @@ Stage::Stage(Transport link, std::size_t block_limit) : transport(link), analyse
     std::function<void()> deliver = [] {};
     if (link == Transport::kSerial) World().serial_ports[L"COM5"].device = this;
     if (link == Transport::kUsb) {
-        library = std::make_unique<FakeD2xx>();
+        library = std::make_unique<FakeD2xx>(driver_version);
         library->Attach(2, "1", this);
         deliver = World().on_wait;
     }
@@ -159,6 +160,7 @@ std::string Stage::RunWorker(std::uint32_t limit_ms) {
     Expect(AcquisitionWorker(state, &OpenObserved) == 0, "worker result");
     Check();
     CheckNothingLeft();
+    if (at_end) at_end(*this);
     return trace_;
 }
 
@@ -204,6 +206,7 @@ void Stage::Take(const Bytes& request) {
         if (spoil_message_) spoil_message_(*this, reply);
     }
     if (transport == Transport::kIrda) {
+        output_.clear();  // a reply that could not be received went with its connection
         if (reply.message.size() >= 4) {
             reply.message[2] = static_cast<std::uint8_t>(reply.message.size());
             reply.message[3] = static_cast<std::uint8_t>(reply.message.size() >> 8);
@@ -212,7 +215,7 @@ void Stage::Take(const Bytes& request) {
     } else {
         reply.blocks = ReplyBlocks(reply.message, block_limit_);
     }
-    last_blocks = reply.blocks.size();
+    replies.push_back(reply);
     if (strikes && spoil_blocks_) spoil_blocks_(*this, reply);
     NoteSent(reply);
     if (IsGone()) return;
@@ -226,7 +229,7 @@ void Stage::SendNextBlock(std::uint32_t times) {
     if (blocks_.empty()) return;
     const Bytes block = blocks_.front();
     blocks_.pop_front();
-    busy_until_ = std::max(World().now, busy_until_) + (blocks_.empty() ? delay_ms_ : 0);
+    busy_until_ = std::max(World().now, busy_until_) + block_ms + (blocks_.empty() ? delay_ms_ : 0);
     for (std::uint32_t i = 0; i < times; ++i) output_.push_back({busy_until_, block});
 }
 

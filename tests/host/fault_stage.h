@@ -33,7 +33,7 @@ public:
     static constexpr std::size_t kListResults = 7;  // in the heating check: 2, 4 and 1 of its three lists
 
     /// A fresh world with the analyser in it. Every reply block but those over infrared holds `block_limit` bytes.
-    explicit Stage(Transport transport, std::size_t block_limit = 40);
+    explicit Stage(Transport transport, std::size_t block_limit = 40, const std::wstring& driver_version = L"3.02.11");
     ~Stage() override;
 
     using Spoil = std::function<void(Stage& stage, Reply& reply)>;
@@ -44,6 +44,9 @@ public:
     void LoseLink(std::uint32_t duration_ms) { gone_until_ = World().now + duration_ms; }
     void BreakLink();
 
+    /// As if another program had left the analyser in it.
+    void EnterSlaveMode() { static_cast<void>(analyser_.Answer(Bytes{0x20, 1}, World().now)); }
+
     /// Runs the worker until it has read values twice in a row behind the fault, at most `limit_ms`. The trace has one letter a
     /// step: o opened, c configured, h heating check read, v values read, the same in capitals where that failed, z closed.
     std::string RunWorker(std::uint32_t limit_ms = 60000);
@@ -52,12 +55,16 @@ public:
     [[nodiscard]] const std::string& Wrong() const { return wrong_; }
     void Expect(bool condition, const std::string& what);
     [[nodiscard]] std::vector<float> HeatingCheckValues() const;
+    /// Bits of each measured channel's value in the last answer that held values, by place.
+    [[nodiscard]] const std::vector<std::uint32_t>& Sent() const { return sent_; }
 
     ProgramState state;
     Transport transport;
     std::unique_ptr<FakeD2xx> library;
     /// How much later every other reply comes, by its request.
     std::function<std::uint32_t(const Bytes& request)> delays;
+    /// Called when the worker has ended.
+    std::function<void(const Stage& stage)> at_end;
     bool waits_for_strike   = true;   // RunWorker goes on until the fault has struck
     bool stops_at_strike    = false;  // the user ends at that moment
     bool leaks_by_design    = false;  // a port or library stays open
@@ -65,7 +72,8 @@ public:
     bool blocked            = false;  // a receive call over infrared that would never have returned
     std::uint32_t struck_at = 0;
     std::vector<Bytes> requests;
-    std::size_t last_blocks = 0;  // of the last reply, before a fault changed it
+    std::vector<Reply> replies;  // to them, without the fault
+    std::uint32_t block_ms = 0;  // that each block of a reply takes
     std::vector<std::uint32_t> statuses;
 
     // What the worker's steps tell.
@@ -109,7 +117,7 @@ private:
     std::string trace_;
     std::string wrong_;
     std::uint32_t started_ = 0, limit_ms_ = 0, checked_at_ = 0, checked_version_ = 0;
-    std::vector<std::uint32_t> sent_;   // bits of each measured channel's value, by place, in the last answer
+    std::vector<std::uint32_t> sent_;
     std::vector<std::uint32_t> shown_;  // the same in the last answer that was read whole
     bool has_values_ = false;           // since the last configuration
 };

@@ -1,0 +1,144 @@
+// Every call of the operating system and of the driver failing once, at each place in the life of the worker where it is made.
+#include <cstdio>
+
+#include "core/settings.h"
+#include "fault_stage.h"
+#include "platform/memory/memory_calls.h"
+
+namespace nelto::test {
+namespace {
+
+using platform::memory::Call;
+using platform::memory::TheCalls;
+
+struct SystemCall {
+    const char* name;
+    Call call;
+    Transport transport;
+    enum class End : std::uint8_t { kRecovers, kStaysLoaded, kStaysLocked } end = End::kRecovers;
+};
+
+// clang-format off
+constexpr SystemCall kSystemCalls[] = {
+    {"open port",           Call::kOpenSerial,     Transport::kSerial},
+    {"set port time-outs",  Call::kSerialTimeouts, Transport::kSerial, SystemCall::End::kStaysLocked},
+    {"set line",            Call::kSerialLine,     Transport::kSerial, SystemCall::End::kStaysLocked},
+    {"write port",          Call::kWriteSerial,    Transport::kSerial},
+    {"read port",           Call::kReadSerial,     Transport::kSerial},
+    {"append to file",      Call::kAppendFile,     Transport::kSerial},
+    {"temporary directory", Call::kTempDirectory,  Transport::kSerial},
+    {"load library",        Call::kLoadLibrary,    Transport::kUsb},
+    {"find function",       Call::kFindFunction,   Transport::kUsb},
+    {"file version",        Call::kFileVersion,    Transport::kUsb, SystemCall::End::kStaysLoaded},
+    {"create event",        Call::kCreateEvent,    Transport::kUsb},
+    {"start sockets",       Call::kStartSockets,   Transport::kIrda},
+    {"open socket",         Call::kOpenSocket,     Transport::kIrda},
+    {"set blocking",        Call::kSetBlocking,    Transport::kIrda},
+    {"list devices",        Call::kListDevices,    Transport::kIrda},
+    {"connect",             Call::kConnect,        Transport::kIrda},
+    {"send",                Call::kSend,           Transport::kIrda},
+    {"receive",             Call::kReceive,        Transport::kIrda},
+    {"open log",            Call::kOpenFile,       Transport::kIrda},
+};
+
+constexpr const char* kDriverCalls[] = {
+    "FT_ListDevices", "FT_OpenEx", "FT_Close", "FT_GetDeviceInfo", "FT_EE_Read", "FT_SetBaudRate",
+    "FT_SetEventNotification", "FT_Write", "FT_GetQueueStatus", "FT_Read",
+};
+// clang-format on
+
+/// What is wrong after the worker's life with the failure that `arrange` makes.
+template <typename Arrange>
+std::string Wrong(Transport transport, SystemCall::End end, const wchar_t* driver_version, const Arrange& arrange) {
+    Stage stage(transport, 120, driver_version);
+    stage.waits_for_strike = false;
+    stage.leaks_by_design  = end != SystemCall::End::kRecovers;
+    arrange(stage);
+    const std::string trace = stage.RunWorker(20000);
+    if (end == SystemCall::End::kStaysLocked) {
+        // The port stays open, as it should, and nobody opens it a second time.
+        stage.Expect(trace.find_first_not_of('O') == std::string::npos, "trace " + trace);
+    } else {
+        stage.Expect(trace.find("vvz") != std::string::npos, "trace " + trace);
+        stage.Expect(stage.state.status == kValuesAvailable, "status at the end");
+    }
+    return stage.Wrong();
+}
+
+void Print(const char* name, std::size_t passed, std::size_t tried) {
+    EXPECT_NE(tried, 0U) << name << " is never called";
+    EXPECT_EQ(passed, tried) << name;
+    std::printf("%-24s fails at each of %zu calls: %zu passed\n", name, tried, passed);
+}
+
+TEST(FaultMatrix, EveryCallOfTheSystemFails) {
+    for (const SystemCall& row : kSystemCalls) {
+        const auto number = static_cast<std::size_t>(row.call);
+        EXPECT_EQ(Wrong(row.transport, SystemCall::End::kRecovers, L"3.02.11", [](Stage&) {}), "");
+        const std::size_t calls = TheCalls().counts[number];
+        std::size_t passed      = 0;
+        for (std::size_t call = 1; call <= calls; ++call) {
+            // The last function looked for is FT_Close: without it the device cannot be closed.
+            const bool no_close     = row.call == Call::kFindFunction && call == calls;
+            const auto end          = no_close ? SystemCall::End::kStaysLoaded : row.end;
+            const std::string wrong = Wrong(row.transport, end, L"3.02.11", [&](Stage&) {
+                TheCalls().failing       = row.call;
+                TheCalls().failing_count = call;
+            });
+            EXPECT_EQ(wrong, "") << row.name << " " << call;
+            EXPECT_GE(TheCalls().counts[number], call) << row.name;
+            passed += wrong.empty() ? 1 : 0;
+        }
+        Print(row.name, passed, calls);
+    }
+}
+
+TEST(FaultMatrix, EveryCallOfTheDriverFails) {
+    for (const std::string name : kDriverCalls) {
+        const wchar_t* const version = name == "FT_EE_Read" ? L"2.08.14" : L"3.02.11";
+        std::size_t made             = 0;
+        const auto life              = [&](std::size_t failing) {
+            return Wrong(Transport::kUsb, SystemCall::End::kRecovers, version, [&](Stage& stage) {
+                if (failing != 0) stage.library->failures[name] = {.status = 4, .first = failing, .calls = 1};
+                stage.at_end = [&](const Stage& done) { made = done.library->CallsOf(name); };
+            });
+        };
+        EXPECT_EQ(life(0), "");
+        const std::size_t calls = made;
+        std::size_t passed      = 0;
+        for (std::size_t call = 1; call <= calls; ++call) {
+            const std::string wrong = life(call);
+            EXPECT_EQ(wrong, "") << name << " " << call;
+            EXPECT_GE(made, call) << name;
+            passed += wrong.empty() ? 1 : 0;
+        }
+        Print(name.c_str(), passed, calls);
+    }
+}
+
+TEST(FaultMatrix, EveryStoredSettingThatCannotBeReadIsTheUsualOne) {
+    constexpr std::uint32_t kUsual[] = {0, 0, 0, 1};
+    for (std::size_t failing = 1; failing <= std::size(kUsual); ++failing) {
+        platform::memory::ResetWorld();
+        World().registry         = {{kCommunicationSetting, 7},
+                                    {kHeatingCheckSetting, 7},
+                                    {kSerialOutputSetting, 7},
+                                    {kSerialOutputPortSetting, 7}};
+        TheCalls().failing       = Call::kReadRegistry;
+        TheCalls().failing_count = failing;
+        ProgramState state;
+        StartProgram(state, L"");
+        const std::uint32_t read[] = {state.communication, state.heating_check, state.serial_output,
+                                      state.serial_output_port};
+        std::size_t usual          = 0;
+        for (std::size_t i = 0; i < std::size(read); ++i) {
+            if (read[i] == 7) continue;
+            EXPECT_EQ(read[i], kUsual[i]);
+            ++usual;
+        }
+        EXPECT_EQ(usual, 1U);
+    }
+}
+
+}  // namespace
+}  // namespace nelto::test
