@@ -389,6 +389,17 @@ TEST_F(UsbMessages, RepliesFitTheCallersBufferOrFail) {
     }
 }
 
+TEST_F(UsbMessages, ARepeatedPacketIsSkippedInTheProgramsConversationsAlone) {
+    for (const bool skip : {false, true}) {
+        Answer(kFirstOfTwo);
+        Answer(kFirstOfTwo);
+        Answer(kSecondOfTwo);
+        link_->skip_repetitions = skip;
+        EXPECT_EQ(Transceive(Hex("42")), kUsbOk);
+        EXPECT_EQ(reply_, skip ? Hex("01 02 03 04 05") : Hex("01 02 03 01 02 03 04 05"));
+    }
+}
+
 TEST_F(UsbMessages, PacketsComeInPiecesOfAnySize) {
     for (const std::size_t piece : {1u, 2u, 3u, 5u, 6u, 7u, 100u}) {
         library_.piece_size = piece;

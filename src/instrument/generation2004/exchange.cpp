@@ -31,29 +31,26 @@ bool AnswerIsGood(Transport transport, ByteView answer, std::uint8_t command) {
     return infrared ? InfraredHeaderIsGood(answer, command) : FramedHeaderIsGood(answer, command);
 }
 
-ExchangeEnd Exchange(const InstrumentConnection& connection, std::span<const std::uint8_t> command,
-                     std::span<std::uint8_t> answer, std::size_t& received, std::uint32_t timeout_ms) {
-    received = 0;
-    if (connection.StopRequested() || command.empty()) return ExchangeEnd::kRefused;
-    std::size_t count = 0;
-    if (LinkTransceive(connection.link, command, answer, count, timeout_ms) != 0) return ExchangeEnd::kNoReply;
-    const ByteView view(answer.first(std::min(count, answer.size())));
-    if (!AnswerIsGood(connection.link.transport, view, command.front())) return ExchangeEnd::kRefused;
-    received = view.Size();
-    return ExchangeEnd::kAnswered;
-}
-
 }  // namespace
 
 std::uint32_t Exchange2004(const InstrumentConnection& connection, std::span<const std::uint8_t> command,
-                           std::span<std::uint8_t> answer, std::size_t& received, std::uint32_t timeout_ms) {
-    return Exchange(connection, command, answer, received, timeout_ms) == ExchangeEnd::kAnswered ? kDone : kBadAnswer;
+                           std::span<std::uint8_t> answer, std::size_t& received, std::uint32_t timeout_ms,
+                           bool& reply_owed) {
+    received   = 0;
+    reply_owed = false;
+    if (connection.StopRequested() || command.empty()) return kBadAnswer;
+    std::size_t count = 0;
+    reply_owed        = LinkTransceive(connection.link, command, answer, count, timeout_ms) != 0;
+    if (reply_owed) return kBadAnswer;
+    const ByteView view(answer.first(std::min(count, answer.size())));
+    if (!AnswerIsGood(connection.link.transport, view, command.front())) return kBadAnswer;
+    received = view.Size();
+    return kDone;
 }
 
 bool Conversation2004::Ask(std::span<const std::uint8_t> command, std::uint32_t timeout_ms, std::size_t capacity) {
     const auto answer = std::span(storage_).first(std::min(capacity, storage_.size()));
-    end_              = Exchange(connection_, command, answer, received_, timeout_ms);
-    return end_ == ExchangeEnd::kAnswered;
+    return Exchange2004(connection_, command, answer, received_, timeout_ms, reply_owed_) == kDone;
 }
 
 ByteView Conversation2004::Record(std::size_t index, std::size_t size) const {
