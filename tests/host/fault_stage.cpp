@@ -243,6 +243,7 @@ std::size_t Stage::Read(std::span<std::uint8_t> bytes) {
         size += part;
         if (!front.empty()) break;
         output_.pop_front();
+        if (reads_one_block) break;
     }
     return size;
 }

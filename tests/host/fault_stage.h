@@ -44,6 +44,8 @@ public:
     void LoseLink(std::uint32_t duration_ms) { gone_until_ = World().now + duration_ms; }
     void BreakLink();
 
+    /// A byte of noise on the line, before whatever is sent next.
+    void AddNoise(std::uint32_t delay_ms) { output_.push_back({World().now + delay_ms, {0x55}}); }
     /// As if another program had left the analyser in it.
     void EnterSlaveMode() { static_cast<void>(analyser_.Answer(Bytes{0x20, 1}, World().now)); }
 
@@ -65,6 +67,7 @@ public:
     std::function<std::uint32_t(const Bytes& request)> delays;
     /// Called when the worker has ended.
     std::function<void(const Stage& stage)> at_end;
+    bool reads_one_block    = false;  // at a time, even if more have come
     bool waits_for_strike   = true;   // RunWorker goes on until the fault has struck
     bool stops_at_strike    = false;  // the user ends at that moment
     bool leaks_by_design    = false;  // a port or library stays open

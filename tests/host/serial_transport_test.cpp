@@ -123,7 +123,7 @@ TEST_F(SerialTransportTest, NeverTakesALateAnswerForTheNext) {
     EXPECT_EQ(Transceive(Hex("53")), kSerialProtocolFault);
     World().now += 1000;
     peer_.answers = {};
-    EXPECT_EQ(Transceive(Hex("53"), 0), kSerialProtocolFault);
+    EXPECT_EQ(Transceive(Hex("53")), kSerialProtocolFault);
 }
 
 TEST_F(SerialTransportTest, EndsAnEndlessReplyAndOneThatAStopInterrupts) {
