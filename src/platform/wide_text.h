@@ -50,7 +50,7 @@ template <typename T>
 template <typename... Arguments>
 class TextFormat {
 public:
-    consteval TextFormat(const wchar_t* text) : text_(text) {  // NOLINT: a literal is to do
+    consteval TextFormat(const wchar_t* text) : text_(text) {  // NOLINT: implicit, so that a call takes a literal
         std::wstring_view rest = text;
         if (std::ranges::count(rest, L'%') != sizeof...(Arguments) || !(TakeConversion<Arguments>(rest) && ...)) {
             std::abort();  // cannot happen while compiling, so it is the error that the compiler shows
