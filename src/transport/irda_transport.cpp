@@ -29,7 +29,8 @@ constexpr std::size_t kLengthOffset    = 2;
 constexpr std::size_t kHeaderSize      = 4;
 constexpr std::size_t kTraceBytesALine = 16;
 
-constexpr int kMostRestReads = 256;  // a device that never stops sending is left to the exchange's own end
+constexpr std::size_t kRestReadSize = 512;
+constexpr int kMostRestReads        = 256;  // a device that never stops sending is left to the exchange's own end
 
 // Compared with the NUL that ends them: a longer name is another device.
 constexpr std::size_t kAcceptedNameSize = 11;
@@ -149,7 +150,7 @@ bool CanHold(std::span<const std::uint8_t> reply, std::size_t length) {
 /// Throws away what is left of a reply of a wrong length, so that the next one begins with its own first byte.
 void DropRest() {
     if (!std::exchange(the_link.rest_possible, false)) return;
-    std::array<std::uint8_t, kDeviceListSize> rest;
+    std::array<std::uint8_t, kRestReadSize> rest;
     for (int round = 0; round < kMostRestReads && platform::QueuedIrda(the_link.socket) != 0; ++round) {
         if (platform::ReceiveIrda(the_link.socket, rest) <= 0) return;
     }
