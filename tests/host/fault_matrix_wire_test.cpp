@@ -13,11 +13,12 @@ namespace {
 
 using platform::memory::TheIrdaWorld;
 
-enum class Part : std::uint8_t { kOpen, kConfiguration, kHeatingCheck, kValues, kClose };
+enum class Section : std::uint8_t { kOpen, kConfiguration, kHeatingCheck, kValues, kClose };
 
-constexpr std::array kParts = {Part::kOpen, Part::kConfiguration, Part::kHeatingCheck, Part::kValues, Part::kClose};
-constexpr std::size_t kListsBehind    = 2;  // exchanges of the heating check before those of its lists, three a list
-constexpr std::array kListSizes       = {2U, 4U, 1U};
+constexpr std::array kSections     = {Section::kOpen, Section::kConfiguration, Section::kHeatingCheck, Section::kValues,
+                                      Section::kClose};
+constexpr std::size_t kListsBehind = 2;  // exchanges of the heating check before those of its lists, three a list
+constexpr std::array kListSizes    = {2U, 4U, 1U};
 constexpr std::size_t kMostNewResults = 2;  // records of one quantity
 
 bool Same(const ChannelRecord& a, const ChannelRecord& b) {
@@ -36,23 +37,23 @@ std::size_t NewRecords(const ChannelTable& table, const ChannelTable& whole) {
 
 bool SameTable(const ChannelTable& a, const ChannelTable& b) { return std::ranges::equal(a, b, Same); }
 
-/// One analyser whose conversation is run part by part, as often as one likes.
+/// One analyser whose conversation is run section by section, as often as one likes.
 class Talk {
 public:
     explicit Talk(Transport transport) : stage(transport) {
-        for (const Part part : kParts) {
-            Prepare(part);
+        for (const Section section : kSections) {
+            Prepare(section);
             stage.replies.clear();
-            EXPECT_EQ(Run(part), 0U);
-            replies[static_cast<std::size_t>(part)] = stage.replies;
-            whole[static_cast<std::size_t>(part)]   = table;
+            EXPECT_EQ(Run(section), 0U);
+            replies[static_cast<std::size_t>(section)] = stage.replies;
+            whole[static_cast<std::size_t>(section)]   = table;
         }
     }
     ~Talk() { Nelto780Close(connection_.get()); }
 
-    /// Brings the connection to where the part begins.
-    void Prepare(Part part) {
-        if (part == Part::kOpen) {
+    /// Brings the connection to where the section begins.
+    void Prepare(Section section) {
+        if (section == Section::kOpen) {
             Nelto780Close(connection_.get());
             connection_.reset();
         } else if (connection_ == nullptr || !connection_->open) {
@@ -60,50 +61,50 @@ public:
         }
         for (auto& [path, text] : World().files) text.clear();
         World().debug_lines.clear();
-        if (part == Part::kClose) stage.EnterSlaveMode();
+        if (section == Section::kClose) stage.EnterSlaveMode();
         stage.requests.clear();
         stage.replies.clear();
         stage.blocked = false;
-        table         = part == Part::kValues ? whole[static_cast<std::size_t>(Part::kConfiguration)] : ChannelTable{};
+        table = section == Section::kValues ? whole[static_cast<std::size_t>(Section::kConfiguration)] : ChannelTable{};
     }
-    std::uint32_t Run(Part part) {
-        switch (part) {
-            case Part::kOpen: connection_ = Nelto780Open(stage.state); return connection_ == nullptr ? 1 : 0;
-            case Part::kConfiguration: return GetOnlineConfiguration(*connection_, table);
-            case Part::kHeatingCheck: return ReadHeatingCheck2004(*connection_, table);
-            case Part::kValues: return GetOnlineValues(*connection_, table);
-            case Part::kClose: return Nelto780Close(connection_.get());
+    std::uint32_t Run(Section section) {
+        switch (section) {
+            case Section::kOpen: connection_ = Nelto780Open(stage.state); return connection_ == nullptr ? 1 : 0;
+            case Section::kConfiguration: return GetOnlineConfiguration(*connection_, table);
+            case Section::kHeatingCheck: return ReadHeatingCheck2004(*connection_, table);
+            case Section::kValues: return GetOnlineValues(*connection_, table);
+            case Section::kClose: return Nelto780Close(connection_.get());
         }
         return 0;
     }
 
-    /// The part with the reply to its exchange `index` spoilt.
-    std::uint32_t RunSpoilt(Part part, std::size_t index, Stage::Spoil message, Stage::Spoil blocks) {
-        Prepare(part);
+    /// The section with the reply to its exchange `index` spoilt.
+    std::uint32_t RunSpoilt(Section section, std::size_t index, Stage::Spoil message, Stage::Spoil blocks) {
+        Prepare(section);
         stage.Strike({}, index + 1, std::move(message), std::move(blocks));
-        return Run(part);
+        return Run(section);
     }
 
     Stage stage;
     ChannelTable table{};
-    std::array<std::vector<Reply>, kParts.size()> replies;
-    std::array<ChannelTable, kParts.size()> whole{};
+    std::array<std::vector<Reply>, kSections.size()> replies;
+    std::array<ChannelTable, kSections.size()> whole{};
 
 private:
     std::unique_ptr<InstrumentConnection> connection_;
 };
 
-/// True when the part ends as it must without a whole reply to its exchange `index`.
-bool FailedAsStated(Part part, std::size_t index, std::uint32_t result, const Talk& talk) {
-    const ChannelTable& whole = talk.whole[static_cast<std::size_t>(part)];
-    switch (part) {
-        case Part::kOpen: return result == 1 && *talk.stage.state.last_error != '\0';
-        case Part::kConfiguration:
+/// True when the section ends as it must without a whole reply to its exchange `index`.
+bool FailedAsStated(Section section, std::size_t index, std::uint32_t result, const Talk& talk) {
+    const ChannelTable& whole = talk.whole[static_cast<std::size_t>(section)];
+    switch (section) {
+        case Section::kOpen: return result == 1 && *talk.stage.state.last_error != '\0';
+        case Section::kConfiguration:
             return result == 2 && NewRecords(talk.table, whole) <= 1;  // the last label is missing
-        case Part::kValues:
-            return result == 2 && SameTable(talk.table, talk.whole[static_cast<std::size_t>(Part::kConfiguration)]);
-        case Part::kClose: return result == 0;
-        case Part::kHeatingCheck: break;
+        case Section::kValues:
+            return result == 2 && SameTable(talk.table, talk.whole[static_cast<std::size_t>(Section::kConfiguration)]);
+        case Section::kClose: return result == 0;
+        case Section::kHeatingCheck: break;
     }
     if (index < kListsBehind) return result == 1 && UsedRecords(talk.table).empty();
     const std::size_t left = Stage::kListResults - kListSizes[(index - kListsBehind) / 3];
@@ -119,30 +120,31 @@ bool ValuesAsSent(const Talk& talk) {
     return true;
 }
 
-/// True when the part's result and records are such that one reply has brought something else, or less, than usual.
-bool IsOtherButTrue(Part part, std::uint32_t result, const Talk& talk, bool shortened) {
-    const std::size_t fresh = NewRecords(talk.table, talk.whole[static_cast<std::size_t>(part)]);
-    switch (part) {
-        case Part::kOpen: return result <= 1;
-        case Part::kClose: return result == 0;
+/// True when the section's result and records are such that one reply has brought something else, or less, than usual.
+bool IsOtherButTrue(Section section, std::uint32_t result, const Talk& talk, bool shortened) {
+    const std::size_t fresh = NewRecords(talk.table, talk.whole[static_cast<std::size_t>(section)]);
+    switch (section) {
+        case Section::kOpen: return result <= 1;
+        case Section::kClose: return result == 0;
         // A bit of a view's ident gives its text to another channel; a short list leaves all three without.
-        case Part::kConfiguration: return (result == 0 || result == 2) && fresh <= (shortened ? Stage::kMeasured : 2);
-        case Part::kHeatingCheck: return result <= 2 && fresh <= kMostNewResults;
-        case Part::kValues: break;
+        case Section::kConfiguration:
+            return (result == 0 || result == 2) && fresh <= (shortened ? Stage::kMeasured : 2);
+        case Section::kHeatingCheck: return result <= 2 && fresh <= kMostNewResults;
+        case Section::kValues: break;
     }
     if (result == 2 || result == 6)
-        return SameTable(talk.table, talk.whole[static_cast<std::size_t>(Part::kConfiguration)]);
+        return SameTable(talk.table, talk.whole[static_cast<std::size_t>(Section::kConfiguration)]);
     return result == 0 && (shortened || ValuesAsSent(talk));
 }
 
 struct Tally {
     int tried = 0, passed = 0, endless = 0;
 
-    void Count(bool passes, const char* what, Part part, std::size_t index, std::size_t place) {
+    void Count(bool passes, const char* what, Section section, std::size_t index, std::size_t place) {
         ++tried;
         passed += passes ? 1 : 0;
-        EXPECT_TRUE(passes) << what << " " << place << " of the reply to exchange " << index << " of part "
-                            << static_cast<int>(part);
+        EXPECT_TRUE(passes) << what << " " << place << " of the reply to exchange " << index << " of section "
+                            << static_cast<int>(section);
     }
     void Print(const char* what) const {
         std::printf("%-40s %d of %d", what, passed, tried);
@@ -151,40 +153,40 @@ struct Tally {
     }
 };
 
-/// What becomes of the part with this bit of this block flipped.
-bool PassesFlipped(Talk& talk, Part part, std::size_t index, std::size_t block, std::size_t bit) {
+/// What becomes of the section with this bit of this block flipped.
+bool PassesFlipped(Talk& talk, Section section, std::size_t index, std::size_t block, std::size_t bit) {
     const auto flip = [=](Stage&, Reply& reply) {
         reply.blocks[block][bit / 8] ^= static_cast<std::uint8_t>(1U << (bit % 8));
     };
-    const std::uint32_t result = talk.RunSpoilt(part, index, nullptr, flip);
-    if (talk.stage.transport != Transport::kIrda || bit < 32) return FailedAsStated(part, index, result, talk);
-    return IsOtherButTrue(part, result, talk, false);
+    const std::uint32_t result = talk.RunSpoilt(section, index, nullptr, flip);
+    if (talk.stage.transport != Transport::kIrda || bit < 32) return FailedAsStated(section, index, result, talk);
+    return IsOtherButTrue(section, result, talk, false);
 }
 
 /// True when the flipped length over infrared announces more than comes, and no more than there is room for.
-bool IsEndless(const Talk& talk, Part part, const Bytes& block, std::size_t bit) {
+bool IsEndless(const Talk& talk, Section section, const Bytes& block, std::size_t bit) {
     if (talk.stage.transport != Transport::kIrda || bit / 8 < 2 || bit / 8 > 3) return false;
     const std::size_t length = block.size() ^ (std::size_t{1} << (bit - 16));
-    return length > block.size() && length <= (part == Part::kClose ? 12U : 4096U);
+    return length > block.size() && length <= (section == Section::kClose ? 12U : 4096U);
 }
 
 void FlipEveryBit(Transport transport, const char* name) {
     Talk talk(transport);
     Tally tally;
-    for (const Part part : kParts) {
-        const std::vector<Reply> replies = talk.replies[static_cast<std::size_t>(part)];
+    for (const Section section : kSections) {
+        const std::vector<Reply> replies = talk.replies[static_cast<std::size_t>(section)];
         for (std::size_t index = 0; index < replies.size(); ++index) {
             for (std::size_t block = 0; block < replies[index].blocks.size(); ++block) {
                 for (std::size_t bit = 0; bit < replies[index].blocks[block].size() * 8; ++bit) {
-                    if (IsEndless(talk, part, replies[index].blocks[block], bit)) {
+                    if (IsEndless(talk, section, replies[index].blocks[block], bit)) {
                         ++tally.endless;
                     } else {
-                        tally.Count(PassesFlipped(talk, part, index, block, bit), "bit", part, index, bit);
+                        tally.Count(PassesFlipped(talk, section, index, block, bit), "bit", section, index, bit);
                     }
                 }
             }
-            talk.Prepare(part);
-            tally.Count(talk.Run(part) == 0, "behind the bits", part, index, 0);
+            talk.Prepare(section);
+            tally.Count(talk.Run(section) == 0, "behind the bits", section, index, 0);
         }
     }
     EXPECT_FALSE(talk.stage.blocked);
@@ -194,8 +196,8 @@ void FlipEveryBit(Transport transport, const char* name) {
 void CutEveryReply(Transport transport, const char* name) {
     Talk talk(transport);
     Tally tally;
-    for (const Part part : kParts) {
-        const std::vector<Reply> replies = talk.replies[static_cast<std::size_t>(part)];
+    for (const Section section : kSections) {
+        const std::vector<Reply> replies = talk.replies[static_cast<std::size_t>(section)];
         for (std::size_t index = 0; index < replies.size(); ++index) {
             for (std::size_t size = 0; size < replies[index].blocks.back().size(); ++size) {
                 const auto cut = [=](Stage& stage, Reply& reply) {
@@ -205,14 +207,14 @@ void CutEveryReply(Transport transport, const char* name) {
                     TheIrdaWorld().pieces.emplace_back(Bytes{});  // the analyser is gone
                     reply.blocks.clear();
                 };
-                const std::uint32_t result = talk.RunSpoilt(part, index, nullptr, cut);
-                tally.Count(FailedAsStated(part, index, result, talk), "cut at byte", part, index, size);
+                const std::uint32_t result = talk.RunSpoilt(section, index, nullptr, cut);
+                tally.Count(FailedAsStated(section, index, result, talk), "cut at byte", section, index, size);
             }
             const std::size_t least = transport == Transport::kIrda ? 4 : 0;
             for (std::size_t size = least; size < replies[index].message.size(); ++size) {
                 const auto shorten         = [=](Stage&, Reply& reply) { reply.message.resize(size); };
-                const std::uint32_t result = talk.RunSpoilt(part, index, shorten, nullptr);
-                tally.Count(IsOtherButTrue(part, result, talk, true), "answer of size", part, index, size);
+                const std::uint32_t result = talk.RunSpoilt(section, index, shorten, nullptr);
+                tally.Count(IsOtherButTrue(section, result, talk, true), "answer of size", section, index, size);
             }
         }
     }
