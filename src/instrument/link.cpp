@@ -20,6 +20,18 @@ void CloseSerial(Link& link) {
     ZivLog(L"Serial port closed");
 }
 
+/// As the exported function, and besides: ended by a stop, not misled by late replies and repeated packets.
+std::uint32_t UsbTransceive(const Link& link, std::span<const std::uint8_t> request, std::span<std::uint8_t> reply,
+                            std::size_t& received, std::uint32_t timeout_ms) {
+    UsbLink& usb_link          = *link.usb_link;
+    usb_link.stop_request      = link.stop_request;
+    usb_link.skip_repetitions  = true;
+    link.late.seen             = DropLateUsbBytes(usb_link) || link.late.seen;
+    const std::uint32_t result = NeltoUSBTransceive(&usb_link, request, reply, received, timeout_ms);
+    link.late.owed             = usb_link.late_bytes_possible;
+    return result;
+}
+
 }  // namespace
 
 Transport TransportOf(std::uint32_t communication) {
@@ -34,13 +46,10 @@ std::uint32_t LinkTransceive(const Link& link, std::span<const std::uint8_t> req
     switch (link.transport) {
         case Transport::kSerial:
             return SerialTransceive(link.serial_port, request, reply, received, timeout_ms, link.stop_request,
-                                    &link.late_bytes);
+                                    &link.late);
         case Transport::kUsb:
             if (link.usb_link == nullptr) break;
-            link.usb_link->stop_request     = link.stop_request;
-            link.usb_link->skip_repetitions = true;
-            if (DropLateUsbBytes(*link.usb_link)) link.late_bytes = true;
-            return NeltoUSBTransceive(link.usb_link, request, reply, received, timeout_ms);
+            return UsbTransceive(link, request, reply, received, timeout_ms);
         case Transport::kIrda: return IrdaTransceive(request, reply, received);
     }
     return kLinkNotOpen;
@@ -49,9 +58,9 @@ std::uint32_t LinkTransceive(const Link& link, std::span<const std::uint8_t> req
 bool LateReplyArrives(const Link& link, std::uint32_t timeout_ms) {
     switch (link.transport) {
         case Transport::kSerial:
-            return LateSerialReplyArrives(link.serial_port, timeout_ms, link.stop_request, link.late_bytes);
+            return LateSerialReplyArrives(link.serial_port, timeout_ms, link.stop_request, link.late);
         case Transport::kUsb:
-            return link.usb_link != nullptr && LateUsbReplyArrives(*link.usb_link, timeout_ms, link.late_bytes);
+            return link.usb_link != nullptr && LateUsbReplyArrives(*link.usb_link, timeout_ms, link.late);
         case Transport::kIrda: break;
     }
     return false;

@@ -22,7 +22,7 @@ struct Link {
     platform::SerialHandle serial_port = platform::SerialHandle::kNone;
     UsbLink* usb_link                  = nullptr;  // analyser behind an FTDI converter
     StopRequest stop_request           = nullptr;  // the program's: ends a long reply between two blocks
-    mutable bool late_bytes = false;  // something came for a request that had ended; cleared by who wants to know
+    mutable LateReplies late;                      // what the last exchanges have shown of them
 };
 
 /// Sends `request` whole and receives the whole reply. Returns 0, or the transport's own result code; `received` is 0 unless

@@ -69,6 +69,12 @@ using StopRequest = const std::atomic<std::uint32_t>*;
     return stop_request != nullptr && *stop_request != 0;
 }
 
+/// What a link knows of answers that miss their time-out, for conversations whose answers look alike.
+struct LateReplies {
+    bool owed = false;  // the last message got no whole answer in time: it may still come
+    bool seen = false;  // something came for a message that had ended; cleared by who wants to know
+};
+
 /// Blocks without anything new, empty or repeated, that a reply may hold before it is given up; the others fill its buffer, so
 /// that every reply ends.
 constexpr std::size_t kMaxUselessBlocks = 64;

@@ -143,10 +143,13 @@ std::uint32_t SerialExchange(platform::SerialHandle port, std::span<const std::u
 
 std::uint32_t SerialTransceive(platform::SerialHandle port, std::span<const std::uint8_t> message,
                                std::span<std::uint8_t> reply, std::size_t& received, std::uint32_t timeout_ms,
-                               StopRequest stop_request, bool* late_bytes) {
+                               StopRequest stop_request, LateReplies* late) {
     received = 0;
     if (port == platform::SerialHandle::kNone) return kSerialNotOpen;
-    if (DropLateBytes(port) && late_bytes != nullptr) *late_bytes = true;
+    LateReplies nobody_asks;
+    LateReplies& replies = late != nullptr ? *late : nobody_asks;
+    replies.seen         = DropLateBytes(port) || replies.seen;
+    replies.owed         = false;
 
     RawReply answer;
     std::size_t answer_size    = 0;
@@ -157,6 +160,7 @@ std::uint32_t SerialTransceive(platform::SerialHandle port, std::span<const std:
     while (true) {
         const ReplyStatus status = AppendReplyBlock(std::span(answer).first(answer_size), assembly);
         if (status == ReplyStatus::kComplete) break;
+        replies.owed = status == ReplyStatus::kTooShort || status == ReplyStatus::kWrongLength;
         if (status != ReplyStatus::kMore) return ReplyFault(status, answer_size);
         const std::uint32_t exchanged = SerialExchange(port, kProgramAck, answer, answer_size, timeout_ms);
         if (exchanged != kSerialOk) return Fault(L"Transceive error 8", exchanged);
@@ -166,13 +170,13 @@ std::uint32_t SerialTransceive(platform::SerialHandle port, std::span<const std:
 }
 
 bool LateSerialReplyArrives(platform::SerialHandle port, std::uint32_t timeout_ms, StopRequest stop_request,
-                            bool& late_bytes) {
+                            LateReplies& replies) {
     if (port == platform::SerialHandle::kNone) return false;
     RawReply storage;
     const auto late = std::span(storage).first(Receive(port, storage, timeout_ms, stop_request));
     if (late.empty()) return false;
     ZivLogBytes(L"LATE: ", late);
-    late_bytes = true;
+    replies.seen = true;
     Block block;
     return ParseBlock(late, block) == BlockFault::kNone;
 }

@@ -34,16 +34,16 @@ std::uint32_t SerialExchange(platform::SerialHandle port, std::span<const std::u
                              std::uint32_t timeout_ms);
 
 /// Sends a whole message in blocks and gathers the whole reply. `timeout_ms` holds for each single exchange; a stop request
-/// ends the reply between two blocks. What came after an earlier exchange had ended is thrown away first, and `late_bytes` is
-/// then set. Returns a SerialResult; `received` is 0 unless it is kSerialOk.
+/// ends the reply between two blocks. What came after an earlier exchange had ended is thrown away first. Returns a
+/// SerialResult; `received` is 0 unless it is kSerialOk. `late` may be null.
 [[nodiscard]] std::uint32_t SerialTransceive(platform::SerialHandle port, std::span<const std::uint8_t> message,
                                              std::span<std::uint8_t> reply, std::size_t& received,
                                              std::uint32_t timeout_ms, StopRequest stop_request = nullptr,
-                                             bool* late_bytes = nullptr);
+                                             LateReplies* late = nullptr);
 
 /// Waits at most `timeout_ms`, or until a stop is requested, for an answer that nobody asks for any more, and throws it away.
-/// True for a whole block; `late_bytes` is set whatever came.
+/// True for a whole block; it is `seen` whatever came.
 [[nodiscard]] bool LateSerialReplyArrives(platform::SerialHandle port, std::uint32_t timeout_ms,
-                                          StopRequest stop_request, bool& late_bytes);
+                                          StopRequest stop_request, LateReplies& late);
 
 }  // namespace nelto

@@ -101,7 +101,7 @@ bool DropLateUsbBytes(UsbLink& link) {
     return round != 0;
 }
 
-bool LateUsbReplyArrives(const UsbLink& link, std::uint32_t timeout_ms, bool& late_bytes) {
+bool LateUsbReplyArrives(const UsbLink& link, std::uint32_t timeout_ms, LateReplies& replies) {
     UsbAnswer late;
     std::size_t total         = 0;
     const std::uint32_t start = platform::TickMilliseconds();
@@ -110,7 +110,7 @@ bool LateUsbReplyArrives(const UsbLink& link, std::uint32_t timeout_ms, bool& la
         total += ReadQueued(link, std::span(late).subspan(total));
         if (IsWholeAnswer(std::span(late).first(total))) break;
     }
-    if (total != 0) late_bytes = true;
+    if (total != 0) replies.seen = true;
     Block block;
     return ParseBlock(std::span(late).first(total), block) == BlockFault::kNone;
 }

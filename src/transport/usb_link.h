@@ -21,7 +21,7 @@ struct UsbLink {
     std::size_t packet_payload_limit = kUsbPayloadLimit;
     StopRequest stop_request         = nullptr;  // ends a reply between two packets
     bool skip_repetitions            = false;    // of a packet; the exported functions take them as they come
-    bool late_bytes_possible         = false;    // the last message timed out: its answer may be on the way
+    bool late_bytes_possible         = false;    // the last message's answer was not taken whole: it may be on the way
     d2xx::LinkFunctions functions;
 };
 
@@ -41,13 +41,13 @@ struct UsbLink {
                                                std::span<std::uint8_t> reply, std::size_t& reply_length,
                                                std::uint32_t timeout_ms);
 
-/// Throws away what came after a message had timed out, so that it cannot pass for the answer to the next one; nothing is asked of
+/// Throws away what came after a message had failed, so that it cannot pass for the answer to the next one; nothing is asked of
 /// the driver otherwise. True when there was anything. For the program's own conversations.
 bool DropLateUsbBytes(UsbLink& link);
 
 /// Waits at most `timeout_ms`, or until a stop is requested, for an answer that nobody asks for any more, and throws it away.
-/// True for a whole packet; `late_bytes` is set whatever came. For the program's own conversations.
-[[nodiscard]] bool LateUsbReplyArrives(const UsbLink& link, std::uint32_t timeout_ms, bool& late_bytes);
+/// True for a whole packet; it is `seen` whatever came. For the program's own conversations.
+[[nodiscard]] bool LateUsbReplyArrives(const UsbLink& link, std::uint32_t timeout_ms, LateReplies& replies);
 
 /// Closes the link; the handle is gone whatever the result. Returns a UsbResult.
 std::uint32_t NeltoUSBClose(UsbLink* handle);

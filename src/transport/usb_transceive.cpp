@@ -66,7 +66,7 @@ std::uint32_t NeltoUSBTransceive(UsbLink* handle, std::span<const std::uint8_t> 
     ReplyBuffer assembly{
         .storage = reply, .stop_request = handle->stop_request, .skip_repetitions = handle->skip_repetitions};
     const std::uint32_t result  = Transceive(*handle, request, assembly);
-    handle->late_bytes_possible = result == kUsbTimeout;
+    handle->late_bytes_possible = result == kUsbTimeout || result == kUsbDriverFailed;
     if (result == kUsbOk) reply_length = assembly.length;
     return result;
 }

@@ -34,14 +34,11 @@ bool AnswerIsGood(Transport transport, ByteView answer, std::uint8_t command) {
 }  // namespace
 
 std::uint32_t Exchange2004(const InstrumentConnection& connection, std::span<const std::uint8_t> command,
-                           std::span<std::uint8_t> answer, std::size_t& received, std::uint32_t timeout_ms,
-                           bool& reply_owed) {
-    received   = 0;
-    reply_owed = false;
+                           std::span<std::uint8_t> answer, std::size_t& received, std::uint32_t timeout_ms) {
+    received = 0;
     if (connection.StopRequested() || command.empty()) return kBadAnswer;
     std::size_t count = 0;
-    reply_owed        = LinkTransceive(connection.link, command, answer, count, timeout_ms) != 0;
-    if (reply_owed) return kBadAnswer;
+    if (LinkTransceive(connection.link, command, answer, count, timeout_ms) != 0) return kBadAnswer;
     const ByteView view(answer.first(std::min(count, answer.size())));
     if (!AnswerIsGood(connection.link.transport, view, command.front())) return kBadAnswer;
     received = view.Size();
@@ -50,7 +47,7 @@ std::uint32_t Exchange2004(const InstrumentConnection& connection, std::span<con
 
 bool Conversation2004::Ask(std::span<const std::uint8_t> command, std::uint32_t timeout_ms, std::size_t capacity) {
     const auto answer = std::span(storage_).first(std::min(capacity, storage_.size()));
-    return Exchange2004(connection_, command, answer, received_, timeout_ms, reply_owed_) == kDone;
+    return Exchange2004(connection_, command, answer, received_, timeout_ms) == kDone;
 }
 
 ByteView Conversation2004::Record(std::size_t index, std::size_t size) const {

@@ -14,11 +14,10 @@ namespace nelto {
 
 /// Sends `command` and receives its answer: byte 0 is 0, byte 1 repeats the command, and on USB and serial bytes 2 and 3 are 0
 /// (over infrared they hold the frame's length). Returns kDone and the received length, or kBadAnswer and 0. Once a stop
-/// is requested nothing is sent any more and the result is kBadAnswer. `reply_owed` says whether the command was sent and no
-/// whole answer came: it may still be on its way.
+/// is requested nothing is sent any more and the result is kBadAnswer.
 [[nodiscard]] std::uint32_t Exchange2004(const InstrumentConnection& connection, std::span<const std::uint8_t> command,
                                          std::span<std::uint8_t> answer, std::size_t& received,
-                                         std::uint32_t timeout_ms, bool& reply_owed);
+                                         std::uint32_t timeout_ms);
 
 /// A conversation through Exchange2004 that keeps the last answer.
 class Conversation2004 {
@@ -28,9 +27,6 @@ public:
     /// True when the command was answered; the answer replaces the last one.
     [[nodiscard]] bool Ask(std::span<const std::uint8_t> command, std::uint32_t timeout_ms = kAnswerTimeout,
                            std::size_t capacity = kAnswerCapacity);
-
-    /// True when the last command is still without a whole answer.
-    [[nodiscard]] bool ReplyOwed() const { return reply_owed_; }
 
     /// The last answer, its four header bytes included.
     [[nodiscard]] ByteView Answer() const { return ByteView(std::span(storage_).first(received_)); }
@@ -44,7 +40,6 @@ private:
     const InstrumentConnection& connection_;
     std::array<std::uint8_t, kAnswerCapacity> storage_{};
     std::size_t received_ = 0;
-    bool reply_owed_      = false;
 };
 
 }  // namespace nelto

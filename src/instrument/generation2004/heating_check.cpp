@@ -86,7 +86,7 @@ std::vector<Entry> TakeEntries(const Conversation2004& talk) {
 class HeatingCheckReader {
 public:
     HeatingCheckReader(const InstrumentConnection& connection, ChannelTable& table)
-        : connection_(connection), talk_(connection), table_(table) {}
+        : link_(connection.link), talk_(connection), table_(table) {}
 
     std::uint32_t Read();
 
@@ -98,7 +98,7 @@ private:
     void ReadReference(const Reference& reference);
     void TakeResults(const Reference& reference, ChannelTable& table);
 
-    const InstrumentConnection& connection_;
+    const Link& link_;
     Conversation2004 talk_;
     ChannelTable& table_;
     std::size_t owed_ = 0;  // replies that came neither in time nor in as much time again
@@ -121,24 +121,24 @@ std::uint32_t HeatingCheckReader::Read() {
 
 bool HeatingCheckReader::Ask(std::span<const std::uint8_t> command, std::uint32_t timeout_ms) {
     if (talk_.Ask(command, timeout_ms)) return true;
-    if (talk_.ReplyOwed() && !LateReplyArrives(connection_.link, timeout_ms)) ++owed_;
+    if (link_.late.owed && !LateReplyArrives(link_, timeout_ms)) ++owed_;
     return false;
 }
 
 /// Listens for what is left of owed replies, of which the later ones have passed for earlier ones; false when there is anything.
 bool HeatingCheckReader::IsInStep() {
-    while (owed_ > 0 && LateReplyArrives(connection_.link, kAnswerTimeout)) --owed_;
-    if (connection_.link.late_bytes || connection_.StopRequested()) return false;
+    while (owed_ > 0 && LateReplyArrives(link_, kAnswerTimeout)) --owed_;
+    if (link_.late.seen || IsRequested(link_.stop_request)) return false;
     owed_ = 0;  // lost: the analyser answers in order
     return true;
 }
 
 void HeatingCheckReader::ReadReference(const Reference& reference) {
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        ChannelTable results        = table_;
-        connection_.link.late_bytes = false;
+        ChannelTable results = table_;
+        link_.late.seen      = false;
         TakeResults(reference, results);
-        if (talk_.ReplyOwed()) return;
+        if (link_.late.owed) return;
         if (owed_ != 0 && !IsInStep()) continue;
         table_ = results;
         return;
