@@ -12,7 +12,7 @@ help:
 	@echo "make test     all tests: host, fuzz, windows"
 	@echo "make build    the program in dist/NeltoStackWatcher, the simulator in dist/simulator"
 	@echo "make bench    benchmarks"
-	@echo "make fuzz     every fuzzer for SECONDS= (60) seconds"
+	@echo "make fuzz     every fuzzer for SECONDS= (60) seconds, or until RUNS= executions in all"
 	@echo "make endurance  a simulated day with a thousand faults over each link, then MINUTES= (3) of reconnects under Wine"
 	@echo "make package  installers, zips and what goes with them, in dist/packages"
 	@echo "make lint     format, static analysis, include rules"
@@ -31,7 +31,7 @@ bench:
 	@$(here)tools/bench
 
 fuzz:
-	@$(here)tools/fuzz $(or $(SECONDS),60)
+	@$(here)tools/fuzz $(if $(RUNS),RUNS=$(RUNS),$(or $(SECONDS),60))
 
 endurance:
 	@$(here)tools/endurance

@@ -1,4 +1,4 @@
-// What the fuzzers share.
+// What the fuzzers share: a condition that holds for every input, and the input itself.
 #pragma once
 
 #include <algorithm>
@@ -6,9 +6,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <span>
-#include <vector>
+#include <string>
+
+#include "core/channel_table.h"
 
 namespace nelto::test {
+
+using ByteSpan = std::span<const std::uint8_t>;
 
 inline void Require(bool condition) {
     if (!condition) std::abort();
@@ -22,23 +26,36 @@ public:
     [[nodiscard]] bool IsEmpty() const { return bytes_.empty(); }
 
     /// At most `count` bytes.
-    std::vector<std::uint8_t> Take(std::size_t count) {
-        const auto taken = bytes_.first(std::min(count, bytes_.size()));
-        bytes_           = bytes_.subspan(taken.size());
-        return {taken.begin(), taken.end()};
+    ByteSpan Take(std::size_t count) {
+        const ByteSpan taken = bytes_.first(std::min(count, bytes_.size()));
+        bytes_               = bytes_.subspan(taken.size());
+        return taken;
     }
     /// A number or record as it lies in memory.
     template <typename Type>
     Type Take() {
         Type value{};
-        const auto bytes = Take(sizeof(value));
-        std::copy(bytes.begin(), bytes.end(), reinterpret_cast<std::uint8_t*>(&value));
+        const ByteSpan bytes = Take(sizeof(value));
+        if (!bytes.empty()) std::memcpy(&value, bytes.data(), bytes.size());
         return value;
     }
     std::uint8_t Byte() { return Take<std::uint8_t>(); }
+    /// One length byte, then the characters, two bytes each.
+    std::wstring Text() {
+        std::wstring text(Byte(), L'\0');
+        for (wchar_t& letter : text) letter = Take<std::uint16_t>();
+        return text;
+    }
 
 private:
-    std::span<const std::uint8_t> bytes_;
+    ByteSpan bytes_;
 };
+
+/// What holds for the table whatever was read: texts end inside their fields and value types are known.
+inline void CheckTable(const ChannelTable& table) {
+    for (const ChannelRecord& record : table) {
+        Require(record.label.back() == L'\0' && record.text.back() == L'\0' && record.value_type <= kText);
+    }
+}
 
 }  // namespace nelto::test

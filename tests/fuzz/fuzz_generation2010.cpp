@@ -1,105 +1,222 @@
-// Hostile libraries of the maker: every count, record, number and text that they give. The first byte chooses the
-// instrument kind and whether there is a text mapper, the second the call that fails (0 none). Then the analyser's
-// numbers and texts, its cache and its current values for the configuration; what is left are the values that are read
-// afterwards. A text is one length byte and 2 bytes a character; records come behind a byte with their number, each with
-// its name behind it.
+// Hostile libraries of the maker: every count, record, number and text that they give, and the opening over USB. The first byte
+// chooses the instrument kind, whether there is a text mapper, and whether the devices are counted and opened. From then on every
+// call of a library takes its answer from the input: one byte for its result, 0xF0 and above a failure, then what it gives.
 #include <array>
 #include <memory>
 
-#include "fake_maker_libraries.h"
-#include "fuzz.h"
 #include "instrument/dispatch.h"
+#include "instrument/generation2010/base_2010.h"
 #include "instrument/instrument_connection.h"
+#include "instrument/opening.h"
+#include "quick_platform.h"
 
 namespace {
 
 using namespace nelto;
 using test::Input;
-using test::Maker;
+using test::Quick;
 using test::Require;
 
 constexpr std::array<std::uint32_t, 6> kKinds = {781, 745, 760, 752, 711, 746};
+constexpr std::uint32_t kDevice2010           = 7;
 
-std::wstring TakeText(Input& input) {
-    std::wstring text(input.Byte(), L'\0');
-    for (wchar_t& letter : text) letter = input.Take<std::uint16_t>();
-    return text;
+Input* answers   = nullptr;
+bool has_mapper  = false;
+std::size_t open = 0;
+
+std::uint32_t NextResult() {
+    const std::uint8_t result = answers->Byte();
+    return result < 0xF0 ? 0 : result;
 }
-
-std::vector<ValueRecord2010> TakeRecords(Input& input) {
-    std::vector<ValueRecord2010> records(input.Byte());
-    for (ValueRecord2010& record : records) {
-        record                    = input.Take<ValueRecord2010>();
-        const std::uint32_t ident = record.ident;  // which lies unaligned in its record
-        Maker().view_texts[ident] = TakeText(input);
+/// Most numbers are small; behind 0xF0 and above comes one of 32 bits.
+std::uint32_t NextNumber() {
+    const std::uint8_t number = answers->Byte();
+    return number < 0xF0 ? number : answers->Take<std::uint32_t>();
+}
+/// As long as there is room; the longest one fills it without an end.
+void GiveText(wchar_t* room, std::uint32_t capacity) {
+    const std::uint32_t size = answers->Byte();
+    for (std::uint32_t index = 0; index < size; ++index) {
+        const auto letter = answers->Take<std::uint16_t>();
+        if (index < capacity) room[index] = letter;
     }
-    return records;
+    if (size == 255 && size < capacity) return static_cast<void>(std::fill_n(room + size, capacity - size, L'x'));
+    if (size < capacity) room[size] = L'\0';
 }
 
-void TakeAnalyser(Input& input) {
-    Maker().device_type              = input.Take<std::uint32_t>();
-    Maker().value_count_lie          = input.Take<std::uint32_t>();
-    Maker().position_count           = input.Take<std::uint32_t>();
-    Maker().firmware                 = input.Take<std::uint32_t>();
-    Maker().serial_number            = input.Take<std::uint32_t>();
-    Maker().fuel                     = input.Take<std::uint32_t>();
-    Maker().maximum_carbon_dioxide   = input.Take<float>();
-    Maker().reference_oxygen         = input.Take<float>();
-    Maker().device_name              = TakeText(input);
-    Maker().smoke_pump               = TakeText(input);
-    Maker().fuel_texts[Maker().fuel] = TakeText(input);
-    Maker().cache.resize(input.Byte() % 16);
-    for (auto& position : Maker().cache) position = TakeRecords(input);
-    Maker().values = TakeRecords(input);
+std::uint32_t DoNothing(std::uint32_t device) { return device == kDevice2010 ? NextResult() : 999; }
+std::uint32_t SetNumber(std::uint32_t device, std::uint32_t) { return DoNothing(device); }
+std::uint32_t SetDateTime(std::uint32_t device, DateTime2010) { return DoNothing(device); }
+std::uint32_t StartLogging(std::uint32_t) { return 0; }
+std::uint32_t Close(std::uint32_t device) {
+    Require(device == kDevice2010 && open-- == 1);
+    return NextResult();
+}
+std::uint32_t GetNumber(std::uint32_t device, std::uint32_t* number) {
+    *number = NextNumber();
+    return DoNothing(device);
+}
+/// A few positions, or all that their one byte can count; what stands above that byte does not count.
+std::uint32_t CountPositions(std::uint32_t device, std::uint32_t* positions) {
+    *positions = NextNumber();
+    if (*positions != 0xFFFFFFFF) *positions &= 0xFFFFFF07;
+    return DoNothing(device);
+}
+std::uint32_t GetText(std::uint32_t device, void* unread, wchar_t* text, std::uint32_t capacity) {
+    static_cast<std::uint8_t*>(unread)[63] = 0xEE;
+    GiveText(text, capacity);
+    return DoNothing(device);
+}
+std::uint32_t CountRecords(std::uint32_t device, std::uint32_t, std::uint32_t* count) {
+    return GetNumber(device, count);
+}
+std::uint32_t GetRecords(std::uint32_t device, std::uint32_t, void* header, ValueRecord2010* records,
+                         std::uint32_t count) {
+    static_cast<std::uint8_t*>(header)[63] = 0xEE;
+    const test::ByteSpan bytes             = answers->Take(count * sizeof(ValueRecord2010));
+    std::ranges::copy(bytes, reinterpret_cast<std::uint8_t*>(records));
+    return DoNothing(device);
+}
+std::uint32_t GetAppFuelData(std::uint32_t device, std::uint32_t, FuelData2010* data) {
+    *data = answers->Take<FuelData2010>();
+    return DoNothing(device);
+}
+std::uint32_t GetNumberOfDevices(std::uint32_t, std::uint32_t* count) {
+    *count = NextNumber();
+    return NextResult();
+}
+std::uint32_t GetUsbSerialNumber(std::uint32_t, wchar_t* text, std::uint32_t capacity) {
+    GiveText(text, capacity);
+    return NextResult();
+}
+std::uint32_t OpenBySerialNumber(const wchar_t* text, std::uintptr_t* device) {
+    Require(std::wstring_view(text).size() <= kUsbSerialCapacity);
+    *device                    = kDevice2010;
+    const std::uint32_t result = NextResult();
+    if (result == 0) ++open;
+    return result;
+}
+/// One that does not care about the capacity.
+std::uint32_t GetMappedText(const wchar_t* language, std::uint32_t, wchar_t* text, wchar_t* scratch, std::uint32_t) {
+    Require(std::wstring_view(language) == L"de-DE");
+    GiveText(text, 511);
+    scratch[0] = L'\0';
+    return 4711;
 }
 
+struct Row {
+    std::string_view name;
+    void* address;
+};
+
+template <typename Function>
+void* Export(Function* function) {
+    return reinterpret_cast<void*>(function);
+}
+
+void* FindFunction(std::string_view name) {
+    static const std::array kRows = {
+        Row{"NELTO760SPI_StartLogging", Export(StartLogging)},
+        Row{"NELTO760SPI_GetIdent", Export(GetNumber)},
+        Row{"NELTO760SPI_Close", Export(Close)},
+        Row{"NELTO760SPI_SetDeviceMode", Export(SetNumber)},
+        Row{"NELTO760SPI_SetDateTime", Export(SetDateTime)},
+        Row{"NELTO760SPI_SetShutdown", Export(SetNumber)},
+        Row{"NELTO760SPI_GetDeviceType", Export(GetNumber)},
+        Row{"NELTO760SPI_GetDeviceName", Export(GetText)},
+        Row{"NELTO760SPI_GetFirmwareVersion", Export(GetNumber)},
+        Row{"NELTO760SPI_GetSerialNumberBox", Export(GetNumber)},
+        Row{"NELTO760SPI_GetSmokePumpNumber", Export(GetText)},
+        Row{"NELTO760SPI_GetNumberOfCurrentViewValues", Export(CountRecords)},
+        Row{"NELTO760SPI_GetCurrentViewValues", Export(GetRecords)},
+        Row{"NELTO760SPI_GetCurrentMeasurement", Export(GetNumber)},
+        Row{"NELTO760SPI_SetCurrentMeasurement", Export(SetNumber)},
+        Row{"NELTO760SPI_GetMeasCacheCounter", Export(CountPositions)},
+        Row{"NELTO760SPI_GetMeasCacheNumberOfValues", Export(CountRecords)},
+        Row{"NELTO760SPI_GetMeasCacheValues", Export(GetRecords)},
+        Row{"NELTO760SPI_GetActiveFuelID", Export(GetNumber)},
+        Row{"NELTO760SPI_SetActiveFuelID", Export(SetNumber)},
+        Row{"NELTO760SPI_GetAppFuelData", Export(GetAppFuelData)},
+        Row{"NELTOEMUSB_GetNumberOfDevices", Export(GetNumberOfDevices)},
+        Row{"NELTOEMUSB_GetSerialNumber", Export(GetUsbSerialNumber)},
+        Row{"NELTOEMUSB_OpenBySerialNumber", Export(OpenBySerialNumber)},
+        Row{"GetViewString", Export(GetMappedText)},
+        Row{"GetFuelString", Export(GetMappedText)},
+    };
+    const auto row = std::ranges::find(kRows, name, &Row::name);
+    return row == kRows.end() ? nullptr : row->address;
+}
+
+/// Of the records that the library gave, before those that the program adds, each quantity and unit is there once.
+void CheckOnce(std::span<const ChannelRecord> used) {
+    for (std::size_t index = 0; index < used.size(); ++index) {
+        const std::wstring_view label = used[index].label.data();
+        if (label == L"Fuel type" || label == L"Device") return;
+        for (const ChannelRecord& other : used.first(index)) {
+            Require(other.view_ident != used[index].view_ident || other.unit != used[index].unit);
+        }
+    }
+}
+
+/// The used records come first, and at least the last one is free.
 void CheckTable(const ChannelTable& channels) {
+    test::CheckTable(channels);
     const auto used = UsedRecords(channels);
     Require(used.size() <= 63);
-    for (const ChannelRecord& channel : channels) {
-        Require(channel.label.back() == L'\0' && channel.text.back() == L'\0');
-        Require(channel.value_type <= kText);
+    CheckOnce(used);
+    for (const ChannelRecord& channel : used) {
+        Require(channel.label.front() != L'\0' || channel.view_ident == kSmokePump);
+        Require(channel.value_type != kText || channel.view_ident >= kFuel);
     }
     for (const ChannelRecord& channel : std::span(channels).subspan(used.size())) {
         Require(channel.view_ident == kFreeRecord && channel.label.front() == L'\0');
     }
 }
 
-/// Without the opening, and without a log file: its lines are made all the same.
-void TryAnalyser(std::uint32_t kind, Input& input) {
-    InstrumentConnection connection;
-    connection.kind           = kind;
-    connection.open           = true;
-    connection.library_handle = test::FakeMaker::kUsbHandle;
+void TryAnalyser(InstrumentConnection& connection) {
+    static ChannelTable channels;
+    channels                  = {};
     connection.generation2010 = std::make_unique<CNelto780Base2010>(connection);
-    static_cast<void>(SynchronizeClock(connection));
-    static_cast<void>(GetSubType(connection));
-    SetActiveFuel(connection, 1);
-
-    ChannelTable channels{};
-    if (GetOnlineConfiguration(connection, channels) == kDone) {
-        CheckTable(channels);
-        const std::size_t used = UsedRecords(channels).size();
-        Maker().values         = TakeRecords(input);
-        static_cast<void>(GetOnlineValues(connection, channels));
-        Require(UsedRecords(channels).size() == used);
-    }
+    Require(SynchronizeClock(connection) <= kBadAnswer);
+    Require(GetSubType(connection) <= kBadAnswer && connection.sub_type <= 20);
+    Require(SetActiveFuel(connection, answers->Byte() - 2) <= kBadAnswer);
+    const std::uint32_t configured = GetOnlineConfiguration(connection, channels);
+    Require(configured == kDone || configured == kBadAnswer);
     CheckTable(channels);
+    const std::size_t used = UsedRecords(channels).size();
+    for (int round = 0; round < 2; ++round) {
+        const std::uint32_t result = GetOnlineValues(connection, channels);
+        Require(result == kDone || result == kBadAnswer);
+        Require(UsedRecords(channels).size() == used);
+        test::CheckTable(channels);
+    }
+    static_cast<void>(connection.generation2010->WakeUp());
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Input input(data, size);
-    platform::memory::ResetLibraries();
-    test::InstallFakeMaker();
+    answers                   = &input;
+    open                      = 0;
     const std::uint8_t choice = input.Byte();
-    Maker().failing_call      = input.Byte();
-    if (choice / kKinds.size() % 2 != 0) {
-        for (const wchar_t* mapper : {L"IDTEXTMAPPER.DLL", L"IDTEXTMAPPER_T752.DLL", L"IDTEXTMAPPER_T780.DLL"})
-            platform::memory::RemoveLibrary(mapper);
+    has_mapper                = choice / kKinds.size() % 2 == 0;
+    test::ResetQuick();
+    Quick().has_library = [](std::wstring_view name) {
+        return name.starts_with(L"IDTEXT") ? has_mapper : name != L"nelto7XXT.dll";
+    };
+    Quick().find_function = FindFunction;
+    {
+        static ProgramState state;
+        InstrumentConnection connection;
+        connection.kind           = kKinds[choice % kKinds.size()];
+        connection.library_handle = kDevice2010;
+        if (choice >= 248) connection.log.Start();
+        if (choice % 4 == 3 && !OpenOverEmUsb(connection, state)) return Require(open == 0), 0;
+        connection.open = true;
+        TryAnalyser(connection);
+        if (open != 0) Require(Nelto780Close(&connection) == kDone);
     }
-    TakeAnalyser(input);
-    TryAnalyser(kKinds[choice % kKinds.size()], input);
+    Require(open == 0 && Quick().libraries == 0);
     return 0;
 }

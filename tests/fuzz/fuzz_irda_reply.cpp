@@ -1,66 +1,83 @@
-// Hostile infrared: device lists and replies in pieces. The first byte chooses; a reply's capacity comes from the second and
-// each of its pieces is one length byte and as many bytes, length 0 for an analyser that has gone.
-#include <array>
-
-#include "fuzz.h"
-#include "platform/memory/memory_irda_socket.h"
-#include "platform/memory/memory_platform.h"
+// Infrared: device lists and replies in pieces. The first two bytes are the calls that fail, the next one chooses. A reply's
+// capacity comes from the byte behind it, and each of its pieces is one length byte and as many bytes, length 0 for an
+// analyser that has gone.
+#include "quick_platform.h"
 #include "transport/irda_transport.h"
 
 namespace {
 
-using nelto::platform::memory::MakeIrdaDeviceList;
-using nelto::platform::memory::ResetIrdaWorld;
-using nelto::platform::memory::ResetWorld;
-using nelto::platform::memory::TheIrdaWorld;
-
-using nelto::test::Require;
+using namespace nelto;
+using test::Input;
+using test::Quick;
+using test::Require;
 
 constexpr std::array<std::size_t, 6> kCapacities = {0, 3, 4, 12, 256, 4096};
+std::array<std::uint8_t, 4096> storage;
 
-void TryDeviceList(std::span<const std::uint8_t> list) {
-    TheIrdaWorld().device_list.assign(list.begin(), list.end());
-    const std::uint32_t result = nelto::IrdaOpen();
-    const bool is_accepted     = TheIrdaWorld().service == "NELTO T780" || TheIrdaWorld().service == "NELTO T785";
-    Require(result == nelto::kIrdaOpenOk ? is_accepted : TheIrdaWorld().service.empty());
-}
-
-void AddPieces(std::span<const std::uint8_t> bytes) {
-    while (!bytes.empty()) {
-        const std::size_t size = std::min<std::size_t>(bytes[0], bytes.size() - 1);
-        TheIrdaWorld().pieces.emplace_back(std::in_place, bytes.begin() + 1,
-                                           bytes.begin() + 1 + static_cast<std::ptrdiff_t>(size));
-        bytes = bytes.subspan(1 + size);
+class PiecePeer final : public test::Peer {
+public:
+    explicit PiecePeer(Input& input) : input_(input) {}
+    void Take(test::ByteSpan bytes) override {
+        Require(bytes.size() == 1);
+        sent_size_ = 0;
     }
+    [[nodiscard]] std::size_t Waiting() const override { return left_.size(); }
+    /// What was given since the last request.
+    [[nodiscard]] test::ByteSpan Sent() const { return test::ByteSpan(sent_).first(sent_size_); }
+    std::size_t Give(std::span<std::uint8_t> room) override {
+        if (left_.empty()) left_ = input_.Take(input_.Byte());
+        const std::size_t size = std::min(left_.size(), room.size());
+        std::copy_n(left_.begin(), size, room.begin());
+        std::copy_n(left_.begin(), size, sent_.begin() + static_cast<std::ptrdiff_t>(sent_size_));
+        sent_size_ += size;
+        left_ = left_.subspan(size);
+        return size;
+    }
+
+private:
+    Input& input_;
+    test::ByteSpan left_;
+    std::array<std::uint8_t, 4096 + 255> sent_;
+    std::size_t sent_size_ = 0;
+};
+
+bool IsAccepted(std::string_view name) { return name == "NELTO T780" || name == "NELTO T785"; }
+
+void TryOpening(test::ByteSpan devices) {
+    Quick().irda_devices       = devices;
+    const std::uint32_t result = IrdaOpen();
+    Require(result <= kIrdaConnectFailed);
+    const std::string_view service = Quick().irda_service.data();  // longer than any name, so it ends
+    Require(result == kIrdaOpenOk || result == kIrdaConnectFailed ? IsAccepted(service) : service.empty());
 }
 
-void TryReply(std::span<const std::uint8_t> bytes) {
-    TheIrdaWorld().device_list = MakeIrdaDeviceList({"NELTO T785"});
-    Require(nelto::IrdaOpen() == nelto::kIrdaOpenOk);
-    if (bytes.empty()) return;
-    // Of its own size, so that a byte too many is noticed.
-    std::vector<std::uint8_t> reply(kCapacities[bytes[0] % kCapacities.size()]);
-    AddPieces(bytes.subspan(1));
+void TryReply(const PiecePeer& peer, std::uint8_t choice) {
+    const auto reply                               = std::span(storage).last(kCapacities[choice % kCapacities.size()]);
     constexpr std::array<std::uint8_t, 1> kRequest = {0x9C};
     std::size_t received                           = 1;
-    const std::uint32_t result                     = nelto::IrdaTransceive(kRequest, reply, received);
-    if (result != nelto::kIrdaOk) return Require(received == 0);
+    const std::uint32_t result                     = IrdaTransceive(kRequest, reply, received);
+    Require(result <= kIrdaBadReplyLength);
+    if (result != kIrdaOk) return Require(received == 0);
     Require(received >= 4 && received <= reply.size() && received == reply[2] + 256u * reply[3]);
+    Require(std::ranges::equal(reply.first(received), peer.Sent()));
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0) return 0;
-    ResetWorld();
-    ResetIrdaWorld();
-    const std::span<const std::uint8_t> rest = std::span(data, size).subspan(1);
-    if (data[0] % 2 == 0) {
-        TryReply(rest);
+    Input input(data, size);
+    // From the short write on to the log; of the ports' own failures none matters here.
+    const std::uint32_t failures = input.Take<std::uint16_t>() & (2u * test::kFailIrdaLog - test::kFailShortWrite);
+    PiecePeer peer(input);
+    test::ResetQuick(&peer, failures);
+    if (input.Byte() % 2 == 0) {
+        TryOpening(test::OneIrdaAnalyser());
+        TryReply(peer, input.Byte());
+        TryReply(peer, input.Byte());
     } else {
-        TryDeviceList(rest);
+        TryOpening(input.Take(2048));
     }
-    nelto::CloseIrda();
-    Require(TheIrdaWorld().references == 0 && TheIrdaWorld().open_sockets == 0);
+    CloseIrda();
+    Require(Quick().sockets == 0 && Quick().winsock == 0);
     return 0;
 }

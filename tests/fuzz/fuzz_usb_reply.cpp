@@ -1,85 +1,141 @@
-// The assembly of a reply over USB, against a driver and an analyser that do what the input says: packets with a
-// checksum that fits or raw bytes, in pieces of any size, with driver calls that fail.
+// The assembly of a reply over USB, and the devices that the driver lists. The first byte chooses.
 //
-// Input: request length, reply capacity (2 bytes), piece size, then one step for each write of the program:
-//   0..0x7F       a packet: this many mod 100 payload bytes, before them index and count (one byte each)
-//   0x80..0xBF    raw bytes: this many mod 64
-//   0xC0..0xDF    a packet as above of 200 + this many mod 56 payload bytes, all the same
-//   0xE0..0xEF    nothing comes
-//   0xF0..0xFF    the driver call of this number mod 4 fails from now on
-#include "fake_d2xx.h"
-#include "fuzz.h"
-#include "platform/memory/memory_event.h"
-#include "transport/usb_link.h"
+// Reply:   request size, reply capacity (2 bytes), then what StepPeer takes.
+// Devices: driver version, a text; then for each call of the driver one byte that fails it (0xF0 and above), and what it gives.
+#include <vector>
+
+#include "peers.h"
 
 namespace {
 
 using namespace nelto;
-using test::Bytes;
+using test::Input;
+using test::Quick;
 using test::Require;
 
-constexpr std::size_t kMostCalls     = 100000;  // far beyond what any input can cause
-constexpr const char* kDriverCalls[] = {"FT_SetEventNotification", "FT_Write", "FT_GetQueueStatus", "FT_Read"};
+constexpr std::size_t kLargestCapacity = 4400;
+std::array<std::uint8_t, kLargestCapacity> storage;
 
-class Analyser final : public platform::memory::SerialDevice {
-public:
-    Analyser(test::Input& input, test::FakeD2xx& driver) : input_(input), driver_(driver) {}
+void TryReply(Input& input) {
+    static constexpr std::array<std::uint8_t, 1020> kRequest{0x42};
+    const auto request         = test::ByteSpan(kRequest).first(input.Byte() * 4u);
+    const std::size_t capacity = input.Take<std::uint16_t>() % kLargestCapacity;
+    const auto reply           = std::span(storage).last(capacity);  // the first byte too many is outside
+    test::StepPeer peer(input);
+    test::ResetQuick(&peer);
+    UsbLink link = test::QuickUsbLink();
+    for (int round = 0; round < 2; ++round) {  // the second begins with what the first left behind
+        std::size_t length = 1;
+        DropLateUsbBytes(link);
+        const std::uint32_t result = NeltoUSBTransceive(&link, request, reply, length, 1);
+        Require(result <= kUsbReplyTooLong && length <= capacity && (result == kUsbOk || length == 0));
+        Require(Quick().events == 0 && link.open);
+    }
+}
 
-    std::size_t Write(std::span<const std::uint8_t> bytes) override {
-        if (!input_.IsEmpty()) Step(input_.Byte());
-        return bytes.size();
-    }
-    std::size_t Read(std::span<std::uint8_t> bytes) override {
-        const std::size_t size = std::min(bytes.size(), coming_.size());
-        std::copy_n(coming_.begin(), size, bytes.begin());
-        coming_.erase(coming_.begin(), coming_.begin() + static_cast<std::ptrdiff_t>(size));
-        return size;
-    }
+Input* calls           = nullptr;
+std::size_t open_count = 0;
 
-private:
-    void Step(std::uint8_t step) {
-        if (step < 0x80) return SendPacket(0, step % 100);
-        if (step < 0xC0) return Send(input_.Take(step % 64));
-        if (step < 0xE0) return SendPacket(200u + step % 56, 0);
-        if (step >= 0xF0) driver_.failures[kDriverCalls[step % 4]] = {.status = 4};
-    }
-    void Send(const Bytes& bytes) { coming_.insert(coming_.end(), bytes.begin(), bytes.end()); }
-    void SendPacket(std::size_t repeated, std::size_t taken) {
-        const std::uint8_t index = input_.Byte();
-        const std::uint8_t count = input_.Byte();
-        Send(test::Packet(index, count, repeated != 0 ? Bytes(repeated, 0x55) : input_.Take(taken)));
-    }
+d2xx::Status NextStatus() {
+    const std::uint8_t status = calls->Byte();
+    return status < 0xF0 ? d2xx::kOk : status;
+}
+/// A text; the longest one fills the whole room of 256 characters without an end.
+void GiveText(char* room) {
+    const std::uint8_t size   = calls->Byte();
+    const test::ByteSpan text = calls->Take(size);
+    if (size == 255) std::memset(room, '7', 256);
+    std::ranges::copy(text, room);
+    if (size < 255) room[text.size()] = '\0';
+}
+d2xx::Status ListDevices(void* first, void* second, std::uint32_t flags) {
+    const d2xx::Status status = NextStatus();
+    if (flags == d2xx::kListNumberOnly) *static_cast<std::uint32_t*>(first) = calls->Byte() % 16u;
+    if (flags != d2xx::kListNumberOnly) GiveText(static_cast<char*>(second));
+    return status;
+}
+d2xx::Status OpenEx(void* serial, std::uint32_t, d2xx::Device* device) {
+    Require(std::memchr(serial, 0, 256) != nullptr);
+    const d2xx::Status status = NextStatus();
+    if (status == d2xx::kOk) ++open_count;
+    *device = &storage;
+    return status;
+}
+d2xx::Status Close(d2xx::Device device) {
+    Require(device == &storage && open_count-- != 0);
+    return NextStatus();
+}
+d2xx::Status ReadEeprom(d2xx::Device, d2xx::EarlyProgramData* data) {
+    data->vendor_id  = static_cast<std::uint16_t>(calls->Byte() < 0x80 ? 0x3C2D : 0);
+    data->product_id = calls->Byte();
+    for (char* text : {data->manufacturer, data->manufacturer_id, data->description, data->serial_number})
+        GiveText(text);
+    return NextStatus();
+}
+d2xx::Status GetDeviceInfo(d2xx::Device, std::uint32_t*, std::uint32_t* id, char* serial, char* description, void*) {
+    *id = calls->Byte() < 0x80 ? 0x3C2D0000u : 0u;
+    *id |= calls->Byte();
+    GiveText(serial);
+    GiveText(description);
+    return NextStatus();
+}
+d2xx::Status SetBaudRate(d2xx::Device, std::uint32_t rate) {
+    Require(rate == 57600 || rate == 921600);
+    return NextStatus();
+}
 
-    test::Input& input_;
-    test::FakeD2xx& driver_;
-    Bytes coming_;
+struct DriverFunction {
+    std::string_view name;
+    void* address;
 };
+
+void* FindFunction(std::string_view name) {
+    static const std::array kFunctions = {
+        DriverFunction{"FT_ListDevices", reinterpret_cast<void*>(ListDevices)},
+        DriverFunction{"FT_OpenEx", reinterpret_cast<void*>(OpenEx)},
+        DriverFunction{"FT_Close", reinterpret_cast<void*>(Close)},
+        DriverFunction{"FT_EE_Read", reinterpret_cast<void*>(ReadEeprom)},
+        DriverFunction{"FT_GetDeviceInfo", reinterpret_cast<void*>(GetDeviceInfo)},
+        DriverFunction{"FT_SetBaudRate", reinterpret_cast<void*>(SetBaudRate)},
+    };
+    if (calls->Byte() >= 0xF0) return nullptr;
+    const auto row = std::ranges::find(kFunctions, name, &DriverFunction::name);
+    return row == kFunctions.end() ? test::FindDriverFunction(name) : row->address;
+}
+
+void TryDevices(Input& input, std::uint8_t choice) {
+    test::ResetQuick();
+    const std::wstring version = input.Text();
+    Quick().driver_version     = (choice & 2) != 0 ? nullptr : version.c_str();
+    Quick().has_library        = [](std::wstring_view name) { return name == L"FTD2XX.DLL"; };
+    Quick().find_function      = FindFunction;
+    calls                      = &input;
+    open_count                 = 0;
+
+    const std::uint32_t type = input.Byte() % 17u;
+    std::vector<std::uint32_t> serials(input.Byte() % 4u);
+    std::uint32_t count        = 1;
+    const std::uint32_t listed = NeltoUSBGetDevices(type, serials, count);
+    Require(count <= serials.size() && (listed == kUsbOk || count == 0) && open_count == 0);
+    // A library whose version cannot be read stays loaded, on purpose.
+    Require(Quick().libraries == 0 || Quick().driver_version == nullptr);
+
+    UsbLink* link              = nullptr;
+    const std::uint32_t opened = NeltoUSBOpen(type, input.Byte() % 2u, link);
+    Require(opened <= kUsbReplyTooLong && (opened == kUsbOk) == (link != nullptr) && open_count == (link != nullptr));
+    if (link != nullptr) Require(NeltoUSBClose(link) <= kUsbDriverFailed);
+    Require(Quick().libraries == 0 || Quick().driver_version == nullptr);
+}
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    GTEST_FLAG_SET(break_on_failure, true);  // the driver's own expectations
-    test::Input input(data, size);
-    platform::memory::ResetWorld();
-    test::FakeD2xx driver;
-    Analyser analyser(input, driver);
-    driver.Attach(2, "1", &analyser);
-    UsbLink* link = nullptr;
-    Require(NeltoUSBOpen(2, 0, link) == kUsbOk);
-
-    const Bytes request(input.Byte() * 4u, 0x42);
-    // Of exactly this size, so that the sanitizer sees the first byte beyond it.
-    const std::size_t capacity = input.Byte() + 256u * (input.Byte() % 17u);
-    Bytes reply(capacity);
-    driver.piece_size = 1u + input.Byte();
-    for (int round = 0; round < 2; ++round) {  // the second begins with what the first left behind
-        std::size_t length         = 0;
-        const std::uint32_t result = NeltoUSBTransceive(link, request, reply, length, 1);
-        Require(result <= kUsbReplyTooLong && length <= capacity);
-        Require(result == kUsbOk || length == 0);
-        Require(platform::memory::OpenEvents() == 0 && driver.calls.size() < kMostCalls);
+    Input input(data, size);
+    const std::uint8_t choice = input.Byte();
+    if (choice % 2 == 0) {
+        TryReply(input);
+    } else {
+        TryDevices(input, choice);
     }
-    static_cast<void>(NeltoUSBClose(link));
-    Require(driver.AllReleased());
     return 0;
 }

@@ -1,0 +1,78 @@
+// The byte reader, live values and modes of generation 2004. Input: see Conversation, then the analyser's messages.
+#include "conversation.h"
+#include "instrument/generation2004/answer.h"
+#include "instrument/generation2004/modes.h"
+#include "instrument/generation2004/values.h"
+
+namespace {
+
+using namespace nelto;
+using test::Require;
+
+constexpr std::uint32_t kUntouched = 7;
+
+/// Numbers and texts at the end of the input, which lies in a piece of memory of just its size.
+void TryByteView(test::ByteSpan bytes) {
+    const ByteView view(bytes);
+    for (std::size_t offset = bytes.size() - std::min<std::size_t>(bytes.size(), 4); offset < bytes.size() + 2;
+         ++offset) {
+        std::uint32_t number = 0;
+        for (std::size_t i = 4; i-- > 0;) number = number << 8 | (offset + i < bytes.size() ? bytes[offset + i] : 0u);
+        Require(view.Long(offset) == number && view.Word(offset) == (number & 0xFFFF));
+        Require(view.Byte(offset) == (number & 0xFF) && view.Covers(offset, 4) == (offset + 4 <= bytes.size()));
+        Require(!view.Covers(offset, SIZE_MAX) && view.Part(offset, 3).Size() <= 3);
+        const std::wstring text = Utf16Text(view.Part(offset));
+        Require(text.size() <= 2 && text.find(L'\0') == std::wstring::npos);
+    }
+}
+
+/// A table whose every field can be told from what a value read leaves.
+ChannelTable MakeTable() {
+    ChannelTable table{};
+    for (std::size_t index = 0; index < table.size(); ++index) {
+        table[index] = {.view_ident = static_cast<std::uint32_t>(index + 1), .unit = 130, .value_type = kUntouched};
+        platform::CopyText(table[index].label, L"label");
+        platform::CopyText(table[index].text, L"text");
+    }
+    return table;
+}
+
+/// Ident, unit and texts stay; what was not read stays as a whole, and stands behind all that was.
+void CheckValues(ChannelTable& table, const ChannelTable& before) {
+    bool is_behind = false;
+    for (ChannelRecord& record : table) {
+        is_behind = is_behind || record.value_type == kUntouched;
+        Require(is_behind == (record.value_type == kUntouched) && (is_behind || record.value_type <= kNumber));
+        Require(record.resolution <= 0xFF && (record.value_type == kNumber || record.value == 0.0F));
+        record.value_type = kUntouched;
+        record.value      = 0.0F;
+        record.resolution = 0;
+    }
+    Require(std::memcmp(&table, &before, sizeof(table)) == 0);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const ChannelTable before = MakeTable();
+    static ChannelTable table;
+    TryByteView({data, size});
+    test::Input input(data, size);
+    test::Conversation conversation(input);
+    const InstrumentConnection& connection = conversation.Connection();
+    table                                  = before;
+    const std::uint32_t values             = Nelto780GetOnlineValues2004(connection, table);
+    Require(values == kDone || values == kBadAnswer || values == kNoValuesZeroing);
+    if (conversation.Stopped()) Require(values == kBadAnswer && conversation.Requests() == 0);
+    if (values != kDone) Require(table.front().value_type == kUntouched);
+    CheckValues(table, before);
+
+    std::uint32_t sub_type    = kUntouched;
+    const std::uint32_t typed = GetSubType2004(connection, sub_type);
+    Require(typed <= kTransportFailure && sub_type <= 0xFF && (typed == kDone || sub_type == kUntouched));
+    Require(SetSlaveMode2004(connection, input.Byte() % 2 != 0) <= kModeChangeFailed);
+    Require(SynchronizeClock2004(connection) <= kTransportFailure);
+    const std::uint32_t clock = SynchronizeClock710(connection);
+    Require(clock == kDone || clock == kBadAnswer);
+    return 0;
+}
