@@ -1,7 +1,7 @@
 # Thin verbs for people; the work is done by the scripts in tools/ and by the CMake presets.
 #
 #   make run ARGS="JOB17 6420=3" UI_LANGUAGE=de    make fuzz SECONDS=600
-.PHONY: help run test build bench fuzz endurance package lint clean
+.PHONY: help run test build bench fuzz coverage endurance package lint clean
 
 export ARGS UI_LANGUAGE LINK SCENARIO ANALYSER SEED CYCLES MINUTES
 
@@ -13,6 +13,7 @@ help:
 	@echo "make build    the program in dist/NeltoStackWatcher, the simulator in dist/simulator"
 	@echo "make bench    benchmarks"
 	@echo "make fuzz     every fuzzer for SECONDS= (60) seconds, or until RUNS= executions in all"
+	@echo "make coverage how much of the parsers the fuzzers' corpora reach"
 	@echo "make endurance  a simulated day with a thousand faults over each link, then MINUTES= (3) of reconnects under Wine"
 	@echo "make package  installers, zips and what goes with them, in dist/packages"
 	@echo "make lint     format, static analysis, include rules"
@@ -32,6 +33,9 @@ bench:
 
 fuzz:
 	@$(here)tools/fuzz $(if $(RUNS),RUNS=$(RUNS),$(or $(SECONDS),60))
+
+coverage:
+	@$(here)tools/coverage
 
 endurance:
 	@$(here)tools/endurance
