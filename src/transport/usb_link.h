@@ -41,8 +41,8 @@ struct UsbLink {
                                                std::span<std::uint8_t> reply, std::size_t& reply_length,
                                                std::uint32_t timeout_ms);
 
-/// Throws away what came after a message had failed, so that it cannot pass for the answer to the next one; nothing is asked of
-/// the driver otherwise. True when there was anything. For the program's own conversations.
+/// Throws away what came after a message had timed out or the driver had failed, so that it cannot pass for the answer to the next
+/// one; nothing is asked of the driver otherwise. True when there was anything. For the program's own conversations.
 bool DropLateUsbBytes(UsbLink& link);
 
 /// Waits at most `timeout_ms`, or until a stop is requested, for an answer that nobody asks for any more, and throws it away.

@@ -8,7 +8,8 @@
 
 namespace {
 
-/// Ends the process at once: nothing of it can be trusted, so that no handler runs.
+/// Ends the process at once: nothing of it can be trusted, so that no handler runs. Windows 7 does not know the interrupt and takes
+/// it for an access violation, which ends the process too.
 [[noreturn]] void FailFast(unsigned reason) {
     asm volatile("int $0x29" : : "c"(reason));
     __builtin_unreachable();
