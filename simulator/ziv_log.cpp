@@ -23,7 +23,7 @@ constexpr std::string_view kReceiveTime = "Receive time ";
 constexpr std::string_view kTransceive  = "Transceive error ";
 
 /// Lines that say nothing which a replay needs.
-constexpr std::array<std::string_view, 2> kPassedOver = {"Timeout ", "nelto 710 "};
+constexpr std::array<std::string_view, 3> kPassedOver = {"Timeout ", "nelto 710 ", "LATE: "};
 /// How an opening ended that failed; the error's number comes before its sentence.
 constexpr std::array<std::string_view, 4> kOpeningFaults = {"Error Number ", "Port open failed",
                                                             "SetCommTimeouts failed", "GetCommState failed"};

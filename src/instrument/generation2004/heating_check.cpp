@@ -157,6 +157,9 @@ void HeatingCheckReader::TakeResults(const Reference& reference, ChannelTable& t
     auto read_records = BlockCommand<13>(kReadRecords, reference);
     read_records[11]  = static_cast<std::uint8_t>(record_count);
     if (!Ask(read_records) || record_count == 0 || entries.empty()) return;
+    // While a reply is owed, this may be an earlier one: then its size tells.
+    const std::size_t expected = std::size_t{read_records[11]} * entries.size() * kValueSize;
+    if (owed_ != 0 && talk_.Payload().Size() != expected) return;
 
     const std::size_t values = std::min(talk_.RecordCount(kValueSize), std::size_t{record_count} * entries.size());
     for (std::size_t index = 0; index < values; ++index) {
