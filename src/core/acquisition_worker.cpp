@@ -36,20 +36,20 @@ void Announce(ProgramState& state, const Instrument& instrument) {
     if (state.status == kSearching) state.status = kReading;
 }
 
-/// Reads into the worker's copy of the measurement. A read that fails half-way is dropped, so that what is shown and accepted is
-/// the last whole one.
-std::uint32_t ReadWhole(Measurement& measurement, Instrument& instrument,
+/// Reads into the worker's copy of the measurement. A read that a stop request cut short is dropped, so that what the user
+/// accepts is the last whole one. One that fails leaves what it has read so far, on purpose.
+std::uint32_t ReadWhole(ProgramState& state, Measurement& measurement, Instrument& instrument,
                         std::uint32_t (Instrument::*read)(ChannelTable&)) {
     const ChannelTable before  = measurement.tables.channels;
     const std::uint32_t result = (instrument.*read)(measurement.tables.channels);
-    if (result != 0) measurement.tables.channels = before;
+    if (result != 0 && state.stop_request != 0) measurement.tables.channels = before;
     return result;
 }
 
 std::uint32_t ReadConfiguration(ProgramState& state, Instrument& instrument) {
     Measurement measurement = state.measurement.BeginUpdate();
     instrument.SetActiveFuel(state.fuel_choice);
-    const std::uint32_t result = ReadWhole(measurement, instrument, &Instrument::ReadConfiguration);
+    const std::uint32_t result = ReadWhole(state, measurement, instrument, &Instrument::ReadConfiguration);
     if (result == 0) LabelChannelTable(measurement, state.oil_fuel);
     state.measurement.EndUpdate(measurement);
     return result;
@@ -71,7 +71,7 @@ Next ReadValuesOnce(ProgramState& state, Instrument& instrument) {
         return Next::kEnd;
     }
     Measurement measurement    = state.measurement.BeginUpdate();
-    const std::uint32_t result = ReadWhole(measurement, instrument, &Instrument::ReadValues);
+    const std::uint32_t result = ReadWhole(state, measurement, instrument, &Instrument::ReadValues);
     state.measurement.EndUpdate(measurement);
     if (result != 0) {
         state.status = result == kZeroing ? kNoValidValues : kBroken;
