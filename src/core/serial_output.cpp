@@ -17,7 +17,7 @@ namespace {
 constexpr std::string_view kLineEnd = "\n\r";  // line feed first: receivers in the field rely on it
 
 // How long the port may take for one line: a receiver that halts the port must not halt the dialog. 300 baud is fast enough.
-constexpr std::uint32_t kLeastLineTime = 100;  // milliseconds
+constexpr std::uint32_t kLeastLineTime = 500;  // milliseconds
 constexpr std::uint32_t kByteTime      = 40;   // milliseconds
 
 constexpr std::array<std::uint32_t, 7> kNeverSent = {

@@ -264,7 +264,7 @@ TEST_F(OutputTest, PutsUpWithEveryFaultOfTheOutputPortInSilence) {
     const std::uint32_t start = World().now;
     port.stands_still         = true;
     SendSerialOutput(state_, tables_.channels);
-    EXPECT_EQ(World().now - start, 100 + 7 * 40U);  // for the first line, and none after it
+    EXPECT_EQ(World().now - start, 500 + 7 * 40U);  // for the first line, and none after it
     EXPECT_TRUE(peer.written.empty());
     port.stands_still = false;
     peer.most_written = 3;

@@ -19,13 +19,13 @@ bool WriteOutput(OutputPort port, std::string_view bytes, std::uint32_t limit_ms
     OVERLAPPED operation = {};
     operation.hEvent     = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     if (operation.hEvent == nullptr) return false;
-    const bool done =
-        WriteFile(ToHandle(port), bytes.data(), static_cast<DWORD>(bytes.size()), nullptr, &operation) != 0 ||
-        GetLastError() != ERROR_IO_PENDING || WaitForSingleObject(operation.hEvent, limit_ms) == WAIT_OBJECT_0;
+    DWORD taken = 0;
+    bool done   = WriteFile(ToHandle(port), bytes.data(), static_cast<DWORD>(bytes.size()), &taken, &operation) != 0 ||
+                GetLastError() != ERROR_IO_PENDING || WaitForSingleObject(operation.hEvent, limit_ms) == WAIT_OBJECT_0;
     if (!done) {
-        DWORD taken = 0;
         CancelIo(ToHandle(port));
-        GetOverlappedResult(ToHandle(port), &operation, &taken, TRUE);  // until the driver lets go of `operation`
+        // Waits until the driver lets go of `operation`; it may have done with it just before.
+        done = GetOverlappedResult(ToHandle(port), &operation, &taken, TRUE) != 0;
     }
     CloseHandle(operation.hEvent);
     return done;
