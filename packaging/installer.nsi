@@ -83,7 +83,14 @@ VIProductVersion ${VERSION}.0
         ${GetParameters} $R0
         ClearErrors
         ${GetOptions} $R0 "/AllUsers" $R1
-        IfErrors done
+        IfErrors 0 all
+        StrCmp "${un}" "" done
+        ; An uninstaller that is started without the switch goes by the entry of its folder.
+        SetShellVarContext all
+        ReadRegStr $R1 SHCTX "${UNINSTALL_KEY}" "InstallLocation"
+        SetShellVarContext current
+        StrCmp $R1 $INSTDIR all done
+    all:
         StrCpy $R9 " /AllUsers"
         SetShellVarContext all
         UserInfo::GetAccountType
@@ -185,8 +192,11 @@ Section "Uninstall"
     !insertmacro DeleteFiles
     Delete "$INSTDIR\Uninstall.exe"
     RMDir "$INSTDIR" ; not with files in it that are not ours
-    Delete "${LINK}"
-    DeleteRegKey SHCTX "${UNINSTALL_KEY}"
+    ReadRegStr $R0 SHCTX "${UNINSTALL_KEY}" "InstallLocation"
+    ${If} $R0 == $INSTDIR ; else they belong to another installation
+        Delete "${LINK}"
+        DeleteRegKey SHCTX "${UNINSTALL_KEY}"
+    ${EndIf}
     ${GetParameters} $R0
     ClearErrors
     ${GetOptions} $R0 "/Upgrade" $R1
