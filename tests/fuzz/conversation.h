@@ -4,6 +4,7 @@
 
 #include "instrument/instrument_connection.h"
 #include "peers.h"
+#include "quick_driver.h"
 #include "transport/irda_transport.h"
 
 namespace nelto::test {
@@ -39,12 +40,12 @@ private:
     void Open() {
         switch (connection_.link.transport) {
             case Transport::kUsb:
-                usb_link_                 = QuickUsbLink();
+                usb_link_                 = rigs::QuickUsbLink();
                 connection_.link.usb_link = &usb_link_;
                 break;
             case Transport::kSerial: connection_.link.serial_port = platform::SerialHandle{1}; break;
             case Transport::kIrda:
-                Quick().irda_devices = OneIrdaAnalyser();
+                Quick().irda_devices = rigs::OneIrdaAnalyser();
                 Require(IrdaOpen() == kIrdaOpenOk);
                 break;
         }

@@ -1,22 +1,18 @@
-// What the fuzzers share: a condition that holds for every input, and the input itself.
+// What the fuzzers share: the input, and what holds for every table.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <span>
 #include <string>
 
 #include "core/channel_table.h"
+#include "platform/quick/quick_platform.h"
 
 namespace nelto::test {
 
-using ByteSpan = std::span<const std::uint8_t>;
-
-inline void Require(bool condition) {
-    if (!condition) std::abort();
-}
+using namespace platform::quick;
 
 /// The input of one run, taken from its front; where nothing is left there are zeros.
 class Input {

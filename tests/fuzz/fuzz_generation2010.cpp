@@ -4,11 +4,11 @@
 #include <array>
 #include <memory>
 
+#include "fuzz.h"
 #include "instrument/dispatch.h"
 #include "instrument/generation2010/base_2010.h"
 #include "instrument/instrument_connection.h"
 #include "instrument/opening.h"
-#include "quick_platform.h"
 
 namespace {
 

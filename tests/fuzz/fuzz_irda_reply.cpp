@@ -1,7 +1,8 @@
 // Infrared: device lists and replies in pieces. The first two bytes are the calls that fail, the next one chooses. A reply's
 // capacity comes from the byte behind it, and each of its pieces is one length byte and as many bytes, length 0 for an
 // analyser that has gone.
-#include "quick_platform.h"
+#include "fuzz.h"
+#include "quick_driver.h"
 #include "transport/irda_transport.h"
 
 namespace {
@@ -71,7 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     PiecePeer peer(input);
     test::ResetQuick(&peer, failures);
     if (input.Byte() % 2 == 0) {
-        TryOpening(test::OneIrdaAnalyser());
+        TryOpening(rigs::OneIrdaAnalyser());
         TryReply(peer, input.Byte());
         TryReply(peer, input.Byte());
     } else {

@@ -8,8 +8,8 @@
 #include "core/output_text.h"
 #include "core/serial_output.h"
 #include "core/value_text.h"
+#include "fuzz.h"
 #include "platform/wide_text.h"
-#include "quick_platform.h"
 
 namespace {
 

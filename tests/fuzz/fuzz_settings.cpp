@@ -7,6 +7,7 @@
 #include "instrument/instrument_connection.h"
 #include "peers.h"
 #include "platform/wide_text.h"
+#include "quick_driver.h"
 
 namespace {
 
@@ -75,9 +76,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const std::wstring kDirectory(300, L'd');
     Quick().temp_directory = std::wstring_view(kDirectory).substr(0, input.Byte());
     Quick().has_library    = [](std::wstring_view name) { return name == L"FTD2XX.DLL"; };
-    Quick().find_function  = test::FindDriverFunction;
+    Quick().find_function  = rigs::FindDriverFunction;
     Quick().driver_version = L"3.02.11";
-    Quick().irda_devices   = test::OneIrdaAnalyser();
+    Quick().irda_devices   = rigs::OneIrdaAnalyser();
 
     TryStart(state, numbers);
     TrySerialOutput(state);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "peers.h"
+#include "quick_driver.h"
 
 namespace {
 
@@ -23,7 +24,7 @@ void TryReply(Input& input) {
     const auto reply           = std::span(storage).last(capacity);  // the first byte too many is outside
     test::StepPeer peer(input);
     test::ResetQuick(&peer);
-    UsbLink link = test::QuickUsbLink();
+    UsbLink link = rigs::QuickUsbLink();
     for (int round = 0; round < 2; ++round) {  // the second begins with what the first left behind
         std::size_t length = 1;
         DropLateUsbBytes(link);
@@ -100,7 +101,7 @@ void* FindFunction(std::string_view name) {
     };
     if (calls->Byte() >= 0xF0) return nullptr;
     const auto row = std::ranges::find(kFunctions, name, &DriverFunction::name);
-    return row == kFunctions.end() ? test::FindDriverFunction(name) : row->address;
+    return row == kFunctions.end() ? rigs::FindDriverFunction(name) : row->address;
 }
 
 void TryDevices(Input& input, std::uint8_t choice) {

@@ -4,7 +4,6 @@
 #include <array>
 
 #include "fuzz.h"
-#include "quick_platform.h"
 #include "transport/block_frame.h"
 
 namespace nelto::test {

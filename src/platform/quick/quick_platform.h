@@ -1,16 +1,21 @@
-// The platform room for fuzzers: one far end for every link, no files, no allocation, so that a run costs what the program's
-// own code costs. It is linked before the in-memory platform and so keeps that one out: a platform function that is
-// missing here is reported as defined twice.
+// The twin for fuzzers: one far end for every link, no files, no allocation, so that a run costs what the program's own code does.
+// Linked before the in-memory twin, it keeps that one out; a function that is missing here is reported as defined twice.
 #pragma once
 
 #include <array>
 #include <cstdint>
+#include <cstdlib>
+#include <span>
 #include <string_view>
 
-#include "fuzz.h"
-#include "transport/usb_link.h"
+namespace nelto::platform::quick {
 
-namespace nelto::test {
+using ByteSpan = std::span<const std::uint8_t>;
+
+/// What holds for every input; ends the run where it does not.
+inline void Require(bool condition) {
+    if (!condition) std::abort();
+}
 
 /// The far end of whatever link is open.
 class Peer {
@@ -88,12 +93,4 @@ struct QuickWorld {
 /// A fresh world with this far end.
 void ResetQuick(Peer* peer = nullptr, std::uint32_t failures = 0);
 
-/// An open link over the FTDI driver of this world.
-[[nodiscard]] UsbLink QuickUsbLink();
-/// The functions of an FTDI driver with one analyser of type 2 attached, by their published names; null for any other.
-[[nodiscard]] void* FindDriverFunction(std::string_view name);
-
-/// Device list with one analyser in range.
-[[nodiscard]] ByteSpan OneIrdaAnalyser();
-
-}  // namespace nelto::test
+}  // namespace nelto::platform::quick
