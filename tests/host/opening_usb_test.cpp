@@ -3,6 +3,7 @@
 #include "fake_d2xx.h"
 #include "instrument/instrument_connection.h"
 #include "instrument/link.h"
+#include "support.h"
 
 namespace nelto::test {
 namespace {

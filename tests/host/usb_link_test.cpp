@@ -7,6 +7,7 @@
 #include "platform/memory/memory_dynamic_library.h"
 #include "platform/memory/memory_event.h"
 #include "platform/memory/memory_file_version.h"
+#include "support.h"
 
 namespace nelto::test {
 namespace {

@@ -1,6 +1,8 @@
 // The worker and the dialog's side of the program state, each on a thread of its own, for the thread sanitizer. The worker owns
 // the in-memory world, whose clock is its own; the dialog's side touches the program state, the string table, which stands
 // still, and the port of the serial output, which nobody else opens: the same division as in the program.
+#include <gtest/gtest.h>
+
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -12,10 +14,12 @@
 #include "core/manual_values.h"
 #include "core/serial_output.h"
 #include "instrument/instrument_connection.h"
-#include "support.h"
+#include "serial_peers.h"
 
 namespace nelto::test {
 namespace {
+
+using namespace rigs;
 
 constexpr std::size_t kChannels          = 30;
 constexpr std::uint32_t kFirstIdent      = 0x0A01;  // from here on the program has no labels of its own

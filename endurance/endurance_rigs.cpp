@@ -1,5 +1,7 @@
 #include "endurance_rigs.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <limits>
 #include <string_view>
@@ -7,6 +9,7 @@
 
 #include "analyser_2004.h"
 #include "block_session.h"
+#include "core/program_state.h"
 #include "fake_d2xx.h"
 #include "fake_maker_libraries.h"
 #include "infrared_session.h"
@@ -14,7 +17,7 @@
 #include "platform/memory/memory_irda_socket.h"
 #include "scenario.h"
 
-namespace nelto::test {
+namespace nelto::endurance {
 namespace {
 
 using platform::memory::TheIrdaWorld;
@@ -360,4 +363,4 @@ std::unique_ptr<Rig> UsbRig() { return std::make_unique<Usb>(); }
 std::unique_ptr<Rig> InfraredRig() { return std::make_unique<Infrared>(); }
 std::unique_ptr<Rig> Generation2010Rig() { return std::make_unique<Generation2010>(); }
 
-}  // namespace nelto::test
+}  // namespace nelto::endurance

@@ -12,7 +12,7 @@
 #include "instrument/generation2010/library_records.h"
 #include "platform/memory/memory_dynamic_library.h"
 
-namespace nelto::test {
+namespace nelto::rigs {
 
 struct FakeMaker {
     static constexpr std::uint64_t kUsbHandle  = 0x1122334400000007;
@@ -69,4 +69,4 @@ void DivideInstrumentFunctions(const std::set<std::string>& first);
     return BitsRecord(ident, std::bit_cast<std::uint32_t>(value), unit);
 }
 
-}  // namespace nelto::test
+}  // namespace nelto::rigs

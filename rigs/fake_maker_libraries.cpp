@@ -5,7 +5,7 @@
 
 #include "platform/wide_text.h"
 
-namespace nelto::test {
+namespace nelto::rigs {
 namespace {
 
 using platform::memory::InstallLibrary;
@@ -222,4 +222,4 @@ void DivideInstrumentFunctions(const std::set<std::string>& first) {
     InstallLibrary(L"nelto7XXT.dll", parts[1]);
 }
 
-}  // namespace nelto::test
+}  // namespace nelto::rigs

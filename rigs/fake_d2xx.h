@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "platform/memory/memory_platform.h"
-#include "support.h"
+#include "serial_peers.h"
 
-namespace nelto::test {
+namespace nelto::rigs {
 
 /// One FTDI converter and what is behind it.
 struct FtdiDevice {
@@ -71,4 +71,4 @@ private:
     Bytes queue_;
 };
 
-}  // namespace nelto::test
+}  // namespace nelto::rigs

@@ -1,5 +1,7 @@
 #include "fake_d2xx.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 
 #include "platform/memory/memory_dynamic_library.h"
@@ -7,7 +9,7 @@
 #include "platform/memory/memory_file_version.h"
 #include "transport/d2xx.h"
 
-namespace nelto::test {
+namespace nelto::rigs {
 
 using d2xx::EarlyProgramData;
 using d2xx::Status;
@@ -212,4 +214,4 @@ void FakeD2xx::Deliver() {
     platform::memory::SignalEvent(event_);
 }
 
-}  // namespace nelto::test
+}  // namespace nelto::rigs

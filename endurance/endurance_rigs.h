@@ -9,8 +9,11 @@
 #include <vector>
 
 #include "faults.h"
+#include "serial_peers.h"
 
-namespace nelto::test {
+namespace nelto::endurance {
+
+using namespace rigs;
 
 /// A fault of the driver or of the system that lasts until it is ended.
 struct Trouble {
@@ -55,4 +58,4 @@ void BeginLongWorld();
 /// Milliseconds since then, across the wrap.
 [[nodiscard]] std::uint64_t RunningTime();
 
-}  // namespace nelto::test
+}  // namespace nelto::endurance

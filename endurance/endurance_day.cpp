@@ -12,6 +12,8 @@
 #define HEAP_IN_USE mallinfo2().uordblks
 #endif
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -23,9 +25,8 @@
 #include "core/serial_output.h"
 #include "endurance_rigs.h"
 #include "instrument/instrument_connection.h"
-#include "support.h"
 
-namespace nelto::test {
+namespace nelto::endurance {
 namespace {
 
 constexpr std::uint32_t kCyclesOfADay     = 86400;
@@ -301,4 +302,4 @@ INSTANTIATE_TEST_SUITE_P(Links, Endurance,
                          [](const testing::TestParamInfo<Link>& link) { return link.param.name; });
 
 }  // namespace
-}  // namespace nelto::test
+}  // namespace nelto::endurance
