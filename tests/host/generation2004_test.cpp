@@ -373,13 +373,5 @@ TEST_F(Generation2004Test, AsksForNoMoreHeatingCheckListsThanATableHolds) {
     EXPECT_LE(peer_.requests.size(), 70U);
 }
 
-TEST_F(Generation2004Test, EndsAConversationBetweenTwoExchangesWhenAStopIsRequested) {
-    Open();
-    peer_.requests.clear();
-    state_.stop_request = 1;
-    EXPECT_EQ(Configure(), 2U);
-    EXPECT_TRUE(peer_.requests.empty());
-}
-
 }  // namespace
 }  // namespace nelto::test

@@ -2,11 +2,9 @@
 
 #include <array>
 
-#include "analyser_2004.h"
+#include "fault_stage.h"
 #include "instrument/instrument_connection.h"
 #include "platform/memory/memory_irda_socket.h"
-#include "scenario.h"
-#include "support.h"
 
 namespace nelto {
 namespace {
@@ -261,53 +259,15 @@ TEST_F(IrdaTransport, TracesSixteenBytesALineAndAnEmptyLineBehindAFullOne) {
     EXPECT_EQ(TheWorld().files[kLog], expected);
 }
 
-/// The whole program side of the connection over infrared, with the simulated analyser in range.
-class IrdaConnection : public IrdaTransport {
-protected:
-    void SetUp() override {
-        IrdaTransport::SetUp();
-        state_.communication      = kIrda;
-        TheIrdaWorld().on_request = [this](const Bytes& request) {
-            Bytes answer = analyser_.Answer(request, 0).value();
-            answer[2]    = static_cast<std::uint8_t>(answer.size());
-            answer[3]    = static_cast<std::uint8_t>(answer.size() >> 8);
-            if (vanishes_) answer.resize(answer.size() - 1);
-            TheIrdaWorld().pieces.emplace_back(answer);
-            if (vanishes_) TheIrdaWorld().pieces.emplace_back(Bytes{});
-        };
-    }
-
-    static simulator::AnalyserData DefaultData() {
-        std::string error;
-        return simulator::ParseScenario(simulator::DefaultScenarioText(), error).value().analyser;
-    }
-
-    ProgramState state_;
-    simulator::Analyser2004 analyser_{DefaultData()};
-    bool vanishes_ = false;
-};
-
-TEST_F(IrdaConnection, ReadsAnAnalyserThatIsNeverIdentifiedUntilItVanishes) {
-    const std::unique_ptr<Instrument> instrument = OpenInstrumentConnection(state_);
+TEST_F(IrdaTransport, AnAnalyserIsNeverIdentifiedAndAskedForItsSlaveModeAtTheEnd) {
+    test::Stage stage(Transport::kIrda);
+    const std::unique_ptr<Instrument> instrument = OpenInstrumentConnection(stage.state);
     ASSERT_NE(instrument, nullptr);
     EXPECT_EQ(instrument->Kind(), 780u);
     EXPECT_EQ(instrument->SubType(), 0u);
-    EXPECT_TRUE(TheIrdaWorld().requests.empty());  // no identification, no clock, no sub type
-    ChannelTable channels{};
-    EXPECT_EQ(instrument->ReadConfiguration(channels), 0u);
-    EXPECT_EQ(instrument->ReadValues(channels), 0u);
-    EXPECT_EQ(channels[0].view_ident, 0x0901u);
-    EXPECT_NEAR(channels[0].value, 4.2, 0.6);
-
+    EXPECT_TRUE(stage.requests.empty());  // no identification, no clock, no sub type
     instrument->Close();
-    EXPECT_EQ(TheIrdaWorld().requests.back(), Bytes{0x90});  // slave mode asked for before the socket is closed
-    EXPECT_EQ(TheIrdaWorld().open_sockets + TheIrdaWorld().references, 0u);
-
-    const std::unique_ptr<Instrument> next = OpenInstrumentConnection(state_);
-    ASSERT_NE(next, nullptr);
-    vanishes_ = true;
-    EXPECT_EQ(next->ReadValues(channels), 2u);  // without waiting
-    next->Close();
+    EXPECT_EQ(stage.requests, (std::vector<Bytes>{{0x90}, {0x20, 0}}));  // before the socket is closed
     EXPECT_EQ(TheIrdaWorld().open_sockets + TheIrdaWorld().references, 0u);
 }
 

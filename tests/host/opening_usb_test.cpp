@@ -1,5 +1,3 @@
-#include <random>
-
 #include "fake_d2xx.h"
 #include "instrument/instrument_connection.h"
 #include "instrument/link.h"
@@ -119,24 +117,6 @@ TEST_F(UsbOpening, DeviceType2IsTriedBefore16AndNoOther) {
     EXPECT_TRUE(Open());
     EXPECT_FALSE(preferred.requests.empty());
     EXPECT_TRUE(library_.AllReleased());
-}
-
-// As a technician's cable does: the driver fails somewhere, the search begins anew, again and again.
-TEST_F(UsbOpening, ThousandsOfBrokenRoundsLeaveNothingOpen) {
-    constexpr const char* kFunctions[] = {"FT_ListDevices", "FT_OpenEx",         "FT_GetDeviceInfo",
-                                          "FT_SetBaudRate", "FT_Close",          "FT_SetEventNotification",
-                                          "FT_Write",       "FT_GetQueueStatus", "FT_Read"};
-    library_.Attach(2, "1", &analyser_);
-    std::mt19937 random(7);
-    int opened = 0;
-    for (int round = 0; round < 2000; ++round) {
-        library_.calls.clear();
-        library_.failures = {{kFunctions[random() % std::size(kFunctions)], {.status = 1, .first = 1 + random() % 12}}};
-        opened += Open() ? 1 : 0;
-        ASSERT_TRUE(library_.AllReleased()) << "round " << round << ": " << library_.failures.begin()->first;
-    }
-    EXPECT_GT(opened, 100);
-    EXPECT_LT(opened, 1900);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "fake_d2xx.h"
-#include "platform/clock.h"
 #include "platform/memory/memory_dynamic_library.h"
 #include "platform/memory/memory_event.h"
 #include "platform/memory/memory_file_version.h"
@@ -447,16 +446,6 @@ TEST_F(UsbMessages, TheTimeoutHoldsForEachPieceAndIsTheCalls) {
     EXPECT_EQ(link_->timeout_ms, 150u);
     EXPECT_EQ(NeltoUSBSetTimeout(link_, 70), kUsbOk);
     EXPECT_EQ(link_->timeout_ms, 70u);
-}
-
-TEST_F(UsbMessages, ALateAnswerIsNotTakenForTheNextOne) {
-    Answer(Packet(0, 1, Bytes{1}), 300);
-    EXPECT_EQ(Transceive(Hex("AA")), kUsbTimeout);
-    platform::SleepMilliseconds(200);
-    Answer(Packet(0, 1, Bytes{2}));
-    DropLateUsbBytes(*link_);
-    EXPECT_EQ(Transceive(Hex("AB")), kUsbOk);
-    EXPECT_EQ(reply_, Bytes{2});
 }
 
 struct DriverRow {
