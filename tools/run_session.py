@@ -122,8 +122,9 @@ def main():
     language = os.environ.get("UI_LANGUAGE") or "en"
     link = os.environ.get("LINK") or "usb"
     analyser = os.environ.get("ANALYSER")
-    if analyser and (analyser not in map(str, drop_in_generation2010.KINDS) or link == "irda"):
-        say(f"ANALYSER is one of {', '.join(map(str, drop_in_generation2010.KINDS))}, over usb or serial")
+    if analyser and (analyser not in map(str, drop_in_generation2010.KINDS) or link == "irda" or
+                     (analyser == "760" and link != "usb")):
+        say(f"ANALYSER is one of {', '.join(map(str, drop_in_generation2010.KINDS))}, over usb or serial (760: usb alone)")
         return 2
     if language not in VALUES_AVAILABLE or link not in LINKS:
         say(f"UI_LANGUAGE is one of {', '.join(VALUES_AVAILABLE)}; LINK is one of {', '.join(LINKS)}")
