@@ -11,7 +11,7 @@ import unittest
 from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
-sys.path[:0] = [str(HERE), str(HERE.parents[1] / "tools")]
+sys.path[:0] = [str(HERE), str(HERE.parents[1] / "tools"), str(HERE.parents[1] / "rigs")]
 import wine_env  # noqa: E402
 
 PARALLEL = 2

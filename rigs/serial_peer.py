@@ -1,4 +1,4 @@
-"""A generation-2004 analyser for the tests: the far end of a serial link, scripted by a table of answers.
+"""A generation-2004 analyser on a pty: the far end of a serial link, scripted by a table of answers.
 
 It shares nothing with the program or the simulator: framing, checksum and answers are written here once more, so that
 the program is held against a second reading of the protocol.
