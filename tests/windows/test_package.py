@@ -50,8 +50,7 @@ class Contents(unittest.TestCase):
         for arch in ("x64", "x86"):
             staged = contents(WORK / arch / "NeltoStackWatcher")
             self.assertLessEqual({"NeltoStackWatcher.exe", "README.txt", "THIRD-PARTY-NOTICES.txt"}, set(staged))
-            if (ROOT / "tools/make-help").exists():
-                self.assertLessEqual(set(make_packages.HELP_FILES), set(staged))
+            self.assertLessEqual(set(make_packages.HELP_FILES), set(staged))
             package = str(PACKAGES / f"NeltoStackWatcher-{VERSION}-{arch}")
             with self.subTest(arch), tempfile.TemporaryDirectory() as folder:
                 zipfile.ZipFile(package + "-portable.zip").extractall(folder)
@@ -176,6 +175,16 @@ class Installed(harness.WindowsTestCase):
                 self.uninstall(root, place / "NeltoStackWatcher")
                 self.assertEqual(self.files(), before)
                 self.assertFalse((place / "NeltoStackWatcher").exists())
+
+    def test_an_uninstaller_removes_its_own_installation_only(self):
+        self.begin()
+        for arguments in ([], ["/AllUsers"]):
+            self.assertEqual(self.run_to_end(SETUP, "/S", *arguments)[0], 0)
+        mine, common = self.links()
+        self.assertEqual(self.run_to_end(self.drive / "Program Files/NeltoStackWatcher/Uninstall.exe", "/S")[0], 0)
+        self.program.wait_until(lambda: self.registry(f"HKLM\\{UNINSTALL_KEY}") is None, "the entry for all users")
+        self.program.wait_until(lambda: self.links() == [mine], f"the end of {common}")
+        self.assertIsNotNone(self.registry(f"HKCU\\{UNINSTALL_KEY}"))
 
     def test_unpacked_anywhere(self):
         self.begin()
