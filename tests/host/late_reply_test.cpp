@@ -1,4 +1,10 @@
 // Replies that come after their time-out.
+#include <algorithm>
+#include <functional>
+#include <random>
+#include <set>
+#include <utility>
+
 #include "fault_stage.h"
 #include "instrument/dispatch.h"
 #include "instrument/generation2004/heating_check.h"
@@ -76,6 +82,38 @@ TEST(LateReply, NeverStandsUnderAnotherIdentInTheHeatingCheck) {
             ChannelTable channels{};
             EXPECT_EQ(GetOnlineValues(*connection, channels), 0U) << "the next conversation is in step";
             Nelto780Close(connection.get());
+        }
+    }
+}
+
+/// View idents and values of the heating check.
+std::set<std::pair<std::uint32_t, float>> ReadResults(Transport transport,
+                                                      const std::function<std::uint32_t(const Bytes&)>& delays) {
+    Stage stage(transport);
+    stage.delays          = delays;
+    const auto connection = Nelto780Open(stage.state);
+    ChannelTable table{};
+    if (connection == nullptr) return {};
+    static_cast<void>(ReadHeatingCheck2004(*connection, table));
+    std::set<std::pair<std::uint32_t, float>> results;
+    for (const ChannelRecord& record : UsedRecords(table)) results.emplace(record.view_ident, record.value);
+    Nelto780Close(connection.get());
+    return results;
+}
+
+TEST(LateReply, NeverStandsUnderAnotherIdentWhateverTheDelays) {
+    std::mt19937 random(20110307);
+    for (const Transport transport : {Transport::kSerial, Transport::kUsb}) {
+        const auto truth = ReadResults(transport, [](const Bytes&) { return 20U; });
+        ASSERT_EQ(truth.size(), 7U);
+        for (const std::uint32_t longest : {6000U, 9000U}) {
+            for (int run = 0; run < 250; ++run) {
+                const auto results = ReadResults(transport, [&](const Bytes& request) {
+                    const bool late = request.front() == 0xA5 && random() % 2 == 0;
+                    return late ? static_cast<std::uint32_t>(random() % longest) : 20U;
+                });
+                ASSERT_TRUE(std::ranges::includes(truth, results)) << "run " << run << ", up to " << longest << " ms";
+            }
         }
     }
 }
