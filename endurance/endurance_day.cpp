@@ -21,6 +21,7 @@
 #include <cstdlib>
 #include <random>
 
+#include "core/acquisition_worker.h"
 #include "core/dialog_view.h"
 #include "core/serial_output.h"
 #include "endurance_rigs.h"
@@ -98,7 +99,7 @@ private:
         std::uint32_t SubType() const override { return real_->SubType(); }
         std::uint32_t SetActiveFuel(std::int32_t fuel) override { return real_->SetActiveFuel(fuel); }
         std::uint32_t ReadConfiguration(ChannelTable& channels) override { return real_->ReadConfiguration(channels); }
-        std::uint32_t ReadHeatingCheck(ChannelTable& results) override { return real_->ReadHeatingCheck(results); }
+        bool ReadHeatingCheck(ChannelTable& results) override { return real_->ReadHeatingCheck(results); }
         std::uint32_t ReadValues(ChannelTable& channels) override {
             the_run->BeforeRead();
             const std::uint32_t result = real_->ReadValues(channels);
@@ -125,10 +126,11 @@ private:
         std::size_t& sent_;
     };
 
-    static std::unique_ptr<Instrument> Open(ProgramState& state) {
+    static std::unique_ptr<Instrument> Open(std::uint32_t communication, const std::atomic<std::uint32_t>& stop_request,
+                                            const char*& error) {
         EXPECT_EQ(the_run->rig_.Held(), 0U) << "left over by an earlier connection";
         the_run->rig_.Tick();
-        std::unique_ptr<Instrument> opened = OpenInstrumentConnection(state);
+        std::unique_ptr<Instrument> opened = OpenInstrumentConnection(communication, stop_request, error);
         if (opened == nullptr) return nullptr;
         ++the_run->connections;
         the_run->repeated_before_ = the_run->RepeatedBlocks();

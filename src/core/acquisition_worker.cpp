@@ -58,7 +58,7 @@ std::uint32_t ReadConfiguration(ProgramState& state, Instrument& instrument) {
 /// A new list replaces the earlier one; where none came, or a stop cut it short, the earlier one stays.
 void ReadHeatingCheck(ProgramState& state, Instrument& instrument) {
     ChannelTable results{};
-    const bool is_read      = state.heating_check != 0 && instrument.ReadHeatingCheck(results) == 0;
+    const bool is_read      = state.heating_check != 0 && instrument.ReadHeatingCheck(results);
     Measurement measurement = state.measurement.Copy();
     if (is_read && state.stop_request == 0) measurement.tables.heating_check = results;
     LabelHeatingCheckTable(measurement.tables.heating_check);
@@ -84,7 +84,9 @@ Next ReadValuesOnce(ProgramState& state, Instrument& instrument) {
 
 /// One connection from open to close.
 Next SearchOnce(ProgramState& state, OpenInstrument open) {
-    const std::unique_ptr<Instrument> instrument = open(state);
+    const char* error                            = "";
+    const std::unique_ptr<Instrument> instrument = open(state.communication, state.stop_request, error);
+    state.last_error                             = error;
     if (instrument == nullptr) return Pause(state) ? Next::kSearchAgain : Next::kEnd;
     if (state.stop_request != 0) {
         instrument->Close();

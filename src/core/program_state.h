@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "core/channel_table.h"
+#include "core/instrument.h"
 #include "platform/lock.h"
 
 namespace nelto {
@@ -17,20 +17,6 @@ enum AcquisitionStatus : std::uint32_t {
     kValuesAvailable = 2,
     kBroken          = 3,
     kNoValidValues   = 4,
-};
-
-/// Values of the "Communication" setting besides COM port numbers.
-enum Communication : std::uint32_t { kUsb = 0, kIrda = 1000 };
-
-enum InstrumentKind : std::uint32_t {
-    kKind710 = 710,
-    kKind711 = 711,
-    kKind745 = 745,
-    kKind746 = 746,
-    kKind752 = 752,
-    kKind760 = 760,
-    kKind780 = 780,
-    kKind781 = 781,
 };
 
 constexpr std::int32_t kNoFuelChoice = -1;

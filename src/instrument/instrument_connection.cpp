@@ -9,18 +9,18 @@ namespace nelto {
 namespace {
 
 /// What follows identification on every analyser: clock, then sub type, and the start-up of a 760.
-bool Prepare(InstrumentConnection& connection, ProgramState& state) {
+bool Prepare(InstrumentConnection& connection, const char*& error) {
     if (IsGeneration2010(connection.kind)) connection.generation2010 = std::make_unique<CNelto780Base2010>(connection);
     connection.log.Write(L"synchronize clock");
     if (connection.StopRequested()) return false;
     if (SynchronizeClock(connection) != kDone) {
-        return OpeningFailed(connection, state, L"Nelto 780 Open: Error synchronizing clock",
+        return OpeningFailed(connection, error, L"Nelto 780 Open: Error synchronizing clock",
                              "Nelto 780 Open: Error synchronizing clock");
     }
     connection.log.Write(L"get SubType");
     if (connection.StopRequested()) return false;
     if (GetSubType(connection) != kDone) {
-        return OpeningFailed(connection, state, L"Nelto 780 Open: GetSubType", "Nelto 780 Open: GetSubType failed");
+        return OpeningFailed(connection, error, L"Nelto 780 Open: GetSubType", "Nelto 780 Open: GetSubType failed");
     }
     if (connection.kind == kKind760) connection.generation2010->WakeUp();  // whatever comes of it
     connection.log.Write(L"Nelto 780 Open OK");
@@ -50,8 +50,8 @@ public:
     std::uint32_t ReadConfiguration(ChannelTable& channels) override {
         return GetOnlineConfiguration(*connection_, channels);
     }
-    std::uint32_t ReadHeatingCheck(ChannelTable& heating_check) override {
-        return ReadHeatingCheck2004(*connection_, heating_check);
+    bool ReadHeatingCheck(ChannelTable& heating_check) override {
+        return ReadHeatingCheck2004(*connection_, heating_check) == kDone;
     }
     std::uint32_t ReadValues(ChannelTable& channels) override { return GetOnlineValues(*connection_, channels); }
     std::uint32_t Close() override { return Nelto780Close(connection_.get()); }
@@ -62,23 +62,24 @@ private:
 
 }  // namespace
 
-std::unique_ptr<InstrumentConnection> Nelto780Open(ProgramState& state) {
-    state.last_error = "";
-    auto connection  = std::make_unique<InstrumentConnection>();
+std::unique_ptr<InstrumentConnection> Nelto780Open(std::uint32_t communication,
+                                                   const std::atomic<std::uint32_t>& stop_request, const char*& error) {
+    error           = "";
+    auto connection = std::make_unique<InstrumentConnection>();
     connection->log.Start();
     connection->log.Write(L"Nelto780Open");
-    connection->communication     = state.communication;
-    connection->link.stop_request = &state.stop_request;
+    connection->communication     = communication;
+    connection->link.stop_request = &stop_request;
     connection->link.transport    = TransportOf(connection->communication);
 
     const TransportOpening* opening = OpeningFor(connection->link.transport);
     if (opening == nullptr) return nullptr;
-    if (!opening->open(*connection, state)) {
+    if (!opening->open(*connection, error)) {
         CloseLink(connection->link);
         return nullptr;
     }
     connection->open = true;
-    if (!opening->identify(*connection, state) || !Prepare(*connection, state)) {
+    if (!opening->identify(*connection, error) || !Prepare(*connection, error)) {
         Nelto780Close(connection.get());
         return nullptr;
     }
@@ -100,8 +101,10 @@ std::uint32_t Nelto780Close(InstrumentConnection* connection) {
     return kDone;
 }
 
-std::unique_ptr<Instrument> OpenInstrumentConnection(ProgramState& state) {
-    std::unique_ptr<InstrumentConnection> connection = Nelto780Open(state);
+std::unique_ptr<Instrument> OpenInstrumentConnection(std::uint32_t communication,
+                                                     const std::atomic<std::uint32_t>& stop_request,
+                                                     const char*& error) {
+    std::unique_ptr<InstrumentConnection> connection = Nelto780Open(communication, stop_request, error);
     if (connection == nullptr) return nullptr;
     return std::make_unique<OpenedInstrument>(std::move(connection));
 }

@@ -5,9 +5,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "core/acquisition_worker.h"
-#include "core/channel_table.h"
-#include "core/program_state.h"
+#include "core/instrument.h"
 #include "diag/trace_log.h"
 #include "instrument/generation2010/base_2010.h"
 #include "instrument/link.h"
@@ -39,14 +37,18 @@ struct InstrumentConnection {
 };
 
 /// Finds, identifies and prepares the analyser on the link that the "Communication" setting names: clock set, sub type read.
-/// Null on failure, with a short text in `state.last_error` and the cause in the base log.
-[[nodiscard]] std::unique_ptr<InstrumentConnection> Nelto780Open(ProgramState& state);
+/// Null on failure, with a short text in `error` and the cause in the base log.
+[[nodiscard]] std::unique_ptr<InstrumentConnection> Nelto780Open(std::uint32_t communication,
+                                                                 const std::atomic<std::uint32_t>& stop_request,
+                                                                 const char*& error);
 
 /// Leaves slave mode and releases all that the connection holds. Returns 0, also for a connection that is closed already, and 1
 /// for null. The object itself stays its owner's.
 std::uint32_t Nelto780Close(InstrumentConnection* connection);
 
 /// Nelto780Open for the worker.
-[[nodiscard]] std::unique_ptr<Instrument> OpenInstrumentConnection(ProgramState& state);
+[[nodiscard]] std::unique_ptr<Instrument> OpenInstrumentConnection(std::uint32_t communication,
+                                                                   const std::atomic<std::uint32_t>& stop_request,
+                                                                   const char*& error);
 
 }  // namespace nelto

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "core/program_state.h"
+#include "core/instrument.h"
 #include "diag/trace_log.h"
 #include "transport/irda_transport.h"
 #include "transport/serial_transport.h"

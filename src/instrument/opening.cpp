@@ -19,10 +19,9 @@ const TransportOpening* OpeningFor(Transport transport) {
     return row == kOpenings.end() ? nullptr : &*row;
 }
 
-bool OpeningFailed(const InstrumentConnection& connection, ProgramState& state, const wchar_t* text,
-                   const char* error) {
+bool OpeningFailed(const InstrumentConnection& connection, const char*& error, const wchar_t* text, const char* why) {
     connection.log.Write(text);
-    state.last_error = error;
+    error = why;
     return false;
 }
 

@@ -56,32 +56,32 @@ std::uint32_t DeviceCount(std::uint32_t product) {
     return count;
 }
 
-bool Failed(const InstrumentConnection& connection, ProgramState& state, const StepFailure& failure) {
+bool Failed(const InstrumentConnection& connection, const char*& error, const StepFailure& failure) {
     if (failure.log_line != nullptr) connection.log.Write(failure.log_line);
-    state.last_error = failure.last_error;
+    error = failure.last_error;
     return false;
 }
 
 /// Opens the one device of the product that was counted last.
-bool OpenCountedDevice(InstrumentConnection& connection, ProgramState& state, const OpenFailures& failures) {
+bool OpenCountedDevice(InstrumentConnection& connection, const char*& error, const OpenFailures& failures) {
     LibraryText<kUsbSerialCapacity> serial_number{};  // handed on as it came
     if (CallLibrary(library::kGetUsbSerialNumber, kFirstDevice, serial_number.data(), kUsbSerialCapacity) != 0) {
-        return Failed(connection, state, failures.serial_number);
+        return Failed(connection, error, failures.serial_number);
     }
     library::Handle device = 0;
     if (CallLibrary(library::kOpenBySerialNumber, serial_number.data(), &device) != 0) {
-        return Failed(connection, state, failures.open);
+        return Failed(connection, error, failures.open);
     }
     connection.library_handle = device;
     return true;
 }
 
-bool Open780(InstrumentConnection& connection, ProgramState& state, std::uint32_t product) {
+bool Open780(InstrumentConnection& connection, const char*& error, std::uint32_t product) {
     connection.log.Write(L"Instrument nelto 780 (2010): Try to open via USB");
     connection.kind = kKind781;
     CallLibrary(library::kStartLogging, kOn);
     DeviceCount(product);  // the serial number is that of the product counted last
-    if (!OpenCountedDevice(connection, state, kFailuresOf780)) return false;
+    if (!OpenCountedDevice(connection, error, kFailuresOf780)) return false;
     connection.log.Write(L"Instrument nelto 780 (2010) opened (via USB)");
     return true;
 }
@@ -96,9 +96,9 @@ bool FindProduct(InstrumentConnection& connection) {
     return false;
 }
 
-bool OpenProduct(InstrumentConnection& connection, ProgramState& state) {
+bool OpenProduct(InstrumentConnection& connection, const char*& error) {
     CallLibrary(library::kStartLogging, kOn);
-    if (!OpenCountedDevice(connection, state, kFailures)) return false;
+    if (!OpenCountedDevice(connection, error, kFailures)) return false;
     RoomyNumber2010 ident;
     CallDevice(connection, library::kGetIdent, &ident.value);
     connection.log.WriteF(L"nelto 745 or nelto 760 with ident %u opened via USB", ident.value);
@@ -108,11 +108,11 @@ bool OpenProduct(InstrumentConnection& connection, ProgramState& state) {
 
 }  // namespace
 
-bool OpenOverEmUsb(InstrumentConnection& connection, ProgramState& state) {
+bool OpenOverEmUsb(InstrumentConnection& connection, const char*& error) {
     const std::array<std::uint64_t, 2> counts = {DeviceCount(kProductsOf780[0]), DeviceCount(kProductsOf780[1])};
-    if (counts[0] + counts[1] == 1) return Open780(connection, state, kProductsOf780[counts[0] != 0 ? 0 : 1]);
-    if (FindProduct(connection)) return OpenProduct(connection, state);
-    return OpeningFailed(connection, state, L"no nelto fluegas instrument (nelto 745/780) found at USB",
+    if (counts[0] + counts[1] == 1) return Open780(connection, error, kProductsOf780[counts[0] != 0 ? 0 : 1]);
+    if (FindProduct(connection)) return OpenProduct(connection, error);
+    return OpeningFailed(connection, error, L"no nelto fluegas instrument (nelto 745/780) found at USB",
                          "no supported nelto analyzer found at USB");
 }
 

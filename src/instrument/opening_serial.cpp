@@ -74,7 +74,7 @@ void Settle(const InstrumentConnection& connection) {
 
 }  // namespace
 
-bool OpenOverSerial(InstrumentConnection& connection, ProgramState& state) {
+bool OpenOverSerial(InstrumentConnection& connection, const char*& error) {
     const std::uint32_t result = SerialOpen(connection.communication, connection.link.serial_port);
     std::array<wchar_t, 48> text{};
     platform::FormatText(text, L"NeltoRS232 return code: %u", result);
@@ -82,21 +82,21 @@ bool OpenOverSerial(InstrumentConnection& connection, ProgramState& state) {
     Settle(connection);
     if (result != 0) {
         connection.log.WriteF(L"Instrument opening via Bluetooth failed, Error code %u", result);
-        state.last_error = "open analyzer connection via Bluetooth SPP failed";
+        error = "open analyzer connection via Bluetooth SPP failed";
         return false;
     }
     connection.log.Write(L"Instrument opened via Bluetooth");
     return true;
 }
 
-bool IdentifyOverSerial(InstrumentConnection& connection, ProgramState& state) {
+bool IdentifyOverSerial(InstrumentConnection& connection, const char*& error) {
     if (connection.StopRequested()) return false;
     DirectAnswer answer;
-    std::size_t received      = 0;
-    const std::uint32_t error = LinkTransceive(connection.link, kGetIdent, answer, received, kGetIdentTimeoutSerial);
-    if (error != 0) {
-        connection.log.WriteF(L"GET_IDENT [Bluetooth] failed, Error code %u", error);
-        state.last_error = "GET_IDENT [Bluetooth] failed";
+    std::size_t received        = 0;
+    const std::uint32_t failure = LinkTransceive(connection.link, kGetIdent, answer, received, kGetIdentTimeoutSerial);
+    if (failure != 0) {
+        connection.log.WriteF(L"GET_IDENT [Bluetooth] failed, Error code %u", failure);
+        error = "GET_IDENT [Bluetooth] failed";
         return false;
     }
     connection.log.Write(L"GET_IDENT [Bluetooth] OK");
@@ -108,7 +108,7 @@ bool IdentifyOverSerial(InstrumentConnection& connection, ProgramState& state) {
         SwitchToPipe(connection);
         return true;
     }
-    return OpeningFailed(connection, state, L"GET_IDENT [Bluetooth] failed: wrong ident",
+    return OpeningFailed(connection, error, L"GET_IDENT [Bluetooth] failed: wrong ident",
                          "GET_IDENT [Bluetooth] failed: wrong ident");
 }
 

@@ -31,24 +31,24 @@ bool OpenFirstDevice(UsbLink*& link) {
 
 }  // namespace
 
-bool OpenOverUsb(InstrumentConnection& connection, ProgramState& state) {
-    if (!OpenFirstDevice(connection.link.usb_link)) return OpenOverEmUsb(connection, state);
+bool OpenOverUsb(InstrumentConnection& connection, const char*& error) {
+    if (!OpenFirstDevice(connection.link.usb_link)) return OpenOverEmUsb(connection, error);
     connection.kind = kKind780;
     connection.log.Write(L"Instrument nelto 780 (2004)/nelto 790 opened (via USB)");
     return true;
 }
 
 /// What the maker's library has opened is known by its product number already.
-bool IdentifyOverUsb(InstrumentConnection& connection, ProgramState& state) {
+bool IdentifyOverUsb(InstrumentConnection& connection, const char*& error) {
     if (connection.kind != kKind780) return true;
     DirectAnswer answer;
     std::size_t received = 0;
     if (LinkTransceive(connection.link, kGetIdent, answer, received, kGetIdentTimeoutUsb) != kUsbOk) {
-        return OpeningFailed(connection, state, L"GET_IDENT [nelto 780 2004] failed: instrument is switched off",
+        return OpeningFailed(connection, error, L"GET_IDENT [nelto 780 2004] failed: instrument is switched off",
                              "GET_IDENT [nelto 780 2004] failed: instrument is switched off");
     }
     if (!IsModel2004(std::span(answer).first(received))) {
-        return OpeningFailed(connection, state, L"GET_IDENT [nelto 780 2004] failed: wrong ident",
+        return OpeningFailed(connection, error, L"GET_IDENT [nelto 780 2004] failed: wrong ident",
                              "GET_IDENT [nelto 780 2004] failed: wrong ident");
     }
     connection.log.Write(L"GET_IDENT [nelto 780 2004] OK");

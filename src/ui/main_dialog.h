@@ -3,7 +3,7 @@
 
 #include <windows.h>
 
-#include "core/acquisition_worker.h"
+#include "core/instrument.h"
 #include "core/program_state.h"
 
 namespace nelto::ui {

@@ -207,12 +207,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     };
     Quick().find_function = FindFunction;
     {
-        static ProgramState state;
+        const char* error = "";
         InstrumentConnection connection;
         connection.kind           = kKinds[choice % kKinds.size()];
         connection.library_handle = kDevice2010;
         if (choice >= 248) connection.log.Start();
-        if (choice % 4 == 3 && !OpenOverEmUsb(connection, state)) return Require(open == 0), 0;
+        if (choice % 4 == 3 && !OpenOverEmUsb(connection, error)) return Require(open == 0), 0;
         connection.open = true;
         TryAnalyser(connection);
         if (open != 0) Require(Nelto780Close(&connection) == kDone);

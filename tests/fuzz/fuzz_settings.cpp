@@ -48,8 +48,9 @@ void TrySerialOutput(const ProgramState& state) {
 }
 
 void TryConnection(ProgramState& state) {
-    const std::unique_ptr<InstrumentConnection> connection = Nelto780Open(state);
-    Require((connection == nullptr) == (*state.last_error != '\0'));
+    const char* error     = "";
+    const auto connection = Nelto780Open(state.communication, state.stop_request, error);
+    Require((connection == nullptr) == (*error != '\0'));
     if (connection != nullptr) {
         Require(connection->communication == state.communication && connection->open);
         Require(connection->kind == kKind780 || connection->kind == kKind710 || IsGeneration2010(connection->kind));

@@ -55,11 +55,11 @@ public:
         channels[1].text       = {L'T', L'7'};
         return Take(script->configurations);
     }
-    std::uint32_t ReadHeatingCheck(ChannelTable& heating_check) override {
+    bool ReadHeatingCheck(ChannelTable& heating_check) override {
         script->calls += 'h';
         EXPECT_TRUE(UsedRecords(heating_check).empty());
         FirstFreeRecord(heating_check)->view_ident = 0xFF2E;
-        return Take(script->heating_checks);
+        return Take(script->heating_checks) == 0;
     }
     std::uint32_t ReadValues(ChannelTable& channels) override {
         script->calls += 'v';
@@ -75,7 +75,7 @@ public:
     }
 };
 
-std::unique_ptr<Instrument> FakeOpen(ProgramState&) {
+std::unique_ptr<Instrument> FakeOpen(std::uint32_t, const std::atomic<std::uint32_t>&, const char*&) {
     const bool found = !script->opens.empty() && script->opens.front();
     if (!script->opens.empty()) script->opens.pop_front();
     script->calls += found ? 'o' : 'x';

@@ -75,8 +75,8 @@ public:
     std::uint32_t ReadConfiguration(ChannelTable& channels) override {
         return Told(inner_->ReadConfiguration(channels), "cC", 2);
     }
-    std::uint32_t ReadHeatingCheck(ChannelTable& table) override {
-        return Told(inner_->ReadHeatingCheck(table), "hH", 1);
+    bool ReadHeatingCheck(ChannelTable& table) override {
+        return Told(inner_->ReadHeatingCheck(table) ? 0 : 1, "hH", 1) == 0;
     }
     std::uint32_t ReadValues(ChannelTable& channels) override {
         const std::uint32_t result = inner_->ReadValues(channels);
@@ -95,10 +95,11 @@ private:
     std::unique_ptr<Instrument> inner_;
 };
 
-std::unique_ptr<Instrument> OpenObserved(ProgramState& state) {
-    std::unique_ptr<Instrument> inner = OpenInstrumentConnection(state);
+std::unique_ptr<Instrument> OpenObserved(std::uint32_t communication, const std::atomic<std::uint32_t>& stop_request,
+                                         const char*& error) {
+    std::unique_ptr<Instrument> inner = nelto::OpenInstrumentConnection(communication, stop_request, error);
     the_stage->Note(inner == nullptr ? 'O' : 'o');
-    the_stage->Expect((inner == nullptr) == (*state.last_error != '\0') || state.stop_request != 0, "last error text");
+    the_stage->Expect((inner == nullptr) == (*error != '\0') || stop_request != 0, "last error text");
     return inner == nullptr ? nullptr : std::make_unique<ObservedInstrument>(std::move(inner));
 }
 

@@ -87,7 +87,7 @@ TEST_F(IrdaTransport, FailedOpeningsTellTheirCauseAndLeaveTheRestToClose) {
         TearDown();
 
         ProgramState state{.communication = kIrda};
-        EXPECT_EQ(OpenInstrumentConnection(state), nullptr);  // which closes as well
+        EXPECT_EQ(test::OpenInstrumentConnection(state), nullptr);  // which closes as well
         EXPECT_EQ(TheIrdaWorld().open_sockets + TheIrdaWorld().references, 0u);
         EXPECT_STREQ(state.last_error, "open analyzer connection via IrDA failed");
         EXPECT_TRUE(test::LogHas(L"Nelto780Base.txt",
@@ -261,7 +261,7 @@ TEST_F(IrdaTransport, TracesSixteenBytesALineAndAnEmptyLineBehindAFullOne) {
 
 TEST_F(IrdaTransport, AnAnalyserIsNeverIdentifiedAndAskedForItsSlaveModeAtTheEnd) {
     test::Stage stage(Transport::kIrda);
-    const std::unique_ptr<Instrument> instrument = OpenInstrumentConnection(stage.state);
+    const std::unique_ptr<Instrument> instrument = test::OpenInstrumentConnection(stage.state);
     ASSERT_NE(instrument, nullptr);
     EXPECT_EQ(instrument->Kind(), 780u);
     EXPECT_EQ(instrument->SubType(), 0u);

@@ -3,9 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 
 #include "core/program_state.h"
+#include "instrument/instrument_connection.h"
 #include "serial_peers.h"
 
 namespace nelto::test {
@@ -16,6 +18,10 @@ class HostTest : public testing::Test {
 protected:
     HostTest() { platform::memory::ResetWorld(); }
 };
+
+/// Opens as the worker does: by the state's settings, the reason of a failure into `last_error`.
+std::unique_ptr<InstrumentConnection> Nelto780Open(ProgramState& state);
+std::unique_ptr<Instrument> OpenInstrumentConnection(ProgramState& state);
 
 /// Lines of a log in the temporary directory, without its line ends.
 std::vector<std::string> LogLines(const std::wstring& file_name);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "core/program_state.h"
+#include "core/instrument.h"
 #include "instrument/generation2010/device_call.h"
 #include "instrument/generation2010/fuel.h"
 #include "instrument/generation2010/ident_translation.h"

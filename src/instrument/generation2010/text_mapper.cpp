@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "core/channel_table.h"
-#include "core/program_state.h"
+#include "core/instrument.h"
 #include "instrument/greek_letters.h"
 #include "platform/text_service.h"
 #include "platform/wide_text.h"
