@@ -1,6 +1,7 @@
 #include "fake_maker_libraries.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string_view>
 
 #include "platform/wide_text.h"
@@ -10,6 +11,8 @@ namespace {
 
 using platform::memory::InstallLibrary;
 using platform::memory::LibraryFunctions;
+using NumberOut = RoomyNumber2010<std::uint32_t>*;
+using HandleOut = RoomyNumber2010<std::uintptr_t>*;
 
 constexpr std::uint32_t kUsb  = static_cast<std::uint32_t>(FakeMaker::kUsbHandle);
 constexpr std::uint32_t kPipe = static_cast<std::uint32_t>(FakeMaker::kPipeHandle);
@@ -29,8 +32,11 @@ std::uint32_t CalledFor(std::uint32_t device, const std::string& name, Numbers..
     return device == kUsb || device == kPipe ? result : 999;
 }
 
-std::uint32_t Give(std::uint32_t result, std::uint32_t* out, std::uint32_t number) {
-    if (result == 0) *out = number;
+/// Writes 64 bits, of which the program reads the lower ones.
+void Write(void* out, std::uint64_t number) { std::memcpy(out, &number, sizeof(number)); }
+
+std::uint32_t Give(std::uint32_t result, void* out, std::uint32_t number) {
+    if (result == 0) Write(out, 0xEEEEEEEE00000000 | number);
     return result;
 }
 
@@ -72,7 +78,7 @@ struct Name {
 // The instrument functions by their forms. `kMember` holds what they give.
 
 template <Name kName, auto kMember>
-std::uint32_t GetNumber(std::uint32_t device, std::uint32_t* out) {
+std::uint32_t GetNumber(std::uint32_t device, NumberOut out) {
     return Give(CalledFor(device, kName.text), out, Maker().*kMember);
 }
 template <Name kName, auto kMember>
@@ -85,7 +91,7 @@ std::uint32_t Set(std::uint32_t device, std::uint32_t number) {
     return CalledFor(device, kName.text, number);
 }
 template <Name kName, auto kRecordsAt>
-std::uint32_t CountRecords(std::uint32_t device, std::uint32_t position, std::uint32_t* count) {
+std::uint32_t CountRecords(std::uint32_t device, std::uint32_t position, NumberOut count) {
     return Give(CalledFor(device, kName.text, position), count, TrueOrLie(kRecordsAt(position).size()));
 }
 template <Name kName, auto kRecordsAt>
@@ -102,7 +108,7 @@ std::uint32_t SetDateTime(std::uint32_t device, DateTime2010 date_time) {
     Maker().date_time = date_time;
     return CalledFor(device, "SetDateTime");
 }
-std::uint32_t GetMeasCacheCounter(std::uint32_t device, std::uint32_t* positions) {
+std::uint32_t GetMeasCacheCounter(std::uint32_t device, NumberOut positions) {
     const auto count = static_cast<std::uint32_t>(Maker().cache.size()) | Maker().position_count;
     return Give(CalledFor(device, "GetMeasCacheCounter"), positions, count);
 }
@@ -116,23 +122,22 @@ std::uint32_t GetAppFuelData(std::uint32_t device, std::uint32_t fuel, FuelData2
 
 // USB and pipe
 
-std::uint32_t GetNumberOfDevices(std::uint32_t product, std::uint32_t* count) {
+std::uint32_t GetNumberOfDevices(std::uint32_t product, NumberOut count) {
     Called("GetNumberOfDevices", product);
-    *count = Maker().usb_devices[product];
-    return 77;  // not a result: only the number counts
+    return Give(0, count, Maker().usb_devices[product]) + 77;  // not a result: only the number counts
 }
 std::uint32_t GetUsbSerialNumber(std::uint32_t device, wchar_t* text, std::uint32_t capacity) {
     return GiveText(Called("GetSerialNumber", device, capacity), text, capacity, Maker().usb_serial_number);
 }
-std::uint32_t OpenBySerialNumber(const wchar_t* text, std::uintptr_t* device) {
+std::uint32_t OpenBySerialNumber(const wchar_t* text, HandleOut device) {
     const std::uint32_t result = Called("OpenBySerialNumber");
     if (text != Maker().usb_serial_number) return 5;
-    if (result == 0) *device = FakeMaker::kUsbHandle;
+    if (result == 0) Write(device, FakeMaker::kUsbHandle);
     return result;
 }
-std::uint32_t OpenBluetoothFromPipe(std::uintptr_t port, std::uintptr_t* pipe) {
+std::uint32_t OpenBluetoothFromPipe(std::uintptr_t port, HandleOut pipe) {
     const std::uint32_t result = Called("OpenBluetoothFromPipe");
-    if (port != 0 && Maker().gives_pipe) *pipe = FakeMaker::kPipeHandle;
+    if (port != 0 && Maker().gives_pipe) Write(pipe, FakeMaker::kPipeHandle);
     return result;
 }
 
@@ -155,6 +160,9 @@ std::uint32_t GetViewString(const wchar_t* language, std::uint32_t ident, wchar_
 std::uint32_t GetFuelString(const wchar_t* language, std::uint32_t fuel, wchar_t* text, wchar_t* scratch,
                             std::uint32_t) {
     return GiveMapped(language, text, scratch, Maker().fuel_texts[fuel]);
+}
+std::uint32_t GetUnitsString(const wchar_t* language, std::uint32_t, wchar_t* text, wchar_t* scratch, std::uint32_t) {
+    return GiveMapped(language, text, scratch, L"unit");
 }
 
 template <typename Function>
@@ -211,7 +219,9 @@ void InstallFakeMaker() {
                                        {"NELTOEMUSB_OpenBySerialNumber", Export(OpenBySerialNumber)}});
     InstallLibrary(L"neltoRS232.dll", {{"NELTORS232_OpenBluetoothFromPipe", Export(OpenBluetoothFromPipe)}});
     for (const wchar_t* mapper : {L"IDTEXTMAPPER.DLL", L"IDTEXTMAPPER_T752.DLL", L"IDTEXTMAPPER_T780.DLL"}) {
-        InstallLibrary(mapper, {{"GetViewString", Export(GetViewString)}, {"GetFuelString", Export(GetFuelString)}});
+        InstallLibrary(mapper, {{"GetViewString", Export(GetViewString)},
+                                {"GetFuelString", Export(GetFuelString)},
+                                {"GetUnitsString", Export(GetUnitsString)}});
     }
 }
 

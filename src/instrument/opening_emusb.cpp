@@ -51,9 +51,9 @@ constexpr OpenFailures kFailures = {
 
 /// Whatever the library returns, only the number that it sets counts.
 std::uint32_t DeviceCount(std::uint32_t product) {
-    std::uint32_t count = 0;
+    RoomyNumber2010<std::uint32_t> count;
     CallLibrary(library::kGetNumberOfDevices, product, &count);
-    return count;
+    return count.value;
 }
 
 bool Failed(const InstrumentConnection& connection, const char*& error, const StepFailure& failure) {
@@ -68,11 +68,11 @@ bool OpenCountedDevice(InstrumentConnection& connection, const char*& error, con
     if (CallLibrary(library::kGetUsbSerialNumber, kFirstDevice, serial_number.data(), kUsbSerialCapacity) != 0) {
         return Failed(connection, error, failures.serial_number);
     }
-    library::Handle device = 0;
+    RoomyNumber2010<library::Handle> device;
     if (CallLibrary(library::kOpenBySerialNumber, serial_number.data(), &device) != 0) {
         return Failed(connection, error, failures.open);
     }
-    connection.library_handle = device;
+    connection.library_handle = device.value;
     return true;
 }
 
@@ -99,8 +99,8 @@ bool FindProduct(InstrumentConnection& connection) {
 bool OpenProduct(InstrumentConnection& connection, const char*& error) {
     CallLibrary(library::kStartLogging, kOn);
     if (!OpenCountedDevice(connection, error, kFailures)) return false;
-    RoomyNumber2010 ident;
-    CallDevice(connection, library::kGetIdent, &ident.value);
+    RoomyNumber2010<std::uint32_t> ident;
+    CallDevice(connection, library::kGetIdent, &ident);
     connection.log.WriteF(L"nelto 745 or nelto 760 with ident %u opened via USB", ident.value);
     if (ident.value == kIdent745Basic) connection.kind = kKind746;
     return true;

@@ -16,6 +16,7 @@ using namespace nelto;
 using test::Input;
 using test::Quick;
 using test::Require;
+using NumberOut = RoomyNumber2010<std::uint32_t>*;
 
 constexpr std::array<std::uint32_t, 6> kKinds = {781, 745, 760, 752, 711, 746};
 constexpr std::uint32_t kDevice2010           = 7;
@@ -52,14 +53,14 @@ std::uint32_t Close(std::uint32_t device) {
     Require(device == kDevice2010 && open-- == 1);
     return NextResult();
 }
-std::uint32_t GetNumber(std::uint32_t device, std::uint32_t* number) {
-    *number = NextNumber();
+std::uint32_t GetNumber(std::uint32_t device, NumberOut number) {
+    number->value = NextNumber();
     return DoNothing(device);
 }
 /// A few positions, or all that their one byte can count; what stands above that byte does not count.
-std::uint32_t CountPositions(std::uint32_t device, std::uint32_t* positions) {
-    *positions = NextNumber();
-    if (*positions != 0xFFFFFFFF) *positions &= 0xFFFFFF07;
+std::uint32_t CountPositions(std::uint32_t device, NumberOut positions) {
+    positions->value = NextNumber();
+    if (positions->value != 0xFFFFFFFF) positions->value &= 0xFFFFFF07;
     return DoNothing(device);
 }
 std::uint32_t GetText(std::uint32_t device, void* unread, wchar_t* text, std::uint32_t capacity) {
@@ -67,9 +68,7 @@ std::uint32_t GetText(std::uint32_t device, void* unread, wchar_t* text, std::ui
     GiveText(text, capacity);
     return DoNothing(device);
 }
-std::uint32_t CountRecords(std::uint32_t device, std::uint32_t, std::uint32_t* count) {
-    return GetNumber(device, count);
-}
+std::uint32_t CountRecords(std::uint32_t device, std::uint32_t, NumberOut count) { return GetNumber(device, count); }
 std::uint32_t GetRecords(std::uint32_t device, std::uint32_t, void* header, ValueRecord2010* records,
                          std::uint32_t count) {
     static_cast<std::uint8_t*>(header)[63] = 0xEE;
@@ -81,17 +80,17 @@ std::uint32_t GetAppFuelData(std::uint32_t device, std::uint32_t, FuelData2010* 
     *data = answers->Take<FuelData2010>();
     return DoNothing(device);
 }
-std::uint32_t GetNumberOfDevices(std::uint32_t, std::uint32_t* count) {
-    *count = NextNumber();
+std::uint32_t GetNumberOfDevices(std::uint32_t, NumberOut count) {
+    count->value = NextNumber();
     return NextResult();
 }
 std::uint32_t GetUsbSerialNumber(std::uint32_t, wchar_t* text, std::uint32_t capacity) {
     GiveText(text, capacity);
     return NextResult();
 }
-std::uint32_t OpenBySerialNumber(const wchar_t* text, std::uintptr_t* device) {
+std::uint32_t OpenBySerialNumber(const wchar_t* text, RoomyNumber2010<std::uintptr_t>* device) {
     Require(std::wstring_view(text).size() <= kUsbSerialCapacity);
-    *device                    = kDevice2010;
+    device->value              = kDevice2010;
     const std::uint32_t result = NextResult();
     if (result == 0) ++open;
     return result;

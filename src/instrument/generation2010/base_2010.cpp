@@ -63,10 +63,11 @@ CNelto780Base2010::CNelto780Base2010(InstrumentConnection& connection)
 
 std::uint32_t CNelto780Base2010::GetSubType() {
     connection_.log.Write(L"CNelto780Base2010::GetSubType");
-    std::uint32_t type = 0;
-    if (const auto error = CallDevice(connection_, library::kGetDeviceType, &type); error != 0) {
+    RoomyNumber2010<std::uint32_t> told;
+    if (const auto error = CallDevice(connection_, library::kGetDeviceType, &told); error != 0) {
         return Failed(L"NELTO760SPI_GetDeviceType: Error code %d", error);
     }
+    const std::uint32_t type = told.value;
     connection_.log.WriteF(L"NELTO760SPI_GetDeviceType: %d", static_cast<int>(type));
     connection_.sub_type = kOtherSubType;
     if (type < kSubTypesByType.size()) {

@@ -121,8 +121,8 @@ std::uint32_t ConfigurationReader::AddCurrentValues() {
 
 /// Hands the measurement back to the analyser as it was read.
 std::uint32_t ConfigurationReader::ConfirmMeasurement() {
-    RoomyNumber2010 measurement;
-    if (CallDevice(connection_, library::kGetCurrentMeasurement, &measurement.value) != 0) {
+    RoomyNumber2010<std::uint32_t> measurement;
+    if (CallDevice(connection_, library::kGetCurrentMeasurement, &measurement) != 0) {
         return Failed(L"NELTO760SPI_GetCurrentMeasurement failed");
     }
     if (CallDevice(connection_, library::kSetCurrentMeasurement, measurement.value) != 0) {
@@ -133,8 +133,8 @@ std::uint32_t ConfigurationReader::ConfirmMeasurement() {
 
 std::uint32_t ConfigurationReader::AddFuel() {
     if (channels_.Used() >= kRoomForFuel) return kDone;
-    RoomyNumber2010 active;
-    if (CallDevice(connection_, library::kGetActiveFuelId, &active.value) != 0) {
+    RoomyNumber2010<std::uint32_t> active;
+    if (CallDevice(connection_, library::kGetActiveFuelId, &active) != 0) {
         return Failed(L"NELTO760SPI_GetActiveFuelID failed");
     }
     const std::uint32_t library_fuel = active.value;
@@ -172,33 +172,33 @@ std::uint32_t ConfigurationReader::AddDevice() {
         channels_.Add(TextChannel(kDevice, L"Device", row->device_text));
         return kDone;
     }
-    std::uint32_t type = kUnsetDeviceType;
+    RoomyNumber2010<std::uint32_t> type{.value = kUnsetDeviceType};
     if (CallDevice(connection_, library::kGetDeviceType, &type) != 0)
         return Failed(L"NELTO760SPI_GetDeviceType failed");
     std::array<wchar_t, kChannelTextSize> text{};
-    platform::FormatText(text, L"nelto 780-%u", type & 0xFF);  // the type is one byte
+    platform::FormatText(text, L"nelto 780-%u", type.value & 0xFF);  // the type is one byte
     channels_.Add(TextChannel(kDevice, L"Device", platform::TextIn(text)));
     return kDone;
 }
 
 std::uint32_t ConfigurationReader::AddVersion() {
-    std::uint32_t version = 0;
+    RoomyNumber2010<std::uint32_t> version;
     if (CallDevice(connection_, library::kGetFirmwareVersion, &version) != 0) {
         return Failed(L"NELTO760SPI_GetFirmwareVersion failed");
     }
     std::array<wchar_t, kChannelTextSize> text{};
-    platform::FormatText(text, L"%X.%02X", version >> 8, version & 0xFF);
+    platform::FormatText(text, L"%X.%02X", version.value >> 8, version.value & 0xFF);
     channels_.Add(TextChannel(kVersion, L"Version", platform::TextIn(text)));
     return kDone;
 }
 
 std::uint32_t ConfigurationReader::AddSerialNumber() {
-    std::uint32_t number = 0;
+    RoomyNumber2010<std::uint32_t> number;
     if (CallDevice(connection_, library::kGetSerialNumberBox, &number) != 0) {
         return Failed(L"NELTO760SPI_GetSerialNumberBox failed");
     }
     std::array<wchar_t, kChannelTextSize> text{};
-    platform::FormatText(text, L"%08u", number);
+    platform::FormatText(text, L"%08u", number.value);
     channels_.Add(TextChannel(kSerialNumber, L"SerNo", platform::TextIn(text)));
     return kDone;
 }

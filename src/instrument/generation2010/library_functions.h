@@ -37,6 +37,11 @@ using Code     = std::uint32_t;
 using Unread   = void*;  // an output that nobody looks into, with room for an Unread2010
 using Records  = ValueRecord2010*;
 
+// Numbers that come back, each with room for 64 bits.
+using CountOut  = RoomyNumber2010<Count>*;
+using CodeOut   = RoomyNumber2010<Code>*;
+using HandleOut = RoomyNumber2010<Handle>*;
+
 template <typename... Arguments>
 using Row = LibraryFunction<Arguments...>;
 
@@ -47,37 +52,37 @@ constexpr auto kRs232      = LibraryFamily::kRs232;
 // clang-format off
 
 // Finding and opening. A product is a USB product number; devices of one product are counted from 0.
-constexpr Row<Product, Count*>                       kGetNumberOfDevices           {kEmUsb, "NELTOEMUSB_GetNumberOfDevices"};
+constexpr Row<Product, CountOut>                     kGetNumberOfDevices           {kEmUsb, "NELTOEMUSB_GetNumberOfDevices"};
 constexpr Row<Index, wchar_t*, Capacity>             kGetUsbSerialNumber           {kEmUsb, "NELTOEMUSB_GetSerialNumber"};
-constexpr Row<const wchar_t*, Handle*>               kOpenBySerialNumber           {kEmUsb, "NELTOEMUSB_OpenBySerialNumber"};
-constexpr Row<Handle, Handle*>                       kOpenBluetoothFromPipe        {kRs232, "NELTORS232_OpenBluetoothFromPipe"};
+constexpr Row<const wchar_t*, HandleOut>             kOpenBySerialNumber           {kEmUsb, "NELTOEMUSB_OpenBySerialNumber"};
+constexpr Row<Handle, HandleOut>                     kOpenBluetoothFromPipe        {kRs232, "NELTORS232_OpenBluetoothFromPipe"};
 constexpr Row<Code>                                  kStartLogging                 {kInstrument, "NELTO760SPI_StartLogging"};
-constexpr Row<Device, Code*>                         kGetIdent                     {kInstrument, "NELTO760SPI_GetIdent"};
+constexpr Row<Device, CodeOut>                       kGetIdent                     {kInstrument, "NELTO760SPI_GetIdent"};
 constexpr Row<Device>                                kClose                        {kInstrument, "NELTO760SPI_Close"};
 
 // Modes and device data. The first output of the two texts is not read.
 constexpr Row<Device, Code>                          kSetDeviceMode                {kInstrument, "NELTO760SPI_SetDeviceMode"};
 constexpr Row<Device, DateTime2010>                  kSetDateTime                  {kInstrument, "NELTO760SPI_SetDateTime"};
 constexpr Row<Device, Code>                          kSetShutdown                  {kInstrument, "NELTO760SPI_SetShutdown"};
-constexpr Row<Device, Code*>                         kGetDeviceType                {kInstrument, "NELTO760SPI_GetDeviceType"};
+constexpr Row<Device, CodeOut>                       kGetDeviceType                {kInstrument, "NELTO760SPI_GetDeviceType"};
 constexpr Row<Device, Unread, wchar_t*, Capacity>    kGetDeviceName                {kInstrument, "NELTO760SPI_GetDeviceName"};
-constexpr Row<Device, Code*>                         kGetFirmwareVersion           {kInstrument, "NELTO760SPI_GetFirmwareVersion"};
-constexpr Row<Device, Code*>                         kGetSerialNumberBox           {kInstrument, "NELTO760SPI_GetSerialNumberBox"};
+constexpr Row<Device, CodeOut>                       kGetFirmwareVersion           {kInstrument, "NELTO760SPI_GetFirmwareVersion"};
+constexpr Row<Device, CodeOut>                       kGetSerialNumberBox           {kInstrument, "NELTO760SPI_GetSerialNumberBox"};
 constexpr Row<Device, Unread, wchar_t*, Capacity>    kGetSmokePumpNumber           {kInstrument, "NELTO760SPI_GetSmokePumpNumber"};
 
 // Current values. The code before the outputs is always 0.
-constexpr Row<Device, Code, Count*>                  kGetNumberOfCurrentViewValues {kInstrument, "NELTO760SPI_GetNumberOfCurrentViewValues"};
+constexpr Row<Device, Code, CountOut>                kGetNumberOfCurrentViewValues {kInstrument, "NELTO760SPI_GetNumberOfCurrentViewValues"};
 constexpr Row<Device, Code, Unread, Records, Count>  kGetCurrentViewValues         {kInstrument, "NELTO760SPI_GetCurrentViewValues"};
-constexpr Row<Device, Code*>                         kGetCurrentMeasurement        {kInstrument, "NELTO760SPI_GetCurrentMeasurement"};
+constexpr Row<Device, CodeOut>                       kGetCurrentMeasurement        {kInstrument, "NELTO760SPI_GetCurrentMeasurement"};
 constexpr Row<Device, Code>                          kSetCurrentMeasurement        {kInstrument, "NELTO760SPI_SetCurrentMeasurement"};
 
 // Measurement cache. Positions are counted from 0; the library may write their number as one byte only.
-constexpr Row<Device, Count*>                        kGetMeasCacheCounter          {kInstrument, "NELTO760SPI_GetMeasCacheCounter"};
-constexpr Row<Device, Index, Count*>                 kGetMeasCacheNumberOfValues   {kInstrument, "NELTO760SPI_GetMeasCacheNumberOfValues"};
+constexpr Row<Device, CountOut>                      kGetMeasCacheCounter          {kInstrument, "NELTO760SPI_GetMeasCacheCounter"};
+constexpr Row<Device, Index, CountOut>               kGetMeasCacheNumberOfValues   {kInstrument, "NELTO760SPI_GetMeasCacheNumberOfValues"};
 constexpr Row<Device, Index, Unread, Records, Count> kGetMeasCacheValues           {kInstrument, "NELTO760SPI_GetMeasCacheValues"};
 
 // Fuels, by the libraries' own ids.
-constexpr Row<Device, Code*>                         kGetActiveFuelId              {kInstrument, "NELTO760SPI_GetActiveFuelID"};
+constexpr Row<Device, CodeOut>                       kGetActiveFuelId              {kInstrument, "NELTO760SPI_GetActiveFuelID"};
 constexpr Row<Device, Code>                          kSetActiveFuelId              {kInstrument, "NELTO760SPI_SetActiveFuelID"};
 constexpr Row<Device, Code, FuelData2010*>           kGetAppFuelData               {kInstrument, "NELTO760SPI_GetAppFuelData"};
 

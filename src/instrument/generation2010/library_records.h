@@ -72,9 +72,10 @@ constexpr std::uint32_t kUsbSerialCapacity  = 256;
 template <std::uint32_t capacity>
 using LibraryText = std::array<wchar_t, capacity + 1>;
 
-/// A number that a library gives, with room behind it: how wide some of them are is not known.
-struct RoomyNumber2010 {
-    std::uint32_t value = 0;
+/// A number that a library writes through a pointer; it may write more than the program reads.
+template <typename Number>
+struct alignas(std::uint64_t) RoomyNumber2010 {
+    Number value = 0;
     std::array<std::uint8_t, 60> room{};
 };
 

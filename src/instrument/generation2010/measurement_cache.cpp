@@ -35,8 +35,8 @@ void MakeLabel(std::uint32_t ident_2010, const TextMapper& texts, std::span<wcha
 std::uint32_t AddPosition(const InstrumentConnection& connection, std::uint32_t position, const TextMapper& texts,
                           ChannelFiller& channels) {
     const BaseLog& log = connection.log;
-    RoomyNumber2010 number;
-    if (CallDevice(connection, library::kGetMeasCacheNumberOfValues, position, &number.value) != 0) {
+    RoomyNumber2010<std::uint32_t> number;
+    if (CallDevice(connection, library::kGetMeasCacheNumberOfValues, position, &number) != 0) {
         return Failed(log, L"Invalid response GetMeasCacheNumberOfValues");
     }
     const std::uint32_t count = number.value;
@@ -96,11 +96,11 @@ void AddRecord2010(const ValueRecord2010& record, const TextMapper& texts, const
 }
 
 std::uint32_t GetMeasCache(const InstrumentConnection& connection, const TextMapper& texts, ChannelFiller& channels) {
-    std::uint32_t counter = 0;
+    RoomyNumber2010<std::uint32_t> counter;
     if (CallDevice(connection, library::kGetMeasCacheCounter, &counter) != 0) {
         return Failed(connection.log, L"Invalid response GetMeasCacheCounter");
     }
-    const std::uint32_t positions = counter & 0xFF;  // the number is one byte, whatever the library writes behind it
+    const std::uint32_t positions = counter.value & 0xFF;  // the number is one byte, whatever stands behind it
     connection.log.WriteF(L"MeasCache Counter %u", positions);
     for (std::uint32_t position = 0; position < positions; ++position) {
         if (connection.StopRequested()) return kBadAnswer;

@@ -41,8 +41,9 @@ TextMapper::TextMapper(std::uint32_t kind, const BaseLog& log) {
     if (library_ == platform::LibraryHandle::kNone) {
         log.Write(L"IDTEXTMAPPER_T780.DLL not found");  // in these words whichever library is missing
     } else {
-        get_view_string_ = FindString("GetViewString");
-        get_fuel_string_ = FindString("GetFuelString");
+        get_view_string_  = FindString("GetViewString");
+        get_fuel_string_  = FindString("GetFuelString");
+        get_units_string_ = FindString("GetUnitsString");
     }
     platform::UserLocaleTag(language_tag_);
     log.Write(language_tag_.data());

@@ -22,6 +22,7 @@ public:
     TextMapper& operator=(const TextMapper&) = delete;
 
     [[nodiscard]] bool HasViewTexts() const { return get_view_string_ != nullptr; }
+    [[nodiscard]] bool HasUnitTexts() const { return get_units_string_ != nullptr; }
     /// Name of a quantity by its ident of generation 2010, as long as a channel's label and without Greek letters.
     [[nodiscard]] std::wstring ViewText(std::uint32_t ident_2010) const;
 
@@ -39,6 +40,7 @@ private:
     platform::LibraryHandle library_ = platform::LibraryHandle::kNone;
     GetString get_view_string_       = nullptr;
     GetString get_fuel_string_       = nullptr;
+    GetString get_units_string_      = nullptr;
     std::array<wchar_t, 128> language_tag_{};
 };
 

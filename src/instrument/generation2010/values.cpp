@@ -23,9 +23,9 @@ void UpdateChannel(std::uint32_t view_ident, const ValueRecord2010& record, Chan
 }  // namespace
 
 std::uint32_t ReadCurrentValues(const InstrumentConnection& connection, RecordArray& records) {
-    RoomyNumber2010 count;
+    RoomyNumber2010<std::uint32_t> count;
     const std::uint32_t count_error =
-        CallDevice(connection, library::kGetNumberOfCurrentViewValues, kAllValues, &count.value);
+        CallDevice(connection, library::kGetNumberOfCurrentViewValues, kAllValues, &count);
     if (count_error != 0) {
         connection.log.WriteF(L"NELTO760SPI_GetNumberOfCurrentViewValues: Error code %d", count_error);
         return kBadAnswer;
