@@ -73,7 +73,7 @@ int RoundHalfAwayFromZero(float value) {
 
 void FormatValue(float value, std::uint32_t resolution, std::span<wchar_t> text) {
     platform::CopyText(text, L"-");
-    if (std::isnan(value)) return;
+    if (!std::isfinite(value)) return;
     if (resolution == kWholeNumber) {
         platform::FormatText(text, L"%d", RoundHalfAwayFromZero(value));
         return;

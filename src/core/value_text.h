@@ -17,7 +17,8 @@ constexpr float kInvalidNumber = 1.1754944e-38F;
 constexpr std::size_t kValueTextSize = 256;
 
 /// Writes `value` by its resolution code, with "." as decimal point: 0 whole number (half away from zero), 252 to 255 four
-/// to one decimals. Not a number, or another code, gives "-". A whole number beyond 32 bits stands at their limit.
+/// to one decimals. Infinity, what is not a number, and another code give "-". A whole number beyond 32 bits stands at their
+/// limit.
 void FormatValue(float value, std::uint32_t resolution, std::span<wchar_t> text);
 
 /// The text of a unit code; "Unit n" for a code without one.

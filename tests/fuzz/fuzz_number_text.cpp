@@ -36,12 +36,11 @@ void TryValue(const ChannelRecord& record, wchar_t separator) {
     FormatValue(record.value, record.resolution, text);
     const std::wstring_view shown = platform::TextIn(text);
     Require(!shown.empty() && shown.size() < kLongestText);
-    const bool is_value =
-        !std::isnan(record.value) && (record.resolution == 0 || (record.resolution >= 252 && record.resolution <= 255));
+    const bool is_value = std::isfinite(record.value) &&
+                          (record.resolution == 0 || (record.resolution >= 252 && record.resolution <= 255));
     if (!is_value) Require(shown == L"-");
     if (is_value && record.resolution == 0) Require(shown.find(L'.') == std::wstring_view::npos && shown != L"-");
-    if (is_value && record.resolution != 0 && std::isfinite(record.value))
-        Require(shown.size() - shown.find(L'.') == 257 - record.resolution);
+    if (is_value && record.resolution != 0) Require(shown.size() - shown.find(L'.') == 257 - record.resolution);
     if (separator != L'.' && record.value_type == kNumber)
         Require(RecordValueText(record, separator).find(L'.') == std::wstring::npos);
 

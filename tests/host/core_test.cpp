@@ -42,12 +42,13 @@ TEST_F(CoreTest, FormatsAValueByItsResolution) {
         std::uint32_t resolution;
         const wchar_t* text;
     };
-    const Case cases[] = {
-        {2.5F, 0, L"3"},        {-2.5F, 0, L"-3"},         {0.49999997F, 0, L"0"},
-        {-0.4F, 0, L"0"},       {1e30F, 0, L"2147483647"}, {-std::numeric_limits<float>::infinity(), 0, L"-2147483648"},
-        {1.5F, 252, L"1.5000"}, {1.5F, 253, L"1.500"},     {1.5F, 254, L"1.50"},
-        {20.86F, 255, L"20.9"}, {-0.12F, 253, L"-0.120"},  {1.5F, 251, L"-"},
-        {1.5F, 256, L"-"},      {std::nanf(""), 0, L"-"},  {std::nanf(""), 255, L"-"},
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    const Case cases[]        = {
+               {2.5F, 0, L"3"},           {-2.5F, 0, L"-3"},           {0.49999997F, 0, L"0"},     {-0.4F, 0, L"0"},
+               {1e30F, 0, L"2147483647"}, {-1e30F, 0, L"-2147483648"}, {kInfinity, 0, L"-"},       {-kInfinity, 0, L"-"},
+               {kInfinity, 255, L"-"},    {-kInfinity, 252, L"-"},     {1.5F, 252, L"1.5000"},     {1.5F, 253, L"1.500"},
+               {1.5F, 254, L"1.50"},      {20.86F, 255, L"20.9"},      {-0.12F, 253, L"-0.120"},   {1.5F, 251, L"-"},
+               {1.5F, 256, L"-"},         {std::nanf(""), 0, L"-"},    {std::nanf(""), 255, L"-"},
     };
     for (const Case& row : cases) {
         std::array<wchar_t, kValueTextSize> text{};
