@@ -17,7 +17,6 @@
 #include "ui/resource.h"
 #include "ui/settings_dialog.h"
 #include "ui/status_text.h"
-#include "ui/up_down.h"
 #include "ui/value_list.h"
 #include "ui/window_text.h"
 #include "ui/worker_thread.h"
@@ -83,7 +82,6 @@ private:
     WorkerThread worker_;
     HWND dialog_ = nullptr;
     DialogIcons icons_;
-    UpDownTable up_downs_;
     LogPath protocol_path_{};
     std::uint32_t shown_status_ = kNeverShown;
     bool typed_fields_filled_   = false;
@@ -95,7 +93,7 @@ void MainDialog::Initialise(HWND dialog) {
     StartTraceFile(protocol_path_.data());
     icons_.Show(dialog_);
     SetControlTexts(dialog_, kTexts);
-    PrepareManualFields(dialog_, up_downs_, state_.decimal_separator);
+    PrepareManualFields(dialog_, state_.decimal_separator);
     PrepareValueList(ValueList());
     worker_.Start();
     SetTimer(dialog_, kRefreshTimer, kRefreshPeriod, nullptr);
@@ -157,8 +155,8 @@ void MainDialog::FillTypedFieldsOnce(Measurement& measurement) {
     if (typed_fields_filled_) return;
     const TypedFields fields = ViewTypedFields(measurement.tables.channels, state_.decimal_separator);
     if (fields.oil_derivative && !TakeOverOilAnswer(measurement, *fields.oil_derivative)) return;
-    EnableManualFields(dialog_, up_downs_, state_.oil_fuel != 0, true);
-    ShowTypedFields(dialog_, up_downs_, fields);
+    EnableManualFields(dialog_, state_.oil_fuel != 0, true);
+    ShowTypedFields(dialog_, fields);
     typed_fields_filled_ = true;
 }
 
@@ -193,7 +191,7 @@ bool MainDialog::HandleCommand(int command) {
 
 void MainDialog::RunSettings() {
     const bool was_enabled = IsControlEnabled(dialog_, IDC_OK);
-    RunSettingsDialog(instance_, dialog_, state_, up_downs_);
+    RunSettingsDialog(instance_, dialog_, state_);
     if (!was_enabled && IsControlEnabled(dialog_, IDC_OK)) FocusControl(dialog_, IDC_OK);
 }
 

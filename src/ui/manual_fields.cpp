@@ -8,6 +8,7 @@
 #include "core/value_text.h"
 #include "platform/wide_text.h"
 #include "ui/resource.h"
+#include "ui/up_down.h"
 #include "ui/window_text.h"
 
 namespace nelto::ui {
@@ -44,37 +45,37 @@ void FillOilField(HWND dialog) {
     Select(dialog, IDC_OIL_DERIVATIVE, kOilUnanswered);
 }
 
-void PrepareTemperature(HWND dialog, UpDownTable& up_downs, wchar_t decimal_separator) {
+void PrepareTemperature(HWND dialog, wchar_t decimal_separator) {
     std::array<wchar_t, kValueTextSize> text{};
     FormatValue(kStartTemperature, kOneDecimal, text);
     UseDecimalSeparator(text, decimal_separator);
-    up_downs.Attach(dialog, IDC_HEAT_TEMPERATURE, kLowestTemperature, kHighestTemperature);
-    up_downs.SetText(dialog, IDC_HEAT_TEMPERATURE, text.data(), kStartTemperature);
+    AttachUpDown(dialog, IDC_HEAT_TEMPERATURE, kLowestTemperature, kHighestTemperature);
+    SetUpDownText(dialog, IDC_HEAT_TEMPERATURE, text.data(), kStartTemperature);
 }
 
 }  // namespace
 
-void PrepareManualFields(HWND dialog, UpDownTable& up_downs, wchar_t decimal_separator) {
+void PrepareManualFields(HWND dialog, wchar_t decimal_separator) {
     for (const int field_id : kSmokeFields) FillSmokeField(dialog, field_id);
     FillOilField(dialog);
-    PrepareTemperature(dialog, up_downs, decimal_separator);
-    EnableManualFields(dialog, up_downs, false, false);
+    PrepareTemperature(dialog, decimal_separator);
+    EnableManualFields(dialog, false, false);
 }
 
-void EnableManualFields(HWND dialog, const UpDownTable& up_downs, bool smoke_entry, bool heat_temperature) {
+void EnableManualFields(HWND dialog, bool smoke_entry, bool heat_temperature) {
     for (const int field_id : kSmokeFields) EnableControl(dialog, field_id, smoke_entry);
     EnableControl(dialog, IDC_OIL_DERIVATIVE, smoke_entry);
-    up_downs.Enable(dialog, IDC_HEAT_TEMPERATURE, heat_temperature);
+    EnableUpDown(dialog, IDC_HEAT_TEMPERATURE, heat_temperature);
 }
 
-void ShowTypedFields(HWND dialog, const UpDownTable& up_downs, const TypedFields& fields) {
+void ShowTypedFields(HWND dialog, const TypedFields& fields) {
     for (std::size_t index = 0; index < kSmokeFields.size(); ++index) {
         if (const auto& text = fields.smoke_numbers[index]) SetControlText(dialog, kSmokeFields[index], *text);
     }
     if (fields.oil_derivative) Select(dialog, IDC_OIL_DERIVATIVE, *fields.oil_derivative);
     if (const auto& text = fields.heat_carrier_temperature) {
         const long whole = std::wcstol(text->c_str(), nullptr, 10);
-        up_downs.SetText(dialog, IDC_HEAT_TEMPERATURE, text->c_str(), static_cast<int>(whole));
+        SetUpDownText(dialog, IDC_HEAT_TEMPERATURE, text->c_str(), static_cast<int>(whole));
     }
 }
 

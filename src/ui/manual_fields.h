@@ -5,17 +5,16 @@
 
 #include "core/dialog_view.h"
 #include "core/manual_values.h"
-#include "ui/up_down.h"
 
 namespace nelto::ui {
 
 /// Fills the lists and start values, attaches the arrows and disables all fields.
-void PrepareManualFields(HWND dialog, UpDownTable& up_downs, wchar_t decimal_separator);
+void PrepareManualFields(HWND dialog, wchar_t decimal_separator);
 
-void EnableManualFields(HWND dialog, const UpDownTable& up_downs, bool smoke_entry, bool heat_temperature);
+void EnableManualFields(HWND dialog, bool smoke_entry, bool heat_temperature);
 
 /// Shows what the fields take over from the analyser.
-void ShowTypedFields(HWND dialog, const UpDownTable& up_downs, const TypedFields& fields);
+void ShowTypedFields(HWND dialog, const TypedFields& fields);
 
 /// The text of an oil derivative answer in the user's language.
 [[nodiscard]] std::wstring OilAnswerText(OilDerivativeEntry answer);

@@ -5,6 +5,7 @@
 
 #include "core/settings.h"
 #include "ui/resource.h"
+#include "ui/up_down.h"
 #include "ui/window_text.h"
 
 namespace nelto::ui {
@@ -32,7 +33,7 @@ constexpr std::array kTexts = {
 
 class SettingsDialog {
 public:
-    SettingsDialog(ProgramState& state, UpDownTable& up_downs) : state_(state), up_downs_(up_downs) {}
+    explicit SettingsDialog(ProgramState& state) : state_(state) {}
 
     void Initialise(HWND dialog);
     bool HandleCommand(int command);
@@ -49,7 +50,6 @@ private:
 
     HWND dialog_ = nullptr;
     ProgramState& state_;
-    UpDownTable& up_downs_;
 };
 
 void SettingsDialog::Initialise(HWND dialog) {
@@ -71,7 +71,7 @@ void SettingsDialog::ShowCommunication() {
         SetDlgItemInt(dialog_, IDC_BLUETOOTH_PORT, communication, TRUE);
     }
     CheckRadioButton(dialog_, IDC_USB, IDC_BLUETOOTH, chosen);
-    up_downs_.Enable(dialog_, IDC_BLUETOOTH_PORT, bluetooth);
+    EnableUpDown(dialog_, IDC_BLUETOOTH_PORT, bluetooth);
     FocusControl(dialog_, chosen);
 }
 
@@ -79,17 +79,17 @@ void SettingsDialog::ShowSerialOutput() {
     const bool enabled = state_.serial_output != 0;
     CheckDlgButton(dialog_, IDC_SERIAL_OUTPUT, enabled ? BST_CHECKED : BST_UNCHECKED);
     AttachPort(IDC_SERIAL_OUTPUT_PORT);
-    up_downs_.Enable(dialog_, IDC_SERIAL_OUTPUT_PORT, enabled);
+    EnableUpDown(dialog_, IDC_SERIAL_OUTPUT_PORT, enabled);
     SetDlgItemInt(dialog_, IDC_SERIAL_OUTPUT_PORT, state_.serial_output_port, TRUE);
 }
 
-void SettingsDialog::AttachPort(int field_id) { up_downs_.Attach(dialog_, field_id, kLowestPort, kHighestPort); }
+void SettingsDialog::AttachPort(int field_id) { AttachUpDown(dialog_, field_id, kLowestPort, kHighestPort); }
 
 bool SettingsDialog::HandleCommand(int command) {
     switch (command) {
         case IDC_USB:
-        case IDC_IRDA: up_downs_.Enable(dialog_, IDC_BLUETOOTH_PORT, false); return true;
-        case IDC_BLUETOOTH: up_downs_.Enable(dialog_, IDC_BLUETOOTH_PORT, true); return true;
+        case IDC_IRDA: EnableUpDown(dialog_, IDC_BLUETOOTH_PORT, false); return true;
+        case IDC_BLUETOOTH: EnableUpDown(dialog_, IDC_BLUETOOTH_PORT, true); return true;
         case IDC_SERIAL_OUTPUT: SwitchSerialOutput(); return true;
         case IDC_OK:
         case IDOK:
@@ -106,7 +106,7 @@ bool SettingsDialog::HandleCommand(int command) {
 void SettingsDialog::SwitchSerialOutput() {
     const bool enabled = IsChecked(IDC_SERIAL_OUTPUT);
     ChangeSetting(state_.serial_output, kSerialOutputSetting, enabled ? 1 : 0);
-    up_downs_.Enable(dialog_, IDC_SERIAL_OUTPUT_PORT, enabled);
+    EnableUpDown(dialog_, IDC_SERIAL_OUTPUT_PORT, enabled);
 }
 
 bool SettingsDialog::IsChecked(int control_id) const { return IsDlgButtonChecked(dialog_, control_id) == BST_CHECKED; }
@@ -141,8 +141,8 @@ INT_PTR CALLBACK SettingsProcedure(HWND dialog, UINT message, WPARAM w_param, LP
 
 }  // namespace
 
-void RunSettingsDialog(HINSTANCE instance, HWND owner, ProgramState& state, UpDownTable& up_downs) {
-    SettingsDialog settings(state, up_downs);
+void RunSettingsDialog(HINSTANCE instance, HWND owner, ProgramState& state) {
+    SettingsDialog settings(state);
     DialogBoxParamW(instance, MAKEINTRESOURCEW(IDD_SETTINGS), owner, SettingsProcedure,
                     reinterpret_cast<LPARAM>(&settings));
 }

@@ -4,12 +4,11 @@
 #include <windows.h>
 
 #include "core/program_state.h"
-#include "ui/up_down.h"
 
 namespace nelto::ui {
 
 /// Runs the dialog modally over `owner`. What is accepted goes to the state's settings and to the store; the worker takes
 /// it up by itself. Dialog thread.
-void RunSettingsDialog(HINSTANCE instance, HWND owner, ProgramState& state, UpDownTable& up_downs);
+void RunSettingsDialog(HINSTANCE instance, HWND owner, ProgramState& state);
 
 }  // namespace nelto::ui
