@@ -219,12 +219,12 @@ private:
     void Refresh(std::uint64_t now) {
         next_refresh_         = now + 1000;
         const StatusView view = ViewStatus(state_.status, kNeverShown, false);
-        Measurement measurement;
-        if (!view.lists_values || !state_.measurement.Read(measurement)) return;
-        EXPECT_LE(ListRows(measurement.tables, state_.oil_fuel != 0, L',').size(), 2 * kChannelCapacity);
-        SetOilDerivativeText(measurement.tables.channels, L"NO");
+        if (!view.lists_values || state_.measurement.Busy()) return;
+        Measurement measurement = state_.measurement.Copy();
+        EXPECT_LE(ListRows(measurement, L',').size(), 2 * kChannelCapacity);
+        SetOilDerivativeText(measurement.channels, L"NO");
         EXPECT_TRUE(state_.measurement.Edit(measurement));
-        SendSerialOutput(state_, measurement.tables.channels);
+        if (output_.Begin(state_, measurement)) output_.Write();
     }
 
     static constexpr std::size_t kStrikes = 12;  // kinds of simulator::FaultKind
@@ -235,6 +235,7 @@ private:
     std::uint32_t cycles_;
     std::uint32_t faults_;
     ProgramState state_;
+    SerialOutput output_;
     Receiver receiver_{sent_bytes};
     std::map<std::string, std::uint32_t> counts_;
     std::uint32_t repeated_before_ = 0;  // when the connection was opened

@@ -11,10 +11,35 @@ constexpr std::uint32_t kPausePassLength = 100;  // milliseconds
 
 enum class Next : std::uint8_t { kSearchAgain, kReadValues, kEnd };
 
+class Worker {
+public:
+    Worker(ProgramState& state, OpenInstrument open)
+        : state_(state), open_(open), configured_(state.measurement.Copy()) {}
+
+    /// One connection from open to close.
+    Next SearchOnce();
+
+private:
+    [[nodiscard]] bool Pause() const;
+    Next GiveUp(Instrument& instrument) const;
+    void Announce(const Instrument& instrument);
+    std::uint32_t ReadConfiguration(Instrument& instrument);
+    void ReadHeatingCheck(Instrument& instrument);
+    std::uint32_t ReadValues(Instrument& instrument);
+    Next ReadValuesOnce(Instrument& instrument);
+
+    ProgramState& state_;
+    OpenInstrument open_;
+    /// The analyser that was configured last. It is published with its first values, so that the last whole measurement stays
+    /// until there is another one.
+    Measurement configured_;
+    bool is_published_ = false;
+};
+
 /// Waits about a second; false as soon as a stop is requested.
-bool Pause(const ProgramState& state) {
+bool Worker::Pause() const {
     for (int pass = 0; pass < kPausePasses; ++pass) {
-        if (state.stop_request != 0) return false;
+        if (state_.stop_request != 0) return false;
         platform::SleepMilliseconds(kPausePassLength);
     }
     return true;
@@ -22,81 +47,88 @@ bool Pause(const ProgramState& state) {
 
 /// Every failure of an open connection ends here: close, wait a second, search again. A stop during the wait closes the
 /// same connection once more, which close puts up with.
-Next GiveUp(const ProgramState& state, Instrument& instrument) {
+Next Worker::GiveUp(Instrument& instrument) const {
     instrument.Close();
-    if (Pause(state)) return Next::kSearchAgain;
+    if (Pause()) return Next::kSearchAgain;
     instrument.Close();
     return Next::kEnd;
 }
 
-void Announce(ProgramState& state, const Instrument& instrument) {
-    state.instrument_kind = instrument.Kind();
-    state.sub_type        = instrument.SubType();
+void Worker::Announce(const Instrument& instrument) {
+    state_.instrument_kind = instrument.Kind();
+    state_.sub_type        = instrument.SubType();
     // After a failure status 3 or 4 stays until values arrive again.
-    if (state.status == kSearching) state.status = kReading;
+    if (state_.status == kSearching) state_.status = kReading;
 }
 
-/// Reads into the worker's copy of the measurement. A read that a stop request cut short is dropped, so that what the user
-/// accepts is the last whole one. One that fails leaves what it has read so far, on purpose.
-std::uint32_t ReadWhole(ProgramState& state, Measurement& measurement, Instrument& instrument,
-                        std::uint32_t (Instrument::*read)(ChannelTable&)) {
-    const ChannelTable before  = measurement.tables.channels;
-    const std::uint32_t result = (instrument.*read)(measurement.tables.channels);
-    if (result != 0 && state.stop_request != 0) measurement.tables.channels = before;
+/// Starts from empty tables: nothing of another analyser is left in them. A configuration that fails or is cut short changes
+/// nothing.
+std::uint32_t Worker::ReadConfiguration(Instrument& instrument) {
+    Measurement fresh{.kind = instrument.Kind(), .oil_fuel = configured_.oil_fuel};
+    state_.measurement.SetBusy(true);
+    instrument.SetActiveFuel(state_.fuel_choice);
+    const std::uint32_t result = instrument.ReadConfiguration(fresh.channels);
+    state_.measurement.SetBusy(false);
+    if (result != 0) return result;
+    LabelChannelTable(fresh.channels);
+    TakeSpecialChannels(fresh);
+    if (IsSameAnalyser(fresh, configured_)) fresh.heating_check = configured_.heating_check;
+    configured_   = fresh;
+    is_published_ = false;
     return result;
 }
 
-std::uint32_t ReadConfiguration(ProgramState& state, Instrument& instrument) {
-    Measurement measurement = state.measurement.BeginUpdate();
-    instrument.SetActiveFuel(state.fuel_choice);
-    const std::uint32_t result = ReadWhole(state, measurement, instrument, &Instrument::ReadConfiguration);
-    if (result == 0) LabelChannelTable(measurement, state.oil_fuel);
-    state.measurement.EndUpdate(measurement);
+/// A whole read shows that there are no other results; of one that failed, the earlier ones stay that it has not brought.
+void Worker::ReadHeatingCheck(Instrument& instrument) {
+    if (state_.heating_check != 0) {
+        ChannelTable results{};
+        if (instrument.ReadHeatingCheck(results)) configured_.heating_check = {};
+        ReplaceResults(configured_.heating_check, results);
+    }
+    LabelHeatingCheckTable(configured_.heating_check);
+}
+
+/// Publishes what was read whole. A read that fails or is cut short changes nothing.
+std::uint32_t Worker::ReadValues(Instrument& instrument) {
+    state_.measurement.SetBusy(true);
+    // What is published already may hold an edit of the dialog.
+    Measurement measurement    = is_published_ ? state_.measurement.Copy() : configured_;
+    const std::uint32_t result = instrument.ReadValues(measurement.channels);
+    if (result == 0) state_.measurement.Publish(measurement);
+    is_published_ |= result == 0;
+    state_.measurement.SetBusy(false);
     return result;
 }
 
-/// A new list replaces the earlier one; where none came, or a stop cut it short, the earlier one stays.
-void ReadHeatingCheck(ProgramState& state, Instrument& instrument) {
-    ChannelTable results{};
-    const bool is_read      = state.heating_check != 0 && instrument.ReadHeatingCheck(results);
-    Measurement measurement = state.measurement.Copy();
-    if (is_read && state.stop_request == 0) measurement.tables.heating_check = results;
-    LabelHeatingCheckTable(measurement.tables.heating_check);
-    state.measurement.Replace(measurement);
-}
-
-Next ReadValuesOnce(ProgramState& state, Instrument& instrument) {
-    if (state.stop_request != 0) {
+Next Worker::ReadValuesOnce(Instrument& instrument) {
+    if (state_.stop_request != 0) {
         instrument.Close();
         return Next::kEnd;
     }
-    Measurement measurement    = state.measurement.BeginUpdate();
-    const std::uint32_t result = ReadWhole(state, measurement, instrument, &Instrument::ReadValues);
-    state.measurement.EndUpdate(measurement);
+    const std::uint32_t result = ReadValues(instrument);
     if (result != 0) {
-        state.status = result == kZeroing ? kNoValidValues : kBroken;
-        return GiveUp(state, instrument);
+        state_.status = result == kZeroing ? kNoValidValues : kBroken;
+        return GiveUp(instrument);
     }
-    state.status = kValuesAvailable;
-    Pause(state);  // a stop during it is seen at the start of the next read
+    state_.status = kValuesAvailable;
+    static_cast<void>(Pause());  // a stop during it is seen at the start of the next read
     return Next::kReadValues;
 }
 
-/// One connection from open to close.
-Next SearchOnce(ProgramState& state, OpenInstrument open) {
+Next Worker::SearchOnce() {
     const char* error                            = "";
-    const std::unique_ptr<Instrument> instrument = open(state.communication, state.stop_request, error);
-    state.last_error                             = error;
-    if (instrument == nullptr) return Pause(state) ? Next::kSearchAgain : Next::kEnd;
-    if (state.stop_request != 0) {
+    const std::unique_ptr<Instrument> instrument = open_(state_.communication, state_.stop_request, error);
+    state_.last_error                            = error;
+    if (instrument == nullptr) return Pause() ? Next::kSearchAgain : Next::kEnd;
+    if (state_.stop_request != 0) {
         instrument->Close();
         return Next::kEnd;
     }
-    Announce(state, *instrument);
-    if (ReadConfiguration(state, *instrument) != 0) return GiveUp(state, *instrument);
-    ReadHeatingCheck(state, *instrument);
+    Announce(*instrument);
+    if (ReadConfiguration(*instrument) != 0) return GiveUp(*instrument);
+    ReadHeatingCheck(*instrument);
     Next next = Next::kReadValues;
-    while (next == Next::kReadValues) next = ReadValuesOnce(state, *instrument);
+    while (next == Next::kReadValues) next = ReadValuesOnce(*instrument);
     return next;
 }
 
@@ -105,7 +137,8 @@ Next SearchOnce(ProgramState& state, OpenInstrument open) {
 std::uint32_t AcquisitionWorker(ProgramState& state, OpenInstrument open) {
     state.status = kSearching;
     if (state.stop_request != 0) return 0;
-    while (SearchOnce(state, open) != Next::kEnd && state.stop_request == 0) {}
+    Worker worker(state, open);
+    while (worker.SearchOnce() != Next::kEnd && state.stop_request == 0) {}
     return 0;
 }
 

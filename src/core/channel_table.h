@@ -56,12 +56,6 @@ struct ChannelRecord {
 
 using ChannelTable = std::array<ChannelRecord, kChannelCapacity>;
 
-/// The online channels of the instrument and the results of its heating check.
-struct MeasurementTables {
-    ChannelTable channels{};
-    ChannelTable heating_check{};
-};
-
 /// The records before the first free one, or all 64.
 [[nodiscard]] std::span<const ChannelRecord> UsedRecords(const ChannelTable& table);
 [[nodiscard]] std::span<ChannelRecord> UsedRecords(ChannelTable& table);

@@ -36,6 +36,7 @@ constexpr std::array kLargePictures = {
     PictureRow{kKind711, 205},
 };
 
+constexpr std::uint32_t kDeviceText    = 600;
 constexpr std::uint32_t kUsbText       = 606;
 constexpr std::uint32_t kIrdaText      = 607;
 constexpr std::uint32_t kBluetoothText = 608;
@@ -91,6 +92,11 @@ StatusView ViewStatus(std::uint32_t status, std::uint32_t shown_status, bool ok_
     };
 }
 
+std::wstring DeviceText(const Measurement& measurement) {
+    if (measurement.device_name[0] == L'\0') return LoadedText(kDeviceText);
+    return std::wstring(platform::TextIn(measurement.device_name));
+}
+
 std::wstring ConnectionText(std::uint32_t communication) {
     if (communication == kUsb) return LoadedText(kUsbText);
     if (communication == kIrda) return LoadedText(kIrdaText);
@@ -107,13 +113,13 @@ std::uint32_t LargePicture(std::uint32_t status, std::uint32_t instrument_kind) 
 
 std::uint32_t SmallPicture(std::uint32_t status) { return FindStatus(status).small_picture; }
 
-std::vector<ListRow> ListRows(const MeasurementTables& tables, bool oil_fuel, wchar_t decimal_separator) {
+std::vector<ListRow> ListRows(const Measurement& measurement, wchar_t decimal_separator) {
     std::vector<ListRow> rows;
-    for (const ChannelRecord& record : UsedRecords(tables.channels)) {
-        if (IsSmokeChannel(record.view_ident) && !oil_fuel) continue;
+    for (const ChannelRecord& record : UsedRecords(measurement.channels)) {
+        if (IsSmokeChannel(record.view_ident) && !measurement.oil_fuel) continue;
         AddRow(rows, record, decimal_separator);
     }
-    for (const ChannelRecord& record : UsedRecords(tables.heating_check)) AddRow(rows, record, decimal_separator);
+    for (const ChannelRecord& record : UsedRecords(measurement.heating_check)) AddRow(rows, record, decimal_separator);
     return rows;
 }
 

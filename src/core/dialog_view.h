@@ -28,6 +28,9 @@ struct StatusView {
 
 [[nodiscard]] StatusView ViewStatus(std::uint32_t status, std::uint32_t shown_status, bool ok_enabled);
 
+/// The analyser's name; "Device" where it tells none.
+[[nodiscard]] std::wstring DeviceText(const Measurement& measurement);
+
 /// "USB", "IrDA" or "Bluetooth COM5" for the "Communication" setting.
 [[nodiscard]] std::wstring ConnectionText(std::uint32_t communication);
 
@@ -42,7 +45,7 @@ enum ListColumn : std::uint32_t { kChannelColumn, kValueColumn, kUnitColumn, kCo
 using ListRow = std::array<std::wstring, kColumnCount>;
 
 /// One row a used record, the channels first. Smoke channels have a row only with oil as fuel.
-[[nodiscard]] std::vector<ListRow> ListRows(const MeasurementTables& tables, bool oil_fuel, wchar_t decimal_separator);
+[[nodiscard]] std::vector<ListRow> ListRows(const Measurement& measurement, wchar_t decimal_separator);
 
 /// Entries of the oil derivative field, by position.
 enum OilDerivativeEntry : std::uint32_t { kOilUnanswered, kOilNo, kOilYes };

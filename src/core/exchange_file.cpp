@@ -156,21 +156,21 @@ std::uint32_t HeatingCheckExchangeKey(std::uint32_t view_ident) {
     return row == kHeatingCheckRows.end() ? 0 : row->key;
 }
 
-std::wstring ExchangeText(const ProgramState& state, const MeasurementTables& tables) {
+std::wstring ExchangeText(const ProgramState& state, const Measurement& measurement) {
     std::wstring lines;
     if (!state.caller_word.empty()) lines += state.caller_word + L'\n';
-    for (const ChannelRecord& record : UsedRecords(tables.channels)) {
-        if (IsSmokeChannel(record.view_ident) && state.oil_fuel == 0) continue;
+    for (const ChannelRecord& record : UsedRecords(measurement.channels)) {
+        if (IsSmokeChannel(record.view_ident) && !measurement.oil_fuel) continue;
         AddLine(lines, ExchangeKey(record.view_ident, record.unit), record, state.decimal_separator);
     }
-    for (const ChannelRecord& record : UsedRecords(tables.heating_check)) {
+    for (const ChannelRecord& record : UsedRecords(measurement.heating_check)) {
         AddLine(lines, HeatingCheckExchangeKey(record.view_ident), record, state.decimal_separator);
     }
     return lines;
 }
 
-void WriteExchangeFile(const ProgramState& state, const MeasurementTables& tables) {
-    const std::string text          = WithCrLf(platform::ToAnsi(ExchangeText(state, tables)));
+void WriteExchangeFile(const ProgramState& state, const Measurement& measurement) {
+    const std::string text          = WithCrLf(platform::ToAnsi(ExchangeText(state, measurement)));
     const platform::FileHandle file = platform::OpenEmptiedFile(state.exchange_file.data());
     if (file == platform::FileHandle::kNone) return;
     const bool is_whole = platform::WriteToFile(file, text);

@@ -41,7 +41,8 @@ public:
     virtual std::uint32_t SetActiveFuel(std::int32_t fuel_number) = 0;
     /// Fills the empty channel table from its start. After a failure it holds what was read so far.
     [[nodiscard]] virtual std::uint32_t ReadConfiguration(ChannelTable& channels) = 0;
-    /// Fills free records of the heating-check table. True when all results that the analyser has were read.
+    /// Fills free records of the heating-check table. True when all results that the analyser has were read; otherwise the table
+    /// holds those that were.
     [[nodiscard]] virtual bool ReadHeatingCheck(ChannelTable& heating_check) = 0;
     /// Updates the values of the channel table; kZeroing when the analyser has none.
     [[nodiscard]] virtual std::uint32_t ReadValues(ChannelTable& channels) = 0;

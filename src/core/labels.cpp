@@ -1,6 +1,8 @@
 #include "core/labels.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <span>
 
 #include "platform/text_service.h"
@@ -88,12 +90,8 @@ void LabelRecord(ChannelRecord& record, std::span<const LabelRow> rows) {
 
 }  // namespace
 
-void LabelChannelTable(Measurement& measurement, std::atomic<std::uint32_t>& oil_fuel) {
-    for (ChannelRecord& record : measurement.tables.channels) {
-        LabelRecord(record, kChannelLabels);
-        if (record.view_ident == kFuel) oil_fuel = record.value == 1.0F ? 1 : 0;
-        if (record.view_ident == kDevice) platform::CopyText(measurement.device_name, platform::TextIn(record.text));
-    }
+void LabelChannelTable(ChannelTable& table) {
+    for (ChannelRecord& record : table) LabelRecord(record, kChannelLabels);
 }
 
 void LabelHeatingCheckTable(ChannelTable& table) {

@@ -84,6 +84,18 @@ void Append(const SpecialValue& special, ChannelTable& channels) {
     Put(special, *record);
 }
 
+/// Puts the smoke channels back as the analyser gave them. They are stored and taken back, not left out, so that the heat carrier
+/// temperature finds the same room in a nearly full table whatever the fuel.
+void TakeBackSmokeChannels(const ChannelTable& given, ChannelTable& channels) {
+    const std::size_t standing = UsedRecords(given).size();
+    for (std::size_t index = 0; index < standing; ++index) {
+        if (IsSmokeChannel(given[index].view_ident)) channels[index] = given[index];
+    }
+    const auto appended = channels.begin() + static_cast<std::ptrdiff_t>(standing);
+    const auto is_smoke = [](const ChannelRecord& record) { return IsSmokeChannel(record.view_ident); };
+    std::fill(std::remove_if(appended, channels.end(), is_smoke), channels.end(), ChannelRecord());
+}
+
 /// The fuel's number reaches the exchange file even where the analyser gave it as a text.
 void MarkFuelValid(std::span<ChannelRecord> records) {
     for (ChannelRecord& record : records) {
@@ -94,11 +106,13 @@ void MarkFuelValid(std::span<ChannelRecord> records) {
 }  // namespace
 
 void StoreManualValues(const ManualValues& typed, ChannelTable& channels) {
+    const ChannelTable given = channels;
     MarkFuelValid(UsedRecords(channels));
     for (const SpecialValue& special : SpecialValues(typed)) {
         const bool found = Update(special, UsedRecords(channels));
         if (!found && special.appends) Append(special, channels);
     }
+    if (!typed.smoke_entered) TakeBackSmokeChannels(given, channels);
 }
 
 }  // namespace nelto

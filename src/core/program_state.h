@@ -7,7 +7,7 @@
 #include <string>
 
 #include "core/instrument.h"
-#include "platform/lock.h"
+#include "core/measurement.h"
 
 namespace nelto {
 
@@ -20,44 +20,6 @@ enum AcquisitionStatus : std::uint32_t {
 };
 
 constexpr std::int32_t kNoFuelChoice = -1;
-
-/// What the worker shows of an analyser, handed over whole.
-struct Measurement {
-    MeasurementTables tables;
-    std::array<wchar_t, 256> device_name{};
-    std::uint32_t version = 0;  // counts the hand-overs; kept by SharedMeasurement
-};
-
-/// The hand-over of the measurement between the two threads. The worker reads an analyser into a copy of its own and puts it
-/// back whole, so that the dialog never sees a half-filled table; while a read is under way (the busy flag) the dialog
-/// keeps away and comes back with its next tick.
-class SharedMeasurement {
-public:
-    /// Worker: raises the busy flag and takes a copy to fill.
-    [[nodiscard]] Measurement BeginUpdate();
-    /// Worker: puts the copy back and lowers the busy flag.
-    void EndUpdate(const Measurement& measurement);
-    /// Worker, or the dialog once the worker has ended: takes a copy, and puts one back, outside an update.
-    [[nodiscard]] Measurement Copy() const;
-    void Replace(const Measurement& measurement);
-
-    /// Dialog: takes a copy; false, and nothing taken, while the busy flag is raised.
-    [[nodiscard]] bool Read(Measurement& copy) const;
-    /// Dialog: puts an edited copy back; false, and nothing changed, while the busy flag is raised or when the worker has
-    /// put back another one since `copy` was read.
-    [[nodiscard]] bool Edit(const Measurement& copy);
-    /// Either: the instrument name alone, whatever the worker does.
-    [[nodiscard]] std::array<wchar_t, 256> DeviceName() const;
-    /// Either: the busy flag.
-    [[nodiscard]] bool Busy() const { return busy_ != 0; }
-
-private:
-    void Store(const Measurement& measurement);
-
-    mutable platform::ShortLock lock_;
-    std::atomic<std::uint32_t> busy_{0};
-    Measurement current_;
-};
 
 /// The one program-wide state. Every shared word is a lock-free atomic.
 struct ProgramState {
@@ -72,7 +34,6 @@ struct ProgramState {
     std::atomic<std::uint32_t> status{kSearching};
     std::atomic<std::uint32_t> instrument_kind{kKind710};
     std::atomic<std::uint32_t> sub_type{0};
-    std::atomic<std::uint32_t> oil_fuel{0};
     std::atomic<const char*> last_error{""};
     SharedMeasurement measurement;
 

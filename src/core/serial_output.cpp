@@ -14,9 +14,9 @@
 namespace nelto {
 namespace {
 
-constexpr std::string_view kLineEnd = "\n\r";  // line feed first: receivers in the field rely on it
+constexpr std::string_view kLineEnd = "\n\r";  // line feed first, kept on purpose
 
-// How long the port may take for one line: a receiver that halts the port must not halt the dialog. 300 baud is fast enough.
+// How long the port may take for one line, until its receiver counts as halted. 300 baud is fast enough.
 constexpr std::uint32_t kLeastLineTime = 500;  // milliseconds
 constexpr std::uint32_t kByteTime      = 40;   // milliseconds
 
@@ -47,33 +47,40 @@ std::string Line(const ChannelRecord& record) {
     return line.append(kLineEnd);
 }
 
-/// Line by line, up to one that the port keeps waiting.
-void SendLines(platform::OutputPort port, std::string_view block) {
-    while (!block.empty()) {
-        const std::size_t size = block.find(kLineEnd) + kLineEnd.size();
-        const auto limit       = kLeastLineTime + kByteTime * static_cast<std::uint32_t>(size);
-        if (!platform::WriteOutput(port, block.substr(0, size), limit)) return;
-        block.remove_prefix(size);
-    }
-}
-
 }  // namespace
 
-std::string SerialOutputBlock(const ChannelTable& channels, bool oil_fuel) {
+std::string SerialOutputBlock(const Measurement& measurement) {
     std::string block = std::string("NELTO").append(kLineEnd);
-    for (const ChannelRecord& record : UsedRecords(channels)) {
-        if (IsSent(record, oil_fuel)) block += Line(record);
+    for (const ChannelRecord& record : UsedRecords(measurement.channels)) {
+        if (IsSent(record, measurement.oil_fuel)) block += Line(record);
     }
     return block.append("END").append(kLineEnd);
 }
 
-void SendSerialOutput(const ProgramState& state, const ChannelTable& channels) {
-    if (state.serial_output == 0) return;
-    std::array<wchar_t, platform::kSerialPathSize> path{};
-    platform::SerialPath(state.serial_output_port, path);
-    const platform::OutputPort port = platform::OpenOutputPort(path.data());
+bool SerialOutput::Begin(const ProgramState& state, const Measurement& measurement) {
+    if (state.serial_output == 0 || under_way_ != 0) return false;
+    platform::SerialPath(state.serial_output_port, path_);
+    block_     = SerialOutputBlock(measurement);
+    under_way_ = 1;
+    return true;
+}
+
+void SerialOutput::Write() {
+    Send();
+    under_way_ = 0;
+}
+
+/// Line by line, up to one that the port keeps waiting.
+void SerialOutput::Send() {
+    const platform::OutputPort port = platform::OpenOutputPort(path_.data());
     if (port == platform::OutputPort::kNone) return;
-    SendLines(port, SerialOutputBlock(channels, state.oil_fuel != 0));
+    std::string_view left = block_;
+    while (!left.empty() && cancelled_ == 0) {
+        const std::size_t size = left.find(kLineEnd) + kLineEnd.size();
+        const auto limit       = kLeastLineTime + kByteTime * static_cast<std::uint32_t>(size);
+        if (!platform::WriteOutput(port, left.substr(0, size), limit, cancelled_)) break;
+        left.remove_prefix(size);
+    }
     platform::CloseOutputPort(port);
 }
 

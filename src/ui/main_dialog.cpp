@@ -7,9 +7,7 @@
 #include "core/dialog_view.h"
 #include "core/exchange_file.h"
 #include "core/manual_values.h"
-#include "core/serial_output.h"
 #include "diag/trace_log.h"
-#include "platform/wide_text.h"
 #include "ui/dialog_icons.h"
 #include "ui/help.h"
 #include "ui/manual_fields.h"
@@ -60,7 +58,6 @@ public:
     void Initialise(HWND dialog);
     void Paint() const;
     void Refresh();
-    bool ReadPatiently(Measurement& measurement) const;
     bool HandleCommand(int command);
     void FitScaling();
     /// What the system tells top-level windows only and the list must hear too.
@@ -69,17 +66,21 @@ public:
 private:
     void ShowStatus(const StatusView& view) const;
     void ShowOk(OkChange change) const;
+    [[nodiscard]] bool StaysBusy() const;
+    void ShowAnalyser(const Measurement& measurement) const;
     void FillTypedFieldsOnce(Measurement& measurement);
     [[nodiscard]] bool TakeOverOilAnswer(Measurement& measurement, OilDerivativeEntry answer) const;
     void RunSettings();
-    [[nodiscard]] Measurement StopAndStoreTyped();
+    void ShowHelp();
+    void ReturnToDialog(bool ok_was_enabled) const;
     void Accept();
-    void Cancel();
+    void Close(int result);
     [[nodiscard]] HWND ValueList() const { return GetDlgItem(dialog_, IDC_VALUES); }
 
     HINSTANCE instance_;
     ProgramState& state_;
     WorkerThread worker_;
+    SerialOutputThread serial_output_;
     HWND dialog_ = nullptr;
     DialogIcons icons_;
     LogPath protocol_path_{};
@@ -117,29 +118,27 @@ void MainDialog::Refresh() {
         EmptyValueList(ValueList());
         return;
     }
-    Measurement measurement;
-    if (!ReadPatiently(measurement)) return;
-    ShowValueRows(ValueList(), ListRows(measurement.tables, state_.oil_fuel != 0, state_.decimal_separator));
+    const bool busy         = StaysBusy();
+    Measurement measurement = state_.measurement.Copy();
+    if (view.values_arrive) ShowAnalyser(measurement);
+    if (busy) return;
+    ShowValueRows(ValueList(), ListRows(measurement, state_.decimal_separator));
     if (view.values_arrive) FillTypedFieldsOnce(measurement);
-    SendSerialOutput(state_, measurement.tables.channels);
+    serial_output_.Send(state_, measurement);
 }
 
-/// False while the worker keeps the tables busy: then the next refresh tries again.
-bool MainDialog::ReadPatiently(Measurement& measurement) const {
+/// True when the worker goes on reading: then the next refresh shows the values.
+bool MainDialog::StaysBusy() const {
     for (int look = 0; look < kBusyLooks; ++look) {
-        if (state_.measurement.Read(measurement)) return true;
+        if (!state_.measurement.Busy()) return false;
         Sleep(kBusyWait);
     }
-    return false;
+    return true;
 }
 
 void MainDialog::ShowStatus(const StatusView& view) const {
     ShowOk(view.ok);
     if (view.text_id != 0) ShowStatusText(dialog_, StringText(view.text_id));
-    if (view.values_arrive) {
-        const auto name = state_.measurement.DeviceName();
-        SetControlText(dialog_, IDC_DEVICE_GROUP, std::wstring(platform::TextIn(name)));
-    }
     SetControlText(dialog_, IDC_CONNECTION, ConnectionText(state_.communication));
     if (view.repaint) InvalidateRect(dialog_, nullptr, TRUE);
 }
@@ -151,18 +150,24 @@ void MainDialog::ShowOk(OkChange change) const {
     if (change == OkChange::kEnableAndFocus && IsWindowEnabled(dialog_)) FocusControl(dialog_, IDC_OK);
 }
 
+/// What follows the analyser in every refresh: its name, and whether there are smoke numbers to enter.
+void MainDialog::ShowAnalyser(const Measurement& measurement) const {
+    SetControlText(dialog_, IDC_DEVICE_GROUP, DeviceText(measurement));
+    if (typed_fields_filled_) EnableSmokeFields(dialog_, measurement.oil_fuel);
+}
+
 void MainDialog::FillTypedFieldsOnce(Measurement& measurement) {
     if (typed_fields_filled_) return;
-    const TypedFields fields = ViewTypedFields(measurement.tables.channels, state_.decimal_separator);
+    const TypedFields fields = ViewTypedFields(measurement.channels, state_.decimal_separator);
     if (fields.oil_derivative && !TakeOverOilAnswer(measurement, *fields.oil_derivative)) return;
-    EnableManualFields(dialog_, state_.oil_fuel != 0, true);
-    ShowTypedFields(dialog_, fields);
+    EnableSmokeFields(dialog_, measurement.oil_fuel);
+    FillManualFields(dialog_, fields);
     typed_fields_filled_ = true;
 }
 
 /// False when the worker has begun another read: the next refresh tries again.
 bool MainDialog::TakeOverOilAnswer(Measurement& measurement, OilDerivativeEntry answer) const {
-    SetOilDerivativeText(measurement.tables.channels, OilAnswerText(answer));
+    SetOilDerivativeText(measurement.channels, OilAnswerText(answer));
     return state_.measurement.Edit(measurement);
 }
 
@@ -182,37 +187,43 @@ bool MainDialog::HandleCommand(int command) {
         case IDC_OK:
         case IDOK: Accept(); return true;
         case IDC_CANCEL:
-        case IDCANCEL: Cancel(); return true;
+        case IDCANCEL: Close(kCancelled); return true;
         case IDC_SETTINGS: RunSettings(); return true;
-        case IDC_HELP_FILE: OpenHelp(dialog_); return true;
+        case IDC_HELP_FILE: ShowHelp(); return true;
         default: return false;
     }
 }
 
 void MainDialog::RunSettings() {
-    const bool was_enabled = IsControlEnabled(dialog_, IDC_OK);
+    const bool ok_was_enabled = IsControlEnabled(dialog_, IDC_OK);
     RunSettingsDialog(instance_, dialog_, state_);
-    if (!was_enabled && IsControlEnabled(dialog_, IDC_OK)) FocusControl(dialog_, IDC_OK);
+    ReturnToDialog(ok_was_enabled);
 }
 
-/// The tables as they are handed on, what was typed included.
-Measurement MainDialog::StopAndStoreTyped() {
-    worker_.Stop();
-    Measurement measurement;
-    if (!state_.measurement.Read(measurement)) return measurement;  // never: the worker has ended
-    StoreManualValues(ReadManualFields(dialog_), measurement.tables.channels);
-    state_.measurement.Replace(measurement);
-    return measurement;
+void MainDialog::ShowHelp() {
+    const bool ok_was_enabled = IsControlEnabled(dialog_, IDC_OK);
+    OpenHelp(dialog_);
+    ReturnToDialog(ok_was_enabled);
 }
 
+/// After another window was open above the dialog: the focus that OK could not take meanwhile.
+void MainDialog::ReturnToDialog(bool ok_was_enabled) const {
+    if (!ok_was_enabled && IsControlEnabled(dialog_, IDC_OK)) FocusControl(dialog_, IDC_OK);
+}
+
+/// Hands on the last whole measurement with what was typed.
 void MainDialog::Accept() {
-    WriteExchangeFile(state_, StopAndStoreTyped().tables);
-    EndDialog(dialog_, kAccepted);
+    worker_.Stop();
+    Measurement measurement = state_.measurement.Copy();
+    StoreManualValues(ReadManualFields(dialog_), measurement.channels);
+    WriteExchangeFile(state_, measurement);
+    Close(kAccepted);
 }
 
-void MainDialog::Cancel() {
-    static_cast<void>(StopAndStoreTyped());
-    EndDialog(dialog_, kCancelled);
+void MainDialog::Close(int result) {
+    worker_.Stop();
+    serial_output_.Stop();
+    EndDialog(dialog_, result);
 }
 
 /// The one open dialog. The dialog box is created with parameter 0, so its procedure finds the state here.

@@ -59,16 +59,17 @@ void PrepareManualFields(HWND dialog, wchar_t decimal_separator) {
     for (const int field_id : kSmokeFields) FillSmokeField(dialog, field_id);
     FillOilField(dialog);
     PrepareTemperature(dialog, decimal_separator);
-    EnableManualFields(dialog, false, false);
+    EnableSmokeFields(dialog, false);
+    EnableUpDown(dialog, IDC_HEAT_TEMPERATURE, false);
 }
 
-void EnableManualFields(HWND dialog, bool smoke_entry, bool heat_temperature) {
-    for (const int field_id : kSmokeFields) EnableControl(dialog, field_id, smoke_entry);
-    EnableControl(dialog, IDC_OIL_DERIVATIVE, smoke_entry);
-    EnableUpDown(dialog, IDC_HEAT_TEMPERATURE, heat_temperature);
+void EnableSmokeFields(HWND dialog, bool enabled) {
+    for (const int field_id : kSmokeFields) EnableControl(dialog, field_id, enabled);
+    EnableControl(dialog, IDC_OIL_DERIVATIVE, enabled);
 }
 
-void ShowTypedFields(HWND dialog, const TypedFields& fields) {
+void FillManualFields(HWND dialog, const TypedFields& fields) {
+    EnableUpDown(dialog, IDC_HEAT_TEMPERATURE, true);
     for (std::size_t index = 0; index < kSmokeFields.size(); ++index) {
         if (const auto& text = fields.smoke_numbers[index]) SetControlText(dialog, kSmokeFields[index], *text);
     }
@@ -83,6 +84,7 @@ std::wstring OilAnswerText(OilDerivativeEntry answer) { return StringText(kOilAn
 
 ManualValues ReadManualFields(HWND dialog) {
     ManualValues typed;
+    typed.smoke_entered = IsControlEnabled(dialog, IDC_OIL_DERIVATIVE);
     for (std::size_t index = 0; index < kSmokeFields.size(); ++index) {
         typed.smoke_numbers[index] = ControlText(dialog, kSmokeFields[index]);
     }

@@ -11,15 +11,16 @@ namespace nelto::ui {
 /// Fills the lists and start values, attaches the arrows and disables all fields.
 void PrepareManualFields(HWND dialog, wchar_t decimal_separator);
 
-void EnableManualFields(HWND dialog, bool smoke_entry, bool heat_temperature);
+/// Enables or disables the fields of smoke numbers and oil derivative.
+void EnableSmokeFields(HWND dialog, bool enabled);
 
-/// Shows what the fields take over from the analyser.
-void ShowTypedFields(HWND dialog, const TypedFields& fields);
+/// Enables the field of the heat carrier temperature and shows what the fields take over from the analyser.
+void FillManualFields(HWND dialog, const TypedFields& fields);
 
 /// The text of an oil derivative answer in the user's language.
 [[nodiscard]] std::wstring OilAnswerText(OilDerivativeEntry answer);
 
-/// What stands in the fields now.
+/// What stands in the fields now; what stands in a disabled smoke field nobody has entered.
 [[nodiscard]] ManualValues ReadManualFields(HWND dialog);
 
 }  // namespace nelto::ui

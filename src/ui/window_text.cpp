@@ -49,7 +49,12 @@ RECT ControlPlace(HWND dialog, int control_id) {
 }
 
 void EnableControl(HWND dialog, int control_id, bool enabled) {
-    EnableWindow(GetDlgItem(dialog, control_id), enabled ? TRUE : FALSE);
+    const HWND control = GetDlgItem(dialog, control_id);
+    const HWND focus   = GetFocus();
+    EnableWindow(control, enabled ? TRUE : FALSE);
+    if (enabled || (focus != control && !IsChild(control, focus))) return;
+    const HWND next = GetNextDlgTabItem(dialog, control, FALSE);
+    SendMessageW(dialog, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(next), TRUE);
 }
 
 bool IsControlEnabled(HWND dialog, int control_id) { return IsWindowEnabled(GetDlgItem(dialog, control_id)) != FALSE; }

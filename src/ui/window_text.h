@@ -27,6 +27,7 @@ void SetControlTexts(HWND dialog, std::span<const ControlTextRow> rows);
 /// The control's rectangle in pixels of the dialog.
 [[nodiscard]] RECT ControlPlace(HWND dialog, int control_id);
 
+/// A control that is disabled hands the focus on to the next: keys that go to a disabled one are lost.
 void EnableControl(HWND dialog, int control_id, bool enabled);
 [[nodiscard]] bool IsControlEnabled(HWND dialog, int control_id);
 

@@ -1,10 +1,10 @@
-// The thread that the acquisition worker runs on.
+// The threads beside the dialog's own: the acquisition worker, and the writer of the serial output.
 #pragma once
-
-#include <windows.h>
 
 #include "core/acquisition_worker.h"
 #include "core/program_state.h"
+#include "core/serial_output.h"
+#include "ui/thread.h"
 
 namespace nelto::ui {
 
@@ -25,7 +25,27 @@ private:
 
     ProgramState& state_;
     OpenInstrument open_;
-    HANDLE thread_ = nullptr;
+    Thread thread_;
+};
+
+/// Dialog thread; writes one block at a time on a thread of its own.
+class SerialOutputThread {
+public:
+    SerialOutputThread() = default;
+    ~SerialOutputThread() { Stop(); }
+    SerialOutputThread(const SerialOutputThread&)            = delete;
+    SerialOutputThread& operator=(const SerialOutputThread&) = delete;
+
+    /// Sends the measurement when the setting asks for it; nothing while the block before is still under way.
+    void Send(const ProgramState& state, const Measurement& measurement);
+    /// Leaves a block under way a short time, cancels the rest, and waits for its writer.
+    void Stop();
+
+private:
+    static DWORD WINAPI Run(void* output);
+
+    SerialOutput output_;
+    Thread thread_;
 };
 
 }  // namespace nelto::ui

@@ -82,23 +82,29 @@ void CheckSerialOutput(std::string_view block, std::size_t records) {
 }
 
 /// What the technician typed lands in the table, whatever is in it already.
-void TryManualValues(const std::wstring& text, ChannelTable& channels) {
+void TryManualValues(const std::wstring& text, bool smoke_entered, ChannelTable& channels) {
     const std::size_t used = UsedRecords(channels).size();
     const std::size_t cut  = text.size() / 2;
     std::ranges::fill(std::span(channels).subspan(used), ChannelRecord());
+    const ChannelTable given = channels;
     StoreManualValues({.smoke_numbers            = {text, text.substr(0, cut), text.substr(cut)},
                        .heat_carrier_temperature = text,
-                       .oil_derivative           = static_cast<std::uint32_t>(text.size() % 3)},
+                       .oil_derivative           = static_cast<std::uint32_t>(text.size() % 3),
+                       .smoke_entered            = smoke_entered},
                       channels);
     Require(UsedRecords(channels).size() >= used && UsedRecords(channels).size() <= used + 6);
     for (const ChannelRecord& record : channels) Require(record.text.back() == L'\0');
+    for (std::size_t index = 0; !smoke_entered && index < channels.size(); ++index) {
+        const bool is_smoke = IsSmokeChannel(channels[index].view_ident);
+        Require(!is_smoke || (index < used && channels[index].value_type == given[index].value_type));
+    }
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static ProgramState state;
-    static MeasurementTables tables;
+    static Measurement measurement;
     Input input(data, size);
     test::ResetQuick();
     const wchar_t separator         = kSeparators[input.Byte() % kSeparators.size()];
@@ -107,10 +113,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::wstring typed        = input.Text();
     TryTypedNumber(typed, separator);
 
-    tables            = {};
+    measurement       = {};
     std::size_t count = 0;
     for (; !input.IsEmpty() && count < kChannelCapacity; ++count) {
-        ChannelRecord& record = tables.channels[count];
+        ChannelRecord& record = measurement.channels[count];
         record.view_ident     = input.Take<std::uint16_t>() | (choice & 16u);
         record.unit           = input.Take<std::uint16_t>();
         record.resolution     = input.Byte();
@@ -119,18 +125,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         platform::CopyText(record.text, input.Text());
         TryValue(record, separator);
     }
-    if ((choice & 4) != 0) tables.heating_check = tables.channels;
-    state.oil_fuel          = choice & 1u;
+    if ((choice & 4) != 0) measurement.heating_check = measurement.channels;
+    measurement.oil_fuel    = (choice & 1u) != 0;
     state.decimal_separator = separator;
     state.caller_word       = typed.substr(0, typed.find_first_of(L" \n"));
-    const std::size_t used  = UsedRecords(tables.channels).size();
-    CheckExchangeText(ExchangeText(state, tables), state.caller_word, 2 * used);
-    if ((choice & 8) != 0) WriteExchangeFile(state, tables);
-    CheckSerialOutput(SerialOutputBlock(tables.channels, state.oil_fuel != 0), used);
+    const std::size_t used  = UsedRecords(measurement.channels).size();
+    CheckExchangeText(ExchangeText(state, measurement), state.caller_word, 2 * used);
+    if ((choice & 8) != 0) WriteExchangeFile(state, measurement);
+    CheckSerialOutput(SerialOutputBlock(measurement), used);
     if ((choice & 32) != 0) {
-        Require(ListRows(tables, state.oil_fuel != 0, separator).size() <= 2 * used);
-        static_cast<void>(ViewTypedFields(tables.channels, separator));
+        Require(ListRows(measurement, separator).size() <= 2 * used);
+        static_cast<void>(ViewTypedFields(measurement.channels, separator));
     }
-    if ((choice & 2) != 0) TryManualValues(typed, tables.channels);
+    if ((choice & 2) != 0) TryManualValues(typed, (choice & 64) == 0, measurement.channels);
     return 0;
 }

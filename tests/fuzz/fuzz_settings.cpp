@@ -40,8 +40,9 @@ void TryStart(ProgramState& state, const std::array<std::uint32_t, 4>& numbers) 
 }
 
 void TrySerialOutput(const ProgramState& state) {
-    static const ChannelTable kNoChannels{};
-    SendSerialOutput(state, kNoChannels);
+    static const Measurement kNothing{};
+    SerialOutput output;
+    if (output.Begin(state, kNothing)) output.Write();
     CheckPath(state.serial_output_port);
     CheckPath(state.communication);
     Require(Quick().ports_open == 0);

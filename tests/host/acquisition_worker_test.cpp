@@ -1,24 +1,32 @@
 #include "core/acquisition_worker.h"
 
+#include <cstdio>
+
+#include "platform/wide_text.h"
 #include "support.h"
 
 namespace nelto::test {
 namespace {
 
-/// The analyser of one connection: gives scripted results and writes down what the worker asks for.
+/// The analysers of a run: give scripted results and write down what the worker asks for.
 struct Script {
     std::deque<bool> opens;                    // one an open; none left: nothing found
     std::deque<std::uint32_t> configurations;  // results, 0 once used up
     std::deque<std::uint32_t> values;          // results; used up: the stop is requested
     std::deque<std::uint32_t> heating_checks;  // results, 0 once used up
-    std::uint32_t kind = kKind780;
+    std::uint32_t kind                = kKind780;
+    const wchar_t* name               = L"T7";
+    const wchar_t* serial_number      = L"1";
+    float fuel_value                  = 1;
+    bool stops_in_configuration       = false;
+    bool stops_in_heating_check       = false;
+    std::vector<std::uint32_t> brings = {0xFF2E};  // view idents of the heating check
+    float number                      = 0;         // what its results are
     std::string calls;  // o open, x not found, f fuel, c configuration, h heating check, v values, z close
     std::vector<std::uint32_t> statuses;  // at each call of configuration and values
     std::uint32_t stop_at   = 0;          // time at which the user ends
     std::int32_t fuel       = 0;
     bool busy_outside_reads = false;
-    bool cut_short          = false;  // the configuration leaves an empty table
-    bool stops              = true;   // and the stop comes during it
     ProgramState* state     = nullptr;
 };
 
@@ -44,27 +52,31 @@ public:
         script->calls += 'c';
         script->statuses.push_back(script->state->status);
         EXPECT_TRUE(script->state->measurement.Busy());
-        channels = {};
-        if (script->cut_short) {
-            if (script->stops) script->state->stop_request = 1;
-            return Take(script->configurations);
-        }
+        EXPECT_TRUE(UsedRecords(channels).empty());
+        if (script->stops_in_configuration) script->state->stop_request = 1;
+        const std::uint32_t result = Take(script->configurations);
+        if (script->kind == kKind710) return result;
         channels[0].view_ident = kFuel;
-        channels[0].value      = 1.0F;
+        channels[0].value      = script->fuel_value;
+        if (result != 0) return result;  // half-way
         channels[1].view_ident = kDevice;
-        channels[1].text       = {L'T', L'7'};
-        return Take(script->configurations);
+        platform::CopyText(channels[1].text, script->name);
+        channels[2].view_ident = kSerialNumber;
+        platform::CopyText(channels[2].text, script->serial_number);
+        return result;
     }
     bool ReadHeatingCheck(ChannelTable& heating_check) override {
         script->calls += 'h';
         EXPECT_TRUE(UsedRecords(heating_check).empty());
-        FirstFreeRecord(heating_check)->view_ident = 0xFF2E;
+        for (const std::uint32_t ident : script->brings)
+            *FirstFreeRecord(heating_check) = {.view_ident = ident, .value = script->number};
+        if (script->stops_in_heating_check) script->state->stop_request = 1;
         return Take(script->heating_checks) == 0;
     }
     std::uint32_t ReadValues(ChannelTable& channels) override {
         script->calls += 'v';
         script->statuses.push_back(script->state->status);
-        channels[0].value_type = kText;
+        if (script->kind != kKind710) channels[0].value_type = kText;
         if (script->values.empty()) script->state->stop_request = 1;
         return Take(script->values);
     }
@@ -96,6 +108,29 @@ protected:
 
     void Run() { EXPECT_EQ(AcquisitionWorker(state_, FakeOpen), 0U); }
 
+    /// One connection, or as many as there are results that end one, with the values read once after the last.
+    Measurement Connect(std::deque<std::uint32_t> configurations = {}, std::deque<std::uint32_t> values = {}) {
+        state_.stop_request    = 0;
+        script_.calls          = {};
+        script_.opens          = std::deque<bool>(1 + configurations.size() + values.size(), true);
+        script_.configurations = std::move(configurations);
+        script_.values         = std::move(values);
+        Run();
+        return state_.measurement.Copy();
+    }
+
+    /// View idents and numbers of the heating check, "2E:1 2F:1".
+    static std::string ResultsOf(const Measurement& measurement) {
+        std::string results;
+        for (const ChannelRecord& record : UsedRecords(measurement.heating_check)) {
+            std::array<char, 16> text{};
+            std::snprintf(text.data(), text.size(), "%s%02X:%.0f", results.empty() ? "" : " ", record.view_ident & 0xFF,
+                          static_cast<double>(record.value));
+            results += text.data();
+        }
+        return results;
+    }
+
     ProgramState state_;
     Script script_;
 };
@@ -126,12 +161,12 @@ TEST_F(WorkerTest, ReadsValuesOnceASecondAndHandsThemOver) {
     EXPECT_EQ(script_.statuses, (std::vector<std::uint32_t>{1, 1, 2, 2}));
     EXPECT_EQ(state_.instrument_kind, kKind780);
     EXPECT_EQ(state_.sub_type, 7U);
-    EXPECT_EQ(state_.oil_fuel, 1U);
-    EXPECT_EQ(std::wstring(state_.measurement.DeviceName().data()), L"T7");
-    Measurement measurement;
-    ASSERT_TRUE(state_.measurement.Read(measurement));
-    EXPECT_EQ(std::wstring(measurement.tables.channels[0].label.data()), L"Fuel");
-    EXPECT_EQ(measurement.tables.channels[0].value_type, kText);
+    const Measurement measurement = state_.measurement.Copy();
+    EXPECT_TRUE(measurement.oil_fuel);
+    EXPECT_EQ(measurement.kind, kKind780);
+    EXPECT_EQ(platform::TextIn(measurement.device_name), L"T7");
+    EXPECT_EQ(platform::TextIn(measurement.channels[0].label), L"Fuel");
+    EXPECT_EQ(measurement.channels[0].value_type, kText);
     EXPECT_FALSE(script_.busy_outside_reads);
 }
 
@@ -178,48 +213,120 @@ TEST_F(WorkerTest, ClosesTwiceWhenTheStopComesWhileItWaitsAfterAFailure) {
     }
 }
 
-TEST_F(WorkerTest, ReplacesTheHeatingCheckWithEachReadThatWorkedAndLabelsIt) {
-    state_.heating_check   = 1;
-    script_.opens          = {true, true, true};
-    script_.values         = {2, 2};
-    script_.heating_checks = {0, 0, 1};
-    Run();
-    EXPECT_EQ(script_.calls, "ofchvzofchvzofchvz");
-    const Measurement measurement = state_.measurement.Copy();
-    ASSERT_EQ(UsedRecords(measurement.tables.heating_check).size(), 1U);
-    EXPECT_EQ(std::wstring(measurement.tables.heating_check[0].label.data()), L"PointsFluegasLo");
+TEST_F(WorkerTest, KeepsTheLastWholeMeasurementUntilAnotherOneIsWhole) {
+    const std::uint32_t version = Connect().version;
+    script_.serial_number       = L"2";
+    script_.stop_at             = World().now + 500;
+    EXPECT_EQ(Connect({2}).version, version);  // the configuration fails
+    script_.stop_at = World().now + 500;
+    EXPECT_EQ(Connect({}, {2}).version, version);  // no values have come yet
+    EXPECT_EQ(script_.calls, "ofcvzz");
+    EXPECT_EQ(state_.status, kBroken);
+    script_.stops_in_configuration = true;
+    for (const std::uint32_t result : {0U, 2U}) {  // cut short
+        EXPECT_EQ(Connect({result}).version, version);
+        EXPECT_EQ(script_.calls, result == 0 ? "ofcz" : "ofczz");
+    }
+    script_.stops_in_configuration = false;
+    script_.stop_at                = 0;
+    const Measurement other        = Connect({2}, {6});
+    EXPECT_EQ(other.version, version + 1);
+    EXPECT_EQ(platform::TextIn(other.channels[2].text), L"2");
 }
 
-TEST_F(WorkerTest, KeepsTheLastWholeMeasurementWhenAStopCutsAReadShortAndTheRestOfAFailedOne) {
-    script_.opens  = {true};
-    script_.values = {0};
-    Run();
-    script_.cut_short = true;
-    for (const bool stop : {true, false}) {
-        state_.stop_request    = 0;
-        script_.opens          = {true};
-        script_.configurations = {2};
-        script_.stops          = stop;
-        script_.stop_at        = World().now + 300;
-        Run();
-        Measurement measurement;
-        ASSERT_TRUE(state_.measurement.Read(measurement));
-        EXPECT_EQ(UsedRecords(measurement.tables.channels).size(), stop ? 2U : 0U);
+TEST_F(WorkerTest, LeavesNothingOfAnEarlierAnalyserButTheFuelThatNoneHasTold) {
+    state_.heating_check = 1;
+    for (const float fuel : {1.0F, 0.9999F, 2.0F}) {
+        script_.kind              = kKind780;
+        script_.fuel_value        = fuel;
+        script_.brings            = {0xFF2E};
+        const Measurement earlier = Connect();
+        EXPECT_EQ(earlier.oil_fuel, fuel == 1.0F);
+        EXPECT_EQ(ResultsOf(earlier), "2E:0");
+        script_.kind              = kKind710;
+        script_.brings            = {};
+        script_.heating_checks    = {1};
+        const Measurement another = Connect();
+        EXPECT_EQ(state_.status, kValuesAvailable);
+        EXPECT_TRUE(UsedRecords(another.channels).empty() && UsedRecords(another.heating_check).empty());
+        EXPECT_EQ(another.device_name[0], L'\0');
+        EXPECT_EQ(another.oil_fuel, fuel == 1.0F);
     }
 }
 
+TEST_F(WorkerTest, KeepsHeatingCheckResultsOfTheSameAnalyserThatAReadHasNotBrought) {
+    state_.heating_check = 1;
+    struct Case {
+        const char* name;
+        std::vector<std::uint32_t> brings;
+        std::uint32_t result;
+        const char* shown;  // each read brings the next number
+    };
+    const Case cases[] = {
+        {"the first one", {0xFF2E, 0xFF3F, 0xFF40, 0xFF3F, 0xFF40, 0xFF45}, 0, "2E:0 3F:0 40:0 3F:0 40:0 45:0"},
+        {"nothing came", {}, 1, "2E:0 3F:0 40:0 3F:0 40:0 45:0"},
+        {"a list came", {0xFF3F, 0xFF40, 0xFF3F, 0xFF40}, 1, "2E:0 3F:2 40:2 3F:2 40:2 45:0"},
+        {"fewer and new ones", {0xFF3F, 0xFF40, 0xFF41, 0xFF45, 0xFF46}, 1, "2E:0 3F:3 40:3 41:3 45:3 46:3"},
+        {"more than before", {0xFF2E, 0xFF2E}, 1, "2E:4 2E:4 3F:3 40:3 41:3 45:3 46:3"},
+        {"too many", std::vector<std::uint32_t>(60, 0xFF47), 1, nullptr},
+        {"a whole one", {0xFF45}, 0, "45:6"},
+        {"which is empty", {}, 0, ""},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.name);
+        script_.brings         = row.brings;
+        script_.heating_checks = {row.result};
+        const Measurement read = Connect();
+        EXPECT_EQ(script_.calls, "ofchvz");
+        if (row.shown != nullptr) EXPECT_EQ(ResultsOf(read), row.shown);
+        EXPECT_LE(UsedRecords(read.heating_check).size(), kChannelCapacity);
+        ++script_.number;
+    }
+}
+
+TEST_F(WorkerTest, DropsHeatingCheckResultsWithTheirAnalyserAlone) {
+    state_.heating_check    = 1;
+    const Measurement first = Connect();
+    EXPECT_EQ(ResultsOf(first), "2E:0");
+    EXPECT_EQ(platform::TextIn(first.heating_check[0].label), L"PointsFluegasLo");
+    script_.number                 = 1;
+    script_.stops_in_heating_check = true;
+    EXPECT_EQ(ResultsOf(Connect({}, {2})), "2E:0");
+    script_.stops_in_heating_check = false;
+    script_.heating_checks         = {1, 1};
+    script_.brings                 = {0xFF2F};
+    script_.serial_number          = L"2";  // whose values come only after a second, failed read of its results
+    EXPECT_EQ(ResultsOf(Connect({}, {6})), "2F:1");
+    state_.heating_check = 0;
+    EXPECT_EQ(ResultsOf(Connect({2})), "2F:1");
+    EXPECT_EQ(script_.calls, "ofczofcvz");
+    script_.name = L"T8";
+    EXPECT_EQ(ResultsOf(Connect()), "");
+    state_.heating_check = 1;
+    EXPECT_EQ(ResultsOf(Connect()), "2F:1");
+    state_.heating_check = 0;
+    script_.kind         = kKind781;
+    EXPECT_EQ(ResultsOf(Connect()), "");
+}
+
 TEST_F(WorkerTest, LetsTheDialogEditOnlyWhatItHasSeen) {
-    Measurement seen;
-    ASSERT_TRUE(state_.measurement.Read(seen));
-    seen.tables.channels[0].view_ident = 5;
-    Measurement update                 = state_.measurement.BeginUpdate();
-    Measurement other;
-    EXPECT_FALSE(state_.measurement.Read(other));
+    Measurement seen            = state_.measurement.Copy();
+    seen.channels[0].view_ident = 5;
+    state_.measurement.SetBusy(true);
     EXPECT_FALSE(state_.measurement.Edit(seen));
-    state_.measurement.EndUpdate(update);
+    state_.measurement.Publish(state_.measurement.Copy());
+    state_.measurement.SetBusy(false);
     EXPECT_FALSE(state_.measurement.Edit(seen));
-    ASSERT_TRUE(state_.measurement.Read(other));
-    EXPECT_TRUE(state_.measurement.Edit(other));
+    EXPECT_EQ(state_.measurement.Copy().channels[0].view_ident, 0U);
+    EXPECT_TRUE(state_.measurement.Edit(state_.measurement.Copy()));
+
+    World().on_wait = [this, edited = false]() mutable {
+        Measurement shown = state_.measurement.Copy();
+        platform::CopyText(shown.channels[1].label, L"edited");
+        if (!edited) EXPECT_TRUE(state_.measurement.Edit(shown));
+        edited = true;
+    };
+    EXPECT_EQ(platform::TextIn(Connect({}, {0, 0}).channels[1].label), L"edited");  // later reads have it too
 }
 
 }  // namespace

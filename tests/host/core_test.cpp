@@ -132,24 +132,16 @@ TEST_F(CoreTest, StartsFromTheStoreAndRemovesAStaleExchangeFile) {
 
 TEST_F(CoreTest, LabelsTheSpecialChannels) {
     World().texts = {{676, L"Brennstoff"}, {679, L"Ger\u00E4t"}, {700, L"PointsFluegasLoss"}, {736, L"TempRearUpper"}};
-    struct Case {
-        float fuel;
-        std::uint32_t flag;
-    };
-    for (const Case& row : {Case{1.0F, 1}, Case{0.9999F, 0}, Case{2.0F, 0}}) {
-        Measurement measurement;
-        std::atomic<std::uint32_t> oil_fuel{0};
-        measurement.tables.channels[2]  = Number(kFuel, 0, row.fuel, 0);
-        measurement.tables.channels[63] = WithText(kDevice, L"nelto 780-2");
-        LabelChannelTable(measurement, oil_fuel);
-        EXPECT_EQ(oil_fuel, row.flag);
-        EXPECT_EQ(std::wstring(measurement.tables.channels[63].label.data()), L"Ger\u00E4t");
-        EXPECT_EQ(std::wstring(measurement.device_name.data()), L"nelto 780-2");
-    }
-    Measurement none;
-    std::atomic<std::uint32_t> kept{1};
-    LabelChannelTable(none, kept);
-    EXPECT_EQ(kept, 1U);
+    Measurement measurement;
+    ChannelTable& channels = measurement.channels;
+    channels[2]            = Number(kFuel, 0, 1, 0);
+    channels[63]           = WithText(kDevice, L"nelto 780-2");  // behind free records
+    LabelChannelTable(channels);
+    TakeSpecialChannels(measurement);
+    EXPECT_TRUE(measurement.oil_fuel);
+    EXPECT_EQ(platform::TextIn(measurement.device_name), L"nelto 780-2");
+    EXPECT_EQ(std::wstring(channels[2].label.data()), L"Brennstoff");
+    EXPECT_EQ(std::wstring(channels[63].label.data()), L"Ger\u00E4t");
 
     ChannelTable results{};
     results[0] = Number(0xFF2E, 0, 1, 0);
@@ -169,24 +161,29 @@ protected:
     OutputTest() {
         state_.decimal_separator = L',';
         platform::CopyText(state_.exchange_file, kPath);
-        auto& channels           = tables_.channels;
-        channels[0]              = Number(0x0901, 130, 20.94F, 255);
-        channels[1]              = Number(0x0301, 24, -0.125F, 253);
-        channels[2]              = Number(0x0902, 139, 5, 0);  // a unit without a key
-        channels[3]              = Number(kSmokeNumber1, 0, 1.5F, 255);
-        channels[4]              = Number(kOilDerivative, 0, 1, 0);
-        channels[5]              = Number(kSmokeNumberMean, 0, 2, 255);
-        channels[6]              = Number(kFuel, kNoUnit, 1, 0);
-        channels[7]              = WithText(kDevice, L"nelto\r\n9000=x \u03BB");
-        channels[8]              = Number(0x0916, 99, 1, 0);
-        channels[8].value_type   = kNoValue;
-        tables_.heating_check[0] = Number(0xFF2E, 255, 7, 0);
-        tables_.heating_check[1] = Number(0xFF32, 255, 7, 0);
+        auto& channels                = measurement_.channels;
+        channels[0]                   = Number(0x0901, 130, 20.94F, 255);
+        channels[1]                   = Number(0x0301, 24, -0.125F, 253);
+        channels[2]                   = Number(0x0902, 139, 5, 0);  // a unit without a key
+        channels[3]                   = Number(kSmokeNumber1, 0, 1.5F, 255);
+        channels[4]                   = Number(kOilDerivative, 0, 1, 0);
+        channels[5]                   = Number(kSmokeNumberMean, 0, 2, 255);
+        channels[6]                   = Number(kFuel, kNoUnit, 1, 0);
+        channels[7]                   = WithText(kDevice, L"nelto\r\n9000=x \u03BB");
+        channels[8]                   = Number(0x0916, 99, 1, 0);
+        channels[8].value_type        = kNoValue;
+        measurement_.heating_check[0] = Number(0xFF2E, 255, 7, 0);
+        measurement_.heating_check[1] = Number(0xFF32, 255, 7, 0);
     }
 
     const std::string& Written() {
-        WriteExchangeFile(state_, tables_);
+        WriteExchangeFile(state_, measurement_);
         return World().files[kPath];
+    }
+
+    /// As the dialog's refresh does it, but that nobody goes on meanwhile.
+    void Send() {
+        if (output_.Begin(state_, measurement_)) output_.Write();
     }
 
     static std::string Sent(const ScriptedPeer& peer) {
@@ -197,7 +194,8 @@ protected:
 
     static constexpr const wchar_t* kPath = L"C:\\Temp\\\\NeltoStackWatcher.txt";
     ProgramState state_;
-    MeasurementTables tables_;
+    Measurement measurement_;
+    SerialOutput output_;
 };
 
 TEST_F(OutputTest, WritesTheExchangeFileByteForByte) {
@@ -206,8 +204,8 @@ TEST_F(OutputTest, WritesTheExchangeFileByteForByte) {
               "JOB17\r\n2003=20,9\r\n4010=-0,125\r\n6420=1\r\n9000=nelto  9000=x ?\r\n5020=-\r\n9050263=7\r\n");
     EXPECT_EQ(World().debug_lines.at(0), L"GetIdent 00000901, Unit 130, ID 2003");
     EXPECT_EQ(World().debug_lines.at(2), L"GetIdent 00000902, Unit 139, ID 0");
-    state_.oil_fuel    = 1;
-    state_.caller_word = {};
+    measurement_.oil_fuel = true;
+    state_.caller_word    = {};
     EXPECT_EQ(Written(),
               "2003=20,9\r\n4010=-0,125\r\n6020=1,5\r\n6320=1\r\n6520=2,0\r\n6420=1\r\n9000=nelto  9000=x "
               "?\r\n5020=-\r\n9050263=7\r\n");
@@ -217,7 +215,7 @@ TEST_F(OutputTest, LeavesNoHalfExchangeFileAndNoTraceOfTheFailure) {
     const std::size_t size = Written().size();
     for (std::size_t space = 0; space < size; ++space) {
         World().disk_space = space;
-        WriteExchangeFile(state_, tables_);
+        WriteExchangeFile(state_, measurement_);
         EXPECT_TRUE(World().files.empty()) << space;
     }
     World().disk_space = size;
@@ -233,19 +231,20 @@ TEST_F(OutputTest, SendsTheSerialBlockByteForByte) {
     ScriptedPeer peer;
     World().serial_ports[L"\\\\.\\COM12"].device = &peer;
     state_.serial_output_port                    = 12;
-    SendSerialOutput(state_, tables_.channels);
+    Send();
     EXPECT_TRUE(peer.written.empty());
     state_.serial_output = 1;
-    SendSerialOutput(state_, tables_.channels);
+    Send();
     EXPECT_EQ(Sent(peer),
               "NELTO\n\r00000901:130=20.9\n\r00000301:024=-0.125\n\r00000902:139=5\n\r00000916:099=\n\rEND\n\r");
     EXPECT_EQ(World().serial_ports[L"\\\\.\\COM12"].baud_rate, 0U);  // the port is used as the system has it set
     EXPECT_EQ(World().serial_ports[L"\\\\.\\COM12"].open_handles, 0U);
-    EXPECT_EQ(SerialOutputBlock({}, true), "NELTO\n\rEND\n\r");
-    EXPECT_NE(SerialOutputBlock(tables_.channels, true).find("0000FF06:000=1\n\r"), std::string::npos);
-    ChannelTable letters{};
-    letters[0] = WithText(0x0901, L"a\u010D\u010Ab\nc");  // letters whose low bits are line ends
-    EXPECT_EQ(SerialOutputBlock(letters, true), "NELTO\n\r00000901:255=a  b c\n\rEND\n\r");
+    EXPECT_EQ(SerialOutputBlock({}), "NELTO\n\rEND\n\r");
+    measurement_.oil_fuel = true;
+    EXPECT_NE(SerialOutputBlock(measurement_).find("0000FF06:000=1\n\r"), std::string::npos);
+    Measurement letters;
+    letters.channels[0] = WithText(0x0901, L"a\u010D\u010Ab\nc");  // letters whose low bits are line ends
+    EXPECT_EQ(SerialOutputBlock(letters), "NELTO\n\r00000901:255=a  b c\n\rEND\n\r");
 }
 
 TEST_F(OutputTest, PutsUpWithEveryFaultOfTheOutputPortInSilence) {
@@ -254,25 +253,46 @@ TEST_F(OutputTest, PutsUpWithEveryFaultOfTheOutputPortInSilence) {
     port.device               = &peer;
     state_.serial_output      = 1;
     state_.serial_output_port = 3;  // missing
-    SendSerialOutput(state_, tables_.channels);
+    Send();
     state_.serial_output_port     = 7;
     std::uint32_t error           = 0;
     const auto analysers_own_port = platform::OpenSerialPort(L"COM7", error);
-    SendSerialOutput(state_, tables_.channels);
+    Send();
     EXPECT_EQ(port.times_opened, 1U);
     platform::CloseSerialPort(analysers_own_port);
 
     const std::uint32_t start = World().now;
     port.stands_still         = true;
-    SendSerialOutput(state_, tables_.channels);
+    Send();
     EXPECT_EQ(World().now - start, 500 + 7 * 40U);  // for the first line, and none after it
     EXPECT_TRUE(peer.written.empty());
     port.stands_still = false;
     peer.most_written = 3;
-    SendSerialOutput(state_, tables_.channels);
-    EXPECT_EQ(Sent(peer), SerialOutputBlock(tables_.channels, false));  // counts are not looked at
+    Send();
+    EXPECT_EQ(Sent(peer), SerialOutputBlock(measurement_));  // counts are not looked at
     EXPECT_EQ(port.open_handles, 0U);
     EXPECT_TRUE(World().files.empty() && World().debug_lines.empty());
+}
+
+TEST_F(OutputTest, SendsNothingWhileABlockIsUnderWayAndNoLineMoreOnceItIsCancelled) {
+    ScriptedPeer peer;
+    World().serial_ports[L"COM1"].device = &peer;
+    state_.serial_output                 = 1;
+    ASSERT_TRUE(output_.Begin(state_, measurement_));
+    const std::string begun   = SerialOutputBlock(measurement_);
+    measurement_.channels[0]  = Number(0x0901, 130, 3, 255);
+    state_.serial_output_port = 2;
+    EXPECT_FALSE(output_.Begin(state_, measurement_));
+    output_.Write();
+    EXPECT_EQ(Sent(peer), begun);  // of the moment at which it was begun, to the port of that moment
+    ASSERT_TRUE(output_.Begin(state_, measurement_));
+    output_.Drop();
+    state_.serial_output_port = 1;
+    EXPECT_TRUE(output_.Begin(state_, measurement_));
+    output_.Cancel();
+    output_.Write();
+    EXPECT_EQ(Sent(peer), begun);
+    EXPECT_EQ(World().serial_ports[L"COM1"].open_handles, 0U);
 }
 
 TEST_F(CoreTest, KeepsWideTextInEveryLogWriter) {

@@ -59,6 +59,14 @@ TEST_F(DialogViewTest, LargePictureShowsTheInstrumentOnceOneIsFound) {
     }
 }
 
+TEST_F(DialogViewTest, AnAnalyserWithoutANameIsADevice) {
+    test::World().texts = {{600, L"Device"}};
+    Measurement measurement;
+    EXPECT_EQ(DeviceText(measurement), L"Device");
+    platform::CopyText(measurement.device_name, L"nelto 780-2");
+    EXPECT_EQ(DeviceText(measurement), L"nelto 780-2");
+}
+
 TEST_F(DialogViewTest, ConnectionTextNamesTheLink) {
     test::World().texts = {{606, L"USB"}, {607, L"IrDA"}, {608, L"Bluetooth"}};
     EXPECT_EQ(ConnectionText(0), L"USB");
@@ -68,23 +76,24 @@ TEST_F(DialogViewTest, ConnectionTextNamesTheLink) {
 }
 
 TEST_F(DialogViewTest, RowsAreTheUsedRecordsAndSmokeChannelsOnlyWithOil) {
-    MeasurementTables tables;
-    tables.channels[0]      = Record(0x0901, 20.94F, kNumber, L"O2");
-    tables.channels[1]      = Record(kSmokeNumber1, 1.0F);
-    tables.channels[2]      = Record(kOilDerivative, 1.0F);
-    tables.channels[3]      = Record(kHeatCarrierTemperature, 0.0F, kNoValue, L"HCT");
-    tables.channels[4]      = Record(kDevice, 0.0F, kText, L"Device");
-    tables.channels[4].unit = 777;
-    platform::CopyText(tables.channels[4].text, L"v1.2");
-    tables.channels[6]      = Record(0x0902, 1.0F);  // behind the first free record
-    tables.heating_check[0] = Record(0xFF2E, 3.0F, kNumber, L"Points");
+    Measurement measurement;
+    measurement.channels[0]      = Record(0x0901, 20.94F, kNumber, L"O2");
+    measurement.channels[1]      = Record(kSmokeNumber1, 1.0F);
+    measurement.channels[2]      = Record(kOilDerivative, 1.0F);
+    measurement.channels[3]      = Record(kHeatCarrierTemperature, 0.0F, kNoValue, L"HCT");
+    measurement.channels[4]      = Record(kDevice, 0.0F, kText, L"Device");
+    measurement.channels[4].unit = 777;
+    platform::CopyText(measurement.channels[4].text, L"v1.2");
+    measurement.channels[6]      = Record(0x0902, 1.0F);  // behind the first free record
+    measurement.heating_check[0] = Record(0xFF2E, 3.0F, kNumber, L"Points");
 
     const std::vector<ListRow> expected = {
         {L"O2", L"20,9", L"%"}, {L"HCT", L"-", L"%"}, {L"Device", L"v1.2", L"Unit 777"}, {L"Points", L"3,0", L"%"}};
-    EXPECT_EQ(ListRows(tables, false, L','), expected);
-    EXPECT_EQ(ListRows(tables, true, L',').size(), 6U);
-    tables.channels.fill(Record(0x0901, 1.0F));
-    EXPECT_EQ(ListRows(tables, true, L'.').size(), kChannelCapacity + 1);
+    EXPECT_EQ(ListRows(measurement, L','), expected);
+    measurement.oil_fuel = true;
+    EXPECT_EQ(ListRows(measurement, L',').size(), 6U);
+    measurement.channels.fill(Record(0x0901, 1.0F));
+    EXPECT_EQ(ListRows(measurement, L'.').size(), kChannelCapacity + 1);
 }
 
 TEST_F(DialogViewTest, TypedFieldsTakeOverOnlyRecordsWithANumber) {

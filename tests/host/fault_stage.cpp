@@ -171,14 +171,10 @@ void Stage::Expect(bool condition, const std::string& what) {
 
 void Stage::Note(char step) {
     trace_ += step;
-    if (step == 'c' || step == 'C') has_values_ = false;
     statuses.push_back(state.status);
 }
 
-void Stage::NoteValuesRead() {
-    shown_      = sent_;
-    has_values_ = true;
-}
+void Stage::NoteValuesRead() { shown_ = sent_; }
 
 std::size_t Stage::Write(std::span<const std::uint8_t> bytes) {
     if (broken_) return 0;
@@ -296,7 +292,7 @@ void Stage::Check() {
     checked_version_ = shown.version;
     CheckChannels(shown);
     std::size_t place = 0;  // the results shown are some of those there are, in their order
-    for (const ChannelRecord& record : UsedRecords(shown.tables.heating_check)) {
+    for (const ChannelRecord& record : UsedRecords(shown.heating_check)) {
         while (place < kHeatingCheck.size() && kHeatingCheck[place] != record.value) ++place;
         constexpr std::uint32_t kIdents[] = {0xFF2E, 0xFF2F, 0xFF3F, 0xFF40, 0xFF3F, 0xFF40, 0xFF45};
         const bool known                  = place < kHeatingCheck.size() && kIdents[place++] == record.view_ident;
@@ -304,29 +300,30 @@ void Stage::Check() {
     }
 }
 
+/// Nothing before the first values, and then always the whole of the last ones.
 void Stage::CheckChannels(const Measurement& shown) {
-    const auto records = UsedRecords(shown.tables.channels);
-    Expect(records.size() <= std::size(kRows) && (!has_values_ || records.size() == std::size(kRows)), "channel count");
+    const auto records = UsedRecords(shown.channels);
+    Expect(records.size() == (shown_.empty() ? 0 : std::size(kRows)), "channel count");
     for (std::size_t i = 0; i < std::min(records.size(), std::size(kRows)); ++i) {
         const ChannelRecord& record = records[i];
         const std::string name      = "channel " + std::to_string(i);
         Expect(record.view_ident == kRows[i].ident, name + " has ident " + std::to_string(record.view_ident));
-        const bool half_read = !has_values_ && i + 1 == records.size();
         if (i >= kMeasured) {
-            Expect(record.value == kRows[i].value || half_read, name + " has value " + std::to_string(record.value));
+            Expect(record.value == kRows[i].value, name + " has value " + std::to_string(record.value));
             Expect(platform::TextIn(record.text) == kRows[i].text, name + " has another text");
             continue;
         }
-        Expect(platform::TextIn(record.label) == kRows[i].text || half_read, name + " has another label");
-        Expect((record.value_type == kNumber) == has_values_, name + " has a value or not");
-        if (has_values_) Expect(std::bit_cast<std::uint32_t>(record.value) == shown_[i], name + " has a false value");
+        Expect(platform::TextIn(record.label) == kRows[i].text, name + " has another label");
+        Expect(record.value_type == kNumber, name + " has no value");
+        if (i < shown_.size())
+            Expect(std::bit_cast<std::uint32_t>(record.value) == shown_[i], name + " has a false value");
     }
 }
 
 std::vector<float> Stage::HeatingCheckValues() const {
     std::vector<float> values;
     const Measurement measurement = state.measurement.Copy();
-    for (const ChannelRecord& record : UsedRecords(measurement.tables.heating_check)) values.push_back(record.value);
+    for (const ChannelRecord& record : UsedRecords(measurement.heating_check)) values.push_back(record.value);
     return values;
 }
 

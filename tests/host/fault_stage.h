@@ -121,8 +121,7 @@ private:
     std::string wrong_;
     std::uint32_t started_ = 0, limit_ms_ = 0, checked_at_ = 0, checked_version_ = 0;
     std::vector<std::uint32_t> sent_;
-    std::vector<std::uint32_t> shown_;  // the same in the last answer that was read whole
-    bool has_values_ = false;           // since the last configuration
+    std::vector<std::uint32_t> shown_;  // the same in the last answer that was read whole; empty before the first one
 };
 
 }  // namespace nelto::test

@@ -58,14 +58,14 @@ Lines Connect(int reads) {
     Lines shown;
     const auto connection = Nelto780Open(state);
     if (connection == nullptr) return {state.last_error.load()};
-    MeasurementTables tables;
-    shown.push_back("configuration " + std::to_string(GetOnlineConfiguration(*connection, tables.channels)));
-    shown.push_back("heating check " + std::to_string(ReadHeatingCheck2004(*connection, tables.heating_check)));
-    Tell(shown, tables.heating_check);
+    ChannelTable channels{}, heating_check{};
+    shown.push_back("configuration " + std::to_string(GetOnlineConfiguration(*connection, channels)));
+    shown.push_back("heating check " + std::to_string(ReadHeatingCheck2004(*connection, heating_check)));
+    Tell(shown, heating_check);
     for (std::uint32_t result = 0; reads > 0 && result == 0; --reads) {
-        result = GetOnlineValues(*connection, tables.channels);
+        result = GetOnlineValues(*connection, channels);
         shown.push_back("values " + std::to_string(result));
-        Tell(shown, tables.channels);
+        Tell(shown, channels);
         World().now += 1000;
     }
     Nelto780Close(connection.get());

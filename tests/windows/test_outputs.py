@@ -15,6 +15,9 @@ from test_session import AVAILABLE, SerialSession
 
 FEW_BYTES = 60  # of the exchange file's some hundred
 PREFILL = bytes(4096)
+ANSWERS_FOR = 4  # seconds in which the dialog is asked again and again
+ANSWER_TIME = 0.2  # seconds
+SLOW_ANSWERS = 3
 
 
 def mount(*words):
@@ -104,15 +107,49 @@ class SerialOutput(OutputSession):
                 self.assertEqual(self.program.leave(OK), 0)
                 self.assertIsNotNone(self.program.file())
 
-    def test_a_port_that_stands_still_holds_the_dialog_for_moments_only(self):
-        master, receiver = os.openpty()
-        self.addCleanup(os.close, master)
+    def begin_with_halted_receiver(self):
+        """The two ends of a port that takes no byte any more."""
+        receiver, port = os.openpty()
         self.addCleanup(os.close, receiver)
-        tty.setraw(receiver)
-        os.set_blocking(receiver, False)
-        while fill(receiver):  # the system makes room once more behind our back
+        self.addCleanup(os.close, port)
+        tty.setraw(port)
+        os.set_blocking(port, False)
+        while fill(port):  # the system makes room once more behind our back
             time.sleep(0.3)
-        program = self.begin_with_output(12, {12: os.ttyname(receiver)})
+        self.begin_with_output(12, {12: os.ttyname(port)})
+        return receiver
+
+    def test_a_halted_receiver_holds_nobody_up(self):
+        receiver = self.begin_with_halted_receiver()
         self.wait_refreshes()
-        self.assert_silence()
-        self.assertEqual(program.leave(CANCEL), 0)
+        waits = []
+        while sum(waits) < ANSWERS_FOR:
+            asked = time.monotonic()
+            self.program.text(STATUS)
+            waits.append(time.monotonic() - asked)
+        slow = [wait for wait in waits if wait > ANSWER_TIME]
+        self.assertLess(len(slow), SLOW_ANSWERS, f"{len(waits)} answers, slow ones: {slow}")  # a busy machine has its moments too
+        received = b""
+        os.set_blocking(receiver, False)
+
+        def receive():
+            nonlocal received
+            with contextlib.suppress(BlockingIOError):
+                received += os.read(receiver, 1 << 16)
+            return received.endswith(b"END\n\r") and received.count(b"NELTO") >= 3
+        self.program.wait_until(receive, "whole blocks again")
+        blocks = received.rpartition(b"\0")[2].split(b"NELTO\n\r00000101")[-2:]
+        self.assertEqual(blocks[0], blocks[1])
+        self.assertEqual(self.program.leave(CANCEL), 0)
+
+    def test_closing_waits_for_a_halted_receiver_a_moment_only(self):
+        self.begin_with_halted_receiver()
+        self.wait_refreshes()
+        for button in (OK, CANCEL):
+            started = time.monotonic()
+            self.assertEqual(self.program.leave(button), 0)
+            self.assertLess(time.monotonic() - started, 5)
+            if button == OK:
+                self.assertIsNotNone(self.program.file())
+                self.program.start()
+                self.wait_values()

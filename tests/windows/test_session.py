@@ -168,6 +168,67 @@ class LinkFaults(SerialSession):
         self.assertEqual(counts[0], counts[-1], counts)
 
 
+    def lose_the_analyser(self):
+        self.peer.distort = lambda frame: b""
+        self.program.wait_status(BROKEN["en"])
+
+    def find_an_analyser(self):
+        self.peer.distort = lambda frame: frame
+        self.wait_values()
+
+    def test_what_is_not_whole_takes_nothing_away(self):
+        program = self.begin("JOB")
+        self.wait_row(["Oilder", "NO", ""])
+        rows = program.rows()
+        for broken in (0xAA, 0xB9):  # value reads; the second half of the configuration
+            self.analyser.overrides = {broken: answer(0x41)}
+            program.wait_status(BROKEN["en"])
+            tried = len(self.peer.requests)
+            while len(self.peer.requests) < tried + 60:  # some reconnections
+                self.assertEqual(program.rows(), rows)
+        self.assertEqual(program.text(DEVICE_BOX), "nelto 780-2")
+        written = self.leave_with_ok()
+        self.assertTrue(written.startswith(lines("JOB", "1101=183", "1001=20.9", "2003=20.9", "2204=12")), written)
+        self.assertIn(b"\r\n9000=nelto 780-2\r\n9100=1.23\r\n", written)
+
+    def test_another_analyser_leaves_nothing_of_the_one_before(self):
+        listener = SerialListener()
+        self.addCleanup(listener.close)
+        program = self.begin("JOB", settings={"EnableRS232": 1, "RS232Port": 12}, ports={12: listener.path})
+        self.lose_the_analyser()
+        self.assertNotEqual(program.rows(), [])
+        self.analyser.ident = b"T710\x01\x00"
+        self.analyser.overrides = {0x0C: bytes(4), 0x0D: bytes(4)}
+        self.analyser.channels = []
+        self.find_an_analyser()
+        program.wait_until(lambda: program.text(DEVICE_BOX) == "Device", "the box without a name")
+        program.wait_until(lambda: program.rows() == [], "the empty list")
+        listener.read()
+        listener.received = b""
+        program.wait_until(lambda: listener.read().count(b"END") >= 2, "two blocks of output")
+        self.assertTrue(listener.received.endswith(b"NELTO\n\rEND\n\r"), listener.received)
+        self.assertEqual([program.enabled(field) for field in (*SMOKE, OIL_DERIVATIVE)], [True] * 4)  # no other fuel is known
+        self.assertEqual(self.leave_with_ok(), lines("JOB", "6020=2.0", "6120=3.0", "6220=1.0", "6520=2.0", "1401=70.0", "6320=1"))
+
+    def test_smoke_fields_follow_the_fuel(self):
+        analyser = Analyser780()
+        analyser.fuel = 7
+        program = self.begin(analyser=analyser)
+        for fuel, contents in ((0, ["2.0", "3.0", "1.0"]), (7, ["2.0", "3.0", "9.5"])):
+            self.lose_the_analyser()
+            analyser.fuel = fuel
+            self.find_an_analyser()
+            for field in (*SMOKE, OIL_DERIVATIVE):
+                program.wait_until(lambda: program.enabled(field) == (fuel == 0), f"the fields with fuel {fuel}")
+            self.assertEqual([program.text(field) for field in SMOKE], contents)
+            if fuel == 0:
+                program.ask("settext", SMOKE[2], "9.5")
+                self.assertEqual(program.ask("focus", SMOKE[2]), SMOKE[2])
+        self.assertEqual(program.ask("focus"), HEAT_CARRIER)  # keys are not lost in a disabled field
+        written = self.leave_with_ok().split(b"\r\n")
+        self.assertEqual([line for line in written if line.startswith(b"6")], [b"6420=4"])
+
+
 class StartAndEnd(SerialSession):
     def test_cancel_while_searching_writes_nothing_and_the_old_file_is_gone(self):
         program = self.session(language="de", settings={"Communication": 33})

@@ -170,7 +170,8 @@ OutputPort OpenOutputPort(const wchar_t* path) {
     return static_cast<OutputPort>(OpenSerialPort(path, error));
 }
 
-bool WriteOutput(OutputPort port, std::string_view bytes, std::uint32_t limit_ms) {
+bool WriteOutput(OutputPort port, std::string_view bytes, std::uint32_t limit_ms,
+                 const std::atomic<std::uint32_t>& /*cancelled*/) {
     const auto handle = static_cast<SerialHandle>(port);
     if (ToPort(handle)->stands_still) {
         SleepMilliseconds(limit_ms);

@@ -118,7 +118,7 @@ OutputPort OpenOutputPort(const wchar_t* path) {
     std::uint32_t error = 0;
     return static_cast<OutputPort>(OpenSerialPort(path, error));
 }
-bool WriteOutput(OutputPort, std::string_view bytes, std::uint32_t) {
+bool WriteOutput(OutputPort, std::string_view bytes, std::uint32_t, const std::atomic<std::uint32_t>&) {
     Require(bytes.ends_with("\n\r"));
     return !Quick().Fails(quick::kFailShortWrite);
 }

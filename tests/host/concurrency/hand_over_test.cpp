@@ -1,6 +1,7 @@
-// The worker and the dialog's side of the program state, each on a thread of its own, for the thread sanitizer. The worker owns
-// the in-memory world, whose clock is its own; the dialog's side touches the program state, the string table, which stands
-// still, and the port of the serial output, which nobody else opens: the same division as in the program.
+// The worker, the dialog's side of the program state and the writer of the serial output, each on a thread of its own, for the
+// thread sanitizer. The worker owns the in-memory world, whose clock is its own; the dialog's side touches the program state and
+// the string table, which stands still, and the writer the port of the serial output, which nobody else opens: the same division
+// as in the program.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -116,51 +117,61 @@ public:
         EXPECT_GE(LargePicture(state_.status, state_.instrument_kind), 200U);
         EXPECT_EQ(ConnectionText(state_.communication), L"Bluetooth COM5");
         if (!view.lists_values) return;
-        const auto name = state_.measurement.DeviceName();
-        EXPECT_TRUE(name[0] == L'\0' || std::wstring(name.data()) == L"nelto 780-2");
-        Measurement measurement;
-        if (state_.measurement.Busy() || !state_.measurement.Read(measurement)) return;
+        const bool busy         = state_.measurement.Busy();
+        Measurement measurement = state_.measurement.Copy();
         ++copies;
-        CheckWhole(measurement.tables.channels);
-        EXPECT_LE(ListRows(measurement.tables, state_.oil_fuel != 0, L',').size(), 2 * kChannelCapacity);
-        SendSerialOutput(state_, measurement.tables.channels);
+        CheckWhole(measurement);
+        if (busy) return;
+        EXPECT_LE(ListRows(measurement, L',').size(), 2 * kChannelCapacity);
+        Send(measurement);
         // As when the typed fields are filled: takes its effect only on what was seen.
-        SetOilDerivativeText(measurement.tables.channels, L"NO");
+        SetOilDerivativeText(measurement.channels, L"NO");
         if (state_.measurement.Edit(measurement)) ++edits;
     }
 
-    /// What OK does, once the worker has ended.
+    /// What OK does.
     void Accept() {
-        Measurement measurement;
-        ASSERT_TRUE(state_.measurement.Read(measurement));
-        CheckWhole(measurement.tables.channels);
+        Measurement measurement = state_.measurement.Copy();
+        CheckWhole(measurement);
         StoreManualValues({.smoke_numbers = {L"1", L"2", L"3"}, .heat_carrier_temperature = L"60"},
-                          measurement.tables.channels);
-        state_.measurement.Replace(measurement);
+                          measurement.channels);
+        if (writer_.joinable()) writer_.join();
     }
 
     std::uint32_t copies = 0;
     std::uint32_t edits  = 0;
+    std::uint32_t sent   = 0;
     float last_read      = 0;
 
 private:
+    /// The block goes to a thread of its own, and none while one is under way.
+    void Send(const Measurement& measurement) {
+        if (!output_.Begin(state_, measurement)) return;
+        if (writer_.joinable()) writer_.join();
+        writer_ = std::thread([this] { output_.Write(); });
+        ++sent;
+    }
+
     /// All values are of one read, and of no earlier one than those that were seen before.
-    void CheckWhole(const ChannelTable& channels) {
-        const auto records = UsedRecords(channels);
+    void CheckWhole(const Measurement& measurement) {
+        const auto records = UsedRecords(measurement.channels);
+        EXPECT_EQ(records.empty(), measurement.device_name[0] == L'\0');
         if (records.empty()) return;
+        EXPECT_EQ(std::wstring(measurement.device_name.data()), L"nelto 780-2");
         ASSERT_GT(records.size(), kChannels);
         for (const ChannelRecord& record : records.first(kChannels)) {
             ASSERT_EQ(record.value, records.front().value);
-            ASSERT_EQ(record.value_type, records.front().value_type);
+            ASSERT_EQ(record.value_type, kNumber);
             ASSERT_EQ(std::wstring(record.label.data()), L"O");
         }
-        if (records.front().value_type != kNumber) return;
         EXPECT_GE(records.front().value, last_read);
         last_read = records.front().value;
     }
 
     ProgramState& state_;
     std::uint32_t shown_status_ = kNeverShown;
+    SerialOutput output_;
+    std::thread writer_;
 };
 
 TEST(HandOver, GivesTheDialogWholeMeasurementsAndTakesItsEdits) {
@@ -185,7 +196,7 @@ TEST(HandOver, GivesTheDialogWholeMeasurementsAndTakesItsEdits) {
         if (state.measurement.Busy() || ++waits % 4 != 0) return;
         std::this_thread::sleep_for(std::chrono::microseconds(20));
         if (state.status != kValuesAvailable) return;
-        EXPECT_EQ(state.measurement.Copy().tables.channels[0].value, static_cast<float>(analyser.reads));
+        EXPECT_EQ(state.measurement.Copy().channels[0].value, static_cast<float>(analyser.reads));
     };
     Dialog dialog(state);
     for (std::uint32_t round = 1; round <= kRounds && !testing::Test::HasFailure(); ++round) {

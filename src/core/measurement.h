@@ -1,0 +1,58 @@
+// What the program knows of one analyser, as it is shown, handed on, and handed over between the threads.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+
+#include "core/channel_table.h"
+#include "platform/lock.h"
+
+namespace nelto {
+
+struct Measurement {
+    ChannelTable channels{};
+    ChannelTable heating_check{};
+    std::uint32_t kind = 0;                  // InstrumentKind; 0 before the first analyser
+    std::array<wchar_t, 256> device_name{};  // empty where the analyser does not tell it
+    bool oil_fuel         = false;
+    std::uint32_t version = 0;  // counts the hand-overs; kept by SharedMeasurement
+};
+
+/// Takes the device name from its channel and whether the fuel is oil from the fuel channel, whose value is then exactly 1.0.
+/// Without the channel each stays as it is.
+void TakeSpecialChannels(Measurement& measurement);
+
+/// True when kind, device name and serial number are the same.
+[[nodiscard]] bool IsSameAnalyser(const Measurement& measurement, const Measurement& other);
+
+/// Puts what a read that was not whole has brought in the place of earlier results of the same view idents. The others stay, the
+/// order is that of the earlier ones, and what finds no free record is dropped.
+void ReplaceResults(ChannelTable& results, const ChannelTable& brought);
+
+/// The hand-over of the measurement between the two threads, whole in both directions. While the worker reads, the busy flag is
+/// raised, and what stands here is the measurement before.
+class SharedMeasurement {
+public:
+    /// Either: a copy, whatever the worker does.
+    [[nodiscard]] Measurement Copy() const;
+    /// Worker: puts a measurement in the place of the one before.
+    void Publish(const Measurement& measurement);
+    /// Dialog: puts an edited copy back; false, and nothing changed, while the worker reads or when it has published another
+    /// one since the copy was taken.
+    [[nodiscard]] bool Edit(const Measurement& copy);
+
+    /// Worker: raises the flag before it takes the copy that it reads into, so that no edit comes between.
+    void SetBusy(bool busy) { busy_ = busy ? 1 : 0; }
+    /// Either.
+    [[nodiscard]] bool Busy() const { return busy_ != 0; }
+
+private:
+    void Store(const Measurement& measurement);
+
+    mutable platform::ShortLock lock_;
+    std::atomic<std::uint32_t> busy_{0};
+    Measurement current_;
+};
+
+}  // namespace nelto
