@@ -87,7 +87,7 @@ class Analyser780:
 
 
 class SerialPeer:
-    """Serves an analyser on a pty from a thread of its own. `path` is the tty for the program."""
+    """Serves an analyser on a pty from a thread of its own. `path` is the tty for the program, `far_end` an opening of it."""
 
     def __init__(self, analyser):
         self.analyser = analyser
@@ -97,9 +97,9 @@ class SerialPeer:
         self._plug()
 
     def _plug(self):
-        self.master, self._slave = os.openpty()
-        tty.setraw(self._slave)
-        self.path = os.ttyname(self._slave)
+        self.master, self.far_end = os.openpty()
+        tty.setraw(self.far_end)
+        self.path = os.ttyname(self.far_end)
         self._pulled = threading.Event()
         self._thread = threading.Thread(target=self._serve, daemon=True)
         self._thread.start()
@@ -108,7 +108,7 @@ class SerialPeer:
         """Takes the cable away: the program's end hangs up."""
         self._pulled.set()
         self._thread.join()
-        os.close(self._slave)
+        os.close(self.far_end)
         os.close(self.master)
 
     def plug_again(self, prefix, port):

@@ -2,6 +2,8 @@
 
 import subprocess
 import sys
+import termios
+import time
 
 import harness
 import program_session
@@ -247,6 +249,29 @@ class StartAndEnd(SerialSession):
         program.wait_until(lambda: self.peer.requests, "the first request")
         self.assertEqual(program.leave(CANCEL), 0)
         self.assertIsNone(program.file())
+
+    def test_closing_cancels_what_holds_the_worker_and_ends_with_it(self):
+        """Wine does not end a write on a serial port that is cancelled from another thread, so this shows that it is, again and
+        again, and that the program ends once the line goes on."""
+        program = self.prepare()
+        program.prefix.environment["WINEDEBUG"] = "+file"
+        program.start()
+        self.wait_values()
+        termios.tcflow(self.peer.far_end, termios.TCOOFF)
+        exchanges = 0
+        while exchanges != len(self.peer.requests):  # the next request does not leave
+            exchanges = len(self.peer.requests)
+            time.sleep(3)
+        program.ask("post", CANCEL)
+        pressed = time.monotonic()
+        program.wait_until(lambda: self.cancellations() >= 10, "cancelled calls")
+        self.assertGreater(time.monotonic() - pressed, 4)  # what an exchange and leaving may take comes first
+        self.assertIsNone(program.program.poll())
+        termios.tcflow(self.peer.far_end, termios.TCOON)
+        self.assertEqual(program.program.wait(program_session.PATIENCE), 0)
+
+    def cancellations(self):
+        return (self.program.prefix.folder / "wine.log").read_bytes().count(b"NtCancelSynchronousIoFile")
 
     def test_keyboard_accepts_and_refuses(self):
         for key, written in ((0x1B, False), (0x0D, True)):
