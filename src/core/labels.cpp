@@ -11,7 +11,7 @@
 namespace nelto {
 namespace {
 
-/// Labels of the program's own are cut here, narrower than the field: receivers of the exchanged names rely on it.
+/// Labels of the program's own are cut here, narrower than the field; kept on purpose.
 constexpr std::size_t kLabelLimit = 15;
 
 struct LabelRow {

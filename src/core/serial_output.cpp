@@ -29,8 +29,8 @@ bool IsSent(const ChannelRecord& record, bool oil_fuel) {
     return std::ranges::find(kNeverSent, record.view_ident) == kNeverSent.end();
 }
 
-/// Each wide character as its low 8 bits, where the low bits of a letter may be a control character too. A longer text than
-/// the receivers' field is not sent at all.
+/// Each wide character as its low 8 bits, where the low bits of a letter may be a control character too. A text of 256
+/// characters or more is not sent at all.
 std::string LowBytes(std::wstring text) {
     if (text.size() >= kValueTextSize) return {};
     for (wchar_t& character : text) character = static_cast<wchar_t>(character & 0xFF);

@@ -103,6 +103,18 @@ class Values(SerialSession):
         program.wait_until(lambda: len(self.peer.requests) > exchanges + 12, "further value reads")
         self.assertEqual((program.text(SMOKE[0]), program.ask("focus")), ("4", SMOKE[0]))
 
+    def test_ok_takes_the_focus_when_values_arrived_behind_the_settings(self):
+        program = self.prepare()
+        self.peer.distort = lambda frame: b""
+        program.start()
+        program.open_settings()
+        program.window(program_session.CAPTION)
+        self.peer.distort = lambda frame: frame
+        program.wait_until(lambda: program.enabled(OK), "the values")
+        program.window(program_session.SETTINGS_CAPTION)
+        program.close_settings(CANCEL)
+        program.wait_until(lambda: program.ask("focus") == OK, "the focus on OK")
+
     def test_no_oil_fuel_hides_the_smoke_channels(self):
         analyser = Analyser780()
         analyser.fuel = 7
@@ -182,8 +194,8 @@ class LinkFaults(SerialSession):
         program = self.begin("JOB")
         self.wait_row(["Oilder", "NO", ""])
         rows = program.rows()
-        for broken in (0xAA, 0xB9):  # value reads; the second half of the configuration
-            self.analyser.overrides = {broken: answer(0x41)}
+        for broken in (0xAA, 0xB9):  # value reads; then the second half of the configuration too
+            self.analyser.overrides = self.analyser.overrides | {broken: answer(0x41)}
             program.wait_status(BROKEN["en"])
             tried = len(self.peer.requests)
             while len(self.peer.requests) < tried + 60:  # some reconnections
