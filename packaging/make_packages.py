@@ -19,7 +19,9 @@ from pathlib import Path
 
 import bill_of_materials
 
-ROOT = Path(__file__).resolve().parent.parent
+sys.path.append(str(Path(__file__).resolve().parents[1] / "tools"))
+from project import ROOT, VERSION  # noqa: E402
+
 HERE = ROOT / "packaging"
 WORK = ROOT / "build/package"
 PACKAGES = ROOT / "dist/packages"
@@ -31,10 +33,6 @@ NSIS_TARGETS = {"x64": "amd64-unicode", "x86": "x86-unicode"}  # the installer i
 WINDOWS = {"x64": (", 64 bit", ", 64 Bit"), "x86": ("", "")}
 UNDATED = 1767225600  # the start of 2026: for sources without their history
 FILL_IN = "FILL-IN"  # winget's own validation refuses a manifest that still holds it
-
-
-def version():
-    return re.search(r"project\(\w+ VERSION ([\d.]+)", (ROOT / "CMakeLists.txt").read_text())[1]
 
 
 def source_date():
@@ -97,7 +95,7 @@ def stage_program(arch, help_folder):
     sign(folder / PROGRAM_FILE)
     for path in [*licences(), *(help_folder / name for name in HELP_FILES)]:
         shutil.copyfile(path, folder / path.name)
-    words = {"VERSION": version(), "ARCH": arch, "WINDOWS": WINDOWS[arch][0], "FENSTER": WINDOWS[arch][1]}
+    words = {"VERSION": VERSION, "ARCH": arch, "WINDOWS": WINDOWS[arch][0], "FENSTER": WINDOWS[arch][1]}
     write_text(folder / "README.txt", filled((HERE / "README.txt").read_text(encoding="utf-8"), words))
     write_text(folder / "THIRD-PARTY-NOTICES.txt", notices())
     return folder
@@ -163,7 +161,7 @@ def write_winget(installers):
     folder = PACKAGES / "winget"
     folder.mkdir()
     base = os.environ.get("NELTO_DOWNLOAD_URL", FILL_IN).rstrip("/")
-    words = {"VERSION": version(), "FILL_IN": FILL_IN}
+    words = {"VERSION": VERSION, "FILL_IN": FILL_IN}
     for arch, installer in installers.items():
         words[f"URL_{arch.upper()}"] = f"{base}/{installer.name}"
         words[f"SHA256_{arch.upper()}"] = sha256(installer).upper()
@@ -185,18 +183,18 @@ def main():
         folder = stage_program(arch, help_folder)
         set_dates(folder, date)
         shipped[f"{arch}/{PROGRAM_FILE}"] = folder / PROGRAM_FILE
-        archives.append(PACKAGES / f"{PROGRAM}-{version()}-{arch}-portable.zip")
+        archives.append(PACKAGES / f"{PROGRAM}-{VERSION}-{arch}-portable.zip")
         make_zip(archives[-1], folder, date)
-        installers[arch] = PACKAGES / f"{PROGRAM}-{version()}-{arch}-setup.exe"
-        make_installer(installers[arch], folder, arch, version())
+        installers[arch] = PACKAGES / f"{PROGRAM}-{VERSION}-{arch}-setup.exe"
+        make_installer(installers[arch], folder, arch, VERSION)
     sdk = stage_sdk()
     shipped.update({"x64/NeltoUSB.dll": sdk / "NeltoUSB.dll", "x86/NeltoUSB.dll": sdk / "x86/NeltoUSB.dll"})
-    archives.append(PACKAGES / f"NeltoUSB-{version()}-sdk.zip")
+    archives.append(PACKAGES / f"NeltoUSB-{VERSION}-sdk.zip")
     make_zip(archives[-1], sdk, date)
 
-    bill = PACKAGES / f"{PROGRAM}-{version()}.cdx.json"
+    bill = PACKAGES / f"{PROGRAM}-{VERSION}.cdx.json"
     hashes = {name: sha256(path) for name, path in shipped.items()}
-    bill.write_text(json.dumps(bill_of_materials.cyclone_dx(version(), date, hashes), indent=2) + "\n")
+    bill.write_text(json.dumps(bill_of_materials.cyclone_dx(VERSION, date, hashes), indent=2) + "\n")
     write_winget(installers)
     listed = sorted([*installers.values(), *archives, bill])
     (PACKAGES / "SHA256SUMS").write_text("".join(f"{sha256(path)}  {path.name}\n" for path in listed))

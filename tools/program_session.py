@@ -5,16 +5,14 @@ import json
 import select
 import subprocess
 import time
-from pathlib import Path
 
 import wine_env
-
-ROOT = Path(__file__).resolve().parent.parent
+from project import ROOT, VERSION
 
 PROGRAM = ROOT / "dist/NeltoStackWatcher/NeltoStackWatcher.exe"
 SIMULATOR = ROOT / "dist/simulator/nelto-simulator.exe"
 DRIVER = ROOT / "build/windows-x64/bin/ui_driver.exe"
-CAPTION = "Nelto StackWatcher Version 3.0"
+CAPTION = "Nelto StackWatcher Version " + VERSION.rpartition(".")[0]
 SETTINGS_CAPTION = "Nelto StackWatcher Einstellungen"
 EXCHANGE_FILE = "NeltoStackWatcher.txt"
 

@@ -19,9 +19,8 @@ from program_session import CAPTION, LIST, OK, PATIENCE, PROGRAM, ROOT
 
 sys.path.append(str(ROOT / "packaging"))
 import make_packages  # noqa: E402
-from make_packages import PACKAGES, WORK  # noqa: E402
+from make_packages import PACKAGES, VERSION, WORK  # noqa: E402
 
-VERSION = make_packages.version()
 SETUP = PACKAGES / f"NeltoStackWatcher-{VERSION}-x64-setup.exe"
 UNINSTALL_KEY = "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\NeltoStackWatcher"
 SETTINGS_KEY = "HKCU\\Software\\Nelto"

@@ -10,6 +10,7 @@ import drop_in_d2xx
 import drop_in_generation2010
 import drop_in_winsock
 import harness
+from project import VERSION
 from program_session import CANCEL, PROGRAM, ROOT
 
 SYSTEM_LIBRARIES = {"advapi32.dll", "comctl32.dll", "gdi32.dll", "kernel32.dll", "msvcrt.dll", "shell32.dll", "user32.dll",
@@ -81,11 +82,11 @@ class ShippedFiles(unittest.TestCase):
                 data = (folder / PROGRAM.name).read_bytes()
                 for kind in ("MANIFEST", "VERSIONINFO"):
                     self.assertIn(f"Type: {kind} (ID", types)
-                for words in (b"Microsoft.Windows.Common-Controls", b"PerMonitorV2", b"asInvoker", b"supportedOS"):
-                    self.assertIn(words, data)
+                for words in (b"Microsoft.Windows.Common-Controls", b"PerMonitorV2", b"asInvoker", b"supportedOS", b'version="%s.0"' % VERSION.encode()):
+                    self.assertTrue(words in data, words)
                 self.assertNotIn(b"activeCodePage", data)
-                for name in ("FileVersion", "ProductName", "CompanyName"):
-                    self.assertIn(name.encode("utf-16-le"), data)
+                for name in ("FileVersion", VERSION + ".0", "ProductName", "CompanyName"):
+                    self.assertTrue(name.encode("utf-16-le") in data, name)
         self.assertEqual(PROGRAM.read_bytes(), (BUILDS["x64"] / PROGRAM.name).read_bytes())
 
 
