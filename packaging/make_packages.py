@@ -27,10 +27,8 @@ WORK = ROOT / "build/package"
 PACKAGES = ROOT / "dist/packages"
 PROGRAM = "NeltoStackWatcher"
 PROGRAM_FILE = PROGRAM + ".exe"
-HELP_FILES = ("NeltoStackWatcher_DE.chm", "NeltoStackWatcher_EN.chm")
-TARGETS = "NeltoStackWatcher NeltoUSB usb_client usb_import_library"
-NSIS_TARGETS = {"x64": "amd64-unicode", "x86": "x86-unicode"}  # the installer is of the same kind as the program
-WINDOWS = {"x64": (", 64 bit", ", 64 Bit"), "x86": ("", "")}
+TARGETS = "NeltoStackWatcher NeltoUSB usb_client usb_import_library help_files"
+ARCHS = {"x64": "amd64-unicode", "x86": "x86-unicode"}  # with what NSIS calls them: the installer is of the same kind as the program
 UNDATED = 1767225600  # the start of 2026: for sources without their history
 FILL_IN = "FILL-IN"  # winget's own validation refuses a manifest that still holds it
 
@@ -69,50 +67,12 @@ def build_program():
     run(ROOT / "tools/build-preset", "windows-x64", "windows-x86", env={**os.environ, "TARGETS": TARGETS})
 
 
-def write_text(path, text, encoding="utf-8-sig"):
-    """For people on Windows."""
-    path.write_bytes(text.replace("\n", "\r\n").encode(encoding))
-
-
-def notices():
-    """Of what is linked into the program; two of its licences want to be handed on with it."""
-    return ((HERE / "third-party.txt").read_text(encoding="utf-8") +
-            Path("/usr/share/doc/mingw-w64-common/copyright").read_text(encoding="utf-8"))
-
-
-def make_help():
-    """The folder with the help files of both languages."""
-    folder = WORK / "help"
-    folder.mkdir()
-    run(ROOT / "tools/make-help", folder)
-    return folder
-
-
-def stage_program(arch, help_folder):
-    folder = WORK / arch / PROGRAM
-    folder.mkdir(parents=True)
-    shutil.copyfile(ROOT / f"build/windows-{arch}/bin" / PROGRAM_FILE, folder / PROGRAM_FILE)
-    sign(folder / PROGRAM_FILE)
-    for path in [*licences(), *(help_folder / name for name in HELP_FILES)]:
-        shutil.copyfile(path, folder / path.name)
-    words = {"VERSION": VERSION, "ARCH": arch, "WINDOWS": WINDOWS[arch][0], "FENSTER": WINDOWS[arch][1]}
-    write_text(folder / "README.txt", filled((HERE / "README.txt").read_text(encoding="utf-8"), words))
-    write_text(folder / "THIRD-PARTY-NOTICES.txt", notices())
-    return folder
-
-
-def stage_sdk():
-    """NeltoUSB for other programs: 64 bit, and 32 bit in a folder of its own."""
-    folder = WORK / "sdk/NeltoUSB"
-    for arch, target in (("x64", folder), ("x86", folder / "x86")):
-        run("cmake", "--install", ROOT / f"build/windows-{arch}", "--component", "NeltoUSB", "--prefix", target)
-    for doubled in ("NeltoUSB.h", "README.md", "usb_client.c"):
-        (folder / "x86" / doubled).unlink()
+def stage(component, folder, *archs):
+    """Lays the component of these builds out in `folder` and signs what can be signed."""
+    for arch in archs:
+        run("cmake", "--install", ROOT / f"build/windows-{arch}", "--component", component, "--prefix", folder)
     for path in sorted([*folder.rglob("*.dll"), *folder.rglob("*.exe")]):
         sign(path)
-    for path in licences():
-        shutil.copyfile(path, folder / path.name)
-    write_text(folder / "THIRD-PARTY-NOTICES.txt", notices())
     return folder
 
 
@@ -145,7 +105,7 @@ def make_installer(installer, folder, arch, release):
     lists = WORK / f"files-{arch}.nsh"
     lists.write_text("\n".join(["!macro InstallFiles", *(f'File "{folder / name}"' for name in files), "!macroend",
                                 "!macro DeleteFiles", *(f'Delete "$INSTDIR\\{name}"' for name in files), "!macroend", ""]))
-    definitions = {"VERSION": release, "ARCH": arch, "TARGET": NSIS_TARGETS[arch], "OUTPUT": installer, "FILES": lists,
+    definitions = {"VERSION": release, "ARCH": arch, "TARGET": ARCHS[arch], "OUTPUT": installer, "FILES": lists,
                    "ICON": ROOT / f"build/windows-{arch}/src/artwork/app.ico",
                    "SIZE_KB": sum(path.stat().st_size for path in files_in(folder)) // 1024}
     for path in licences()[:1]:
@@ -177,17 +137,16 @@ def main():
         folder.mkdir(parents=True)
     build_program()
 
-    help_folder = make_help()
     installers, archives, shipped = {}, [], {}
-    for arch in NSIS_TARGETS:
-        folder = stage_program(arch, help_folder)
+    for arch in ARCHS:
+        folder = stage(PROGRAM, WORK / arch / PROGRAM, arch)
         set_dates(folder, date)
         shipped[f"{arch}/{PROGRAM_FILE}"] = folder / PROGRAM_FILE
         archives.append(PACKAGES / f"{PROGRAM}-{VERSION}-{arch}-portable.zip")
         make_zip(archives[-1], folder, date)
         installers[arch] = PACKAGES / f"{PROGRAM}-{VERSION}-{arch}-setup.exe"
         make_installer(installers[arch], folder, arch, VERSION)
-    sdk = stage_sdk()
+    sdk = stage("NeltoUSB", WORK / "sdk/NeltoUSB", *ARCHS)
     shipped.update({"x64/NeltoUSB.dll": sdk / "NeltoUSB.dll", "x86/NeltoUSB.dll": sdk / "x86/NeltoUSB.dll"})
     archives.append(PACKAGES / f"NeltoUSB-{VERSION}-sdk.zip")
     make_zip(archives[-1], sdk, date)
