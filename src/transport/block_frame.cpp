@@ -7,8 +7,8 @@ namespace {
 
 constexpr std::uint16_t kReflectedPolynomial = 0x8408;
 
-/// Row k holds the effect of a byte that k further bytes follow, so that eight bytes are folded in one step.
-constexpr std::size_t kSlices = 8;
+/// Row k holds the effect of a byte that k further bytes follow, so that four bytes are folded in one step.
+constexpr std::size_t kSlices = 4;
 using ChecksumTables          = std::array<std::array<std::uint16_t, 256>, kSlices>;
 
 constexpr ChecksumTables MakeChecksumTables() {
@@ -53,8 +53,8 @@ std::uint16_t BlockChecksum(std::span<const std::uint8_t> bytes) {
     const ChecksumTables& table = kChecksumTables;
     unsigned crc                = 0xFFFF;
     while (bytes.size() >= kSlices) {
-        crc = table[7][bytes[0] ^ (crc & 0xFF)] ^ table[6][bytes[1] ^ (crc >> 8)] ^ table[5][bytes[2]] ^
-              table[4][bytes[3]] ^ table[3][bytes[4]] ^ table[2][bytes[5]] ^ table[1][bytes[6]] ^ table[0][bytes[7]];
+        crc = table[3][bytes[0] ^ (crc & 0xFF)] ^ table[2][bytes[1] ^ (crc >> 8)] ^ table[1][bytes[2]] ^
+              table[0][bytes[3]];
         bytes = bytes.subspan(kSlices);
     }
     for (const std::uint8_t byte : bytes) crc = (crc >> 8) ^ table[0][(crc ^ byte) & 0xFF];
