@@ -1,6 +1,7 @@
 // How the program ends when it can trust itself no longer; these names are called by compiled-in checks and by the runtime. The
-// runtime's own versions cost more: its stack guard asks the system's cryptography for a number, which loads a library at each
-// start, and its last words about an exception bring 50 KiB of code that reads compiled names.
+// runtime's own versions cost more, measured under Wine: its stack guard asks the system's cryptography for a number, which loads
+// three libraries and takes 2 to 5 ms of the 60 ms to the first window; its last words about an exception bring 57 KiB of code that
+// reads compiled names, a fifth of the program without its resources.
 #include <windows.h>
 
 #include <cstdint>
