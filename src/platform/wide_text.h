@@ -71,7 +71,7 @@ using FormatOf = TextFormat<std::type_identity_t<Arguments>...>;
 inline void FormatUnchecked(std::span<wchar_t> buffer, const wchar_t* format, ...) {
     if (buffer.empty()) return;
     buffer.front() = L'\0';
-    std::va_list arguments;
+    std::va_list arguments{};
     va_start(arguments, format);
     const int produced = std::vswprintf(buffer.data(), buffer.size(), format, arguments);
     va_end(arguments);

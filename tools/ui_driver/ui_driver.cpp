@@ -194,6 +194,7 @@ std::string ItemsOf(HWND list) {
         titles.push_back(Quote(ColumnText(list, memory, column)));
         widths.push_back(Number(Ask(list, LVM_GETCOLUMNWIDTH, static_cast<WPARAM>(column))));
     }
+    rows.reserve(static_cast<size_t>(row_count));
     for (int row = 0; row < row_count; ++row) {
         std::vector<std::string> cells;
         for (int column = 0; column < columns; ++column) cells.push_back(Quote(ListText(list, memory, row, column)));
@@ -227,7 +228,7 @@ struct Words {
     HWND NextControl() { return GetDlgItem(window, static_cast<int>(NextNumber())); }
 };
 
-Answer Wait(Words words) {
+Answer Wait(Words& words) {
     const size_t last_blank    = words.rest.rfind(L' ');
     const std::wstring caption = words.rest.substr(0, last_blank);
     const long timeout =
@@ -243,7 +244,7 @@ Answer Wait(Words words) {
     }
 }
 
-Answer Click(Words words, bool and_wait) {
+Answer Click(Words& words, bool and_wait) {
     HWND button = words.NextControl();
     if (button == nullptr) return Fail("no such control");
     if (IsWindowEnabled(button) == 0) return Fail("disabled");
@@ -254,7 +255,7 @@ Answer Click(Words words, bool and_wait) {
     return {};
 }
 
-Answer SetText(Words words) {
+Answer SetText(Words& words) {
     HWND control = words.NextControl();
     if (control == nullptr) return Fail("no such control");
     if (IsWindowEnabled(control) == 0) return Fail("disabled");
@@ -262,7 +263,7 @@ Answer SetText(Words words) {
     return {};
 }
 
-Answer Select(Words words) {
+Answer Select(Words& words) {
     HWND combo = words.NextControl();
     if (combo == nullptr) return Fail("no such control");
     if (IsWindowEnabled(combo) == 0) return Fail("disabled");
@@ -281,13 +282,13 @@ HWND FocusedControl() {
     return focused;
 }
 
-Answer Focus(Words words) {
+Answer Focus(Words& words) {
     HWND control = words.rest.empty() ? nullptr : words.NextControl();
     if (control != nullptr) Ask(window, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(control), TRUE);
     return {true, Number(FocusedControl() != nullptr ? GetDlgCtrlID(FocusedControl()) : 0)};
 }
 
-Answer Key(Words words) {
+Answer Key(Words& words) {
     const auto key = static_cast<WPARAM>(words.NextNumber());
     HWND target    = FocusedControl() != nullptr ? FocusedControl() : window;
     PostMessageW(target, WM_KEYDOWN, key, 1);
@@ -295,7 +296,7 @@ Answer Key(Words words) {
     return {};
 }
 
-Answer Press(Words words) {
+Answer Press(Words& words) {
     std::vector<INPUT> strokes;
     while (!words.rest.empty()) {
         INPUT down{};
@@ -320,7 +321,7 @@ HWND ValueList() {
     return nullptr;
 }
 
-Answer Measure(Words words) {
+Answer Measure(Words& words) {
     HWND list = ValueList();
     if (list == nullptr) return Fail("no list of values");
     const RemoteMemory memory(ProcessOf(list));
@@ -337,7 +338,7 @@ std::string IdealSizeOf(HWND button) {
     return "[" + Number(size.cx) + "," + Number(size.cy) + "]";
 }
 
-Answer MessageBoxState(Words words) {
+Answer MessageBoxState(Words& words) {
     const std::wstring button = words.Next();
     for (HWND top : TopWindows()) {
         if (ClassOf(top) != L"#32770" || ProcessOf(top) != ProcessOf(window) || GetWindow(top, GW_OWNER) != window)
@@ -354,7 +355,7 @@ Answer MessageBoxState(Words words) {
     return Fail("no message box");
 }
 
-Answer Controls(Words) {
+Answer Controls(Words&) {
     std::vector<std::string> states;
     for (HWND child = GetWindow(window, GW_CHILD); child != nullptr; child = GetWindow(child, GW_HWNDNEXT)) {
         states.push_back(StateOf(child));
@@ -362,7 +363,7 @@ Answer Controls(Words) {
     return {true, "[" + Join(states) + "]"};
 }
 
-Answer Windows(Words) {
+Answer Windows(Words&) {
     std::vector<std::string> captions;
     for (HWND top : TopWindows()) captions.push_back(Quote(TextOf(top)));
     return {true, "[" + Join(captions) + "]"};
@@ -392,7 +393,7 @@ long long CountHandles(ULONG_PTR process) {
                          [process](const OpenHandle& handle) { return handle.process == process; });
 }
 
-Answer Resources(Words words) {
+Answer Resources(Words& words) {
     const auto process = static_cast<ULONG_PTR>(words.NextNumber());
     std::vector<char> list(1u << 20);
     if (NtQuerySystemInformation(SystemProcessInformation, list.data(), static_cast<ULONG>(list.size()), nullptr) !=
@@ -410,7 +411,7 @@ Answer Resources(Words words) {
     }
 }
 
-Answer RegistrySet(Words words) {
+Answer RegistrySet(Words& words) {
     const std::wstring name = words.Next();
     const bool is_number    = words.Next() == L"dword";
     const DWORD number      = std::wcstoul(words.rest.c_str(), nullptr, 0);
@@ -421,7 +422,7 @@ Answer RegistrySet(Words words) {
     return status == ERROR_SUCCESS ? Answer{} : Fail("registry");
 }
 
-Answer RegistryGet(Words words) {
+Answer RegistryGet(Words& words) {
     DWORD number = 0;
     DWORD size   = sizeof number;
     const LSTATUS status =
@@ -429,46 +430,46 @@ Answer RegistryGet(Words words) {
     return status == ERROR_SUCCESS ? Answer{true, Number(number)} : Fail("no such number");
 }
 
-Answer TempFolder(Words) {
+Answer TempFolder(Words&) {
     wchar_t path[MAX_PATH + 1] = L"";
     GetTempPathW(std::size(path), path);
     return {true, Quote(path)};
 }
 
-Answer OfControl(Words words, std::string (*describe)(HWND)) {
+Answer OfControl(Words& words, std::string (*describe)(HWND)) {
     HWND control = words.NextControl();
     return control == nullptr ? Fail("no such control") : Answer{true, describe(control)};
 }
 
 struct Command {
     const wchar_t* name;
-    Answer (*run)(Words);
+    Answer (*run)(Words&);
 };
 
 constexpr Command kCommands[] = {
     {L"wait", Wait},
-    {L"state", [](Words words) { return OfControl(words, StateOf); }},
-    {L"items", [](Words words) { return OfControl(words, ItemsOf); }},
-    {L"combo", [](Words words) { return OfControl(words, ComboOf); }},
-    {L"click", [](Words words) { return Click(words, true); }},
-    {L"post", [](Words words) { return Click(words, false); }},
+    {L"state", [](Words& words) { return OfControl(words, StateOf); }},
+    {L"items", [](Words& words) { return OfControl(words, ItemsOf); }},
+    {L"combo", [](Words& words) { return OfControl(words, ComboOf); }},
+    {L"click", [](Words& words) { return Click(words, true); }},
+    {L"post", [](Words& words) { return Click(words, false); }},
     {L"settext", SetText},
     {L"select", Select},
     {L"key", Key},
     {L"press", Press},
     {L"measure", Measure},
-    {L"ideal", [](Words words) { return OfControl(words, IdealSizeOf); }},
+    {L"ideal", [](Words& words) { return OfControl(words, IdealSizeOf); }},
     {L"focus", Focus},
     {L"activate",
-     [](Words) {
+     [](Words&) {
          return Answer{SetForegroundWindow(window) != 0, {}};
      }},
     {L"command",
-     [](Words words) {
+     [](Words& words) {
          return Answer{PostMessageW(window, WM_COMMAND, static_cast<WPARAM>(words.NextNumber()), 0) != 0, {}};
      }},
     {L"close",
-     [](Words) {
+     [](Words&) {
          return Answer{PostMessageW(window, WM_CLOSE, 0, 0) != 0, {}};
      }},
     {L"messagebox", MessageBoxState},

@@ -18,6 +18,7 @@ namespace {
 
 }  // namespace
 
+// NOLINTBEGIN(bugprone-reserved-identifier, readability-identifier-naming): the compiler chose these names.
 extern "C" {
 
 void* __stack_chk_guard = nullptr;
@@ -29,6 +30,7 @@ void* __stack_chk_guard = nullptr;
 [[noreturn]] void __chk_fail() { FailFast(FAST_FAIL_RANGE_CHECK_FAILURE); }
 
 }  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier, readability-identifier-naming)
 
 /// Nothing throws here; what the standard library reports by an exception ends the program.
 void __gnu_cxx::__verbose_terminate_handler() { FailFast(FAST_FAIL_FATAL_APP_EXIT); }
