@@ -197,6 +197,7 @@ std::string ItemsOf(HWND list) {
     rows.reserve(static_cast<size_t>(row_count));
     for (int row = 0; row < row_count; ++row) {
         std::vector<std::string> cells;
+        cells.reserve(static_cast<size_t>(columns));
         for (int column = 0; column < columns; ++column) cells.push_back(Quote(ListText(list, memory, row, column)));
         rows.push_back("[" + Join(cells) + "]");
     }
