@@ -56,7 +56,7 @@ def run(program, word, fuel):
     file = Path(folder, FILE_NAME)
     file.unlink(missing_ok=True)  # the program does so too, but perhaps it does not even start
     # No quotation marks: the program takes its command line as it is, up to the first blank.
-    command = [program, *([word] if word else []), *([f"6420={fuel}"] if fuel else [])]
+    command = [program, *([word] if word else []), *([] if fuel is None else [f"6420={fuel}"])]
     subprocess.run(command, check=True)
     if not file.exists():
         return None
@@ -75,7 +75,7 @@ def main():
     if bool(options.run) == bool(options.file):
         parser.error("either --run or a file")
     # Without a word of his own, the program takes the fuel option for it.
-    word = options.word or (f"6420={options.fuel}" if options.fuel else "")
+    word = options.word or ("" if options.fuel is None else f"6420={options.fuel}")
     content = run(options.run, options.word, options.fuel) if options.run else Path(options.file).read_bytes()
     if content is None:
         print("cancelled")

@@ -15,6 +15,7 @@ class ReadExchangeFile(unittest.TestCase):
             (r"printf '%s\r\n2003=4,6\r\n' $1 > $TMP/" + EXCHANGE_FILE, ["--word", "JOB17"], 0, "2003 O2 in %: 4.6\n"),
             (r"printf '%s\r\n%s\r\n' $1 $2 > $TMP/" + EXCHANGE_FILE, ["--word", "J", "--fuel", "3"], 0, "6420 fuel: 3.0\n"),
             (r"printf '%s\r\n' $1 > $TMP/" + EXCHANGE_FILE, ["--fuel", "3"], 0, ""),
+            (r"printf '%s\r\n' $1 > $TMP/" + EXCHANGE_FILE, ["--fuel", "0"], 0, ""),
             ("true", [], 1, "cancelled\n"),
             (r"printf 'OTHER\r\n2003=4,6\r\n' > $TMP/" + EXCHANGE_FILE, ["--word", "JOB17"], 2, ""),
             (r"printf '2003=4,6\r\n91' > $TMP/" + EXCHANGE_FILE, [], 2, ""),
