@@ -265,16 +265,8 @@ bool ScenarioReader::AddText(std::uint16_t key, const std::u16string& text) {
 }  // namespace
 
 std::optional<Scenario> ParseScenario(std::string_view text, std::string& error) {
-    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
     ScenarioReader reader;
-    for (std::size_t number = 1; !text.empty(); ++number) {
-        const std::size_t length = std::min(text.find('\n'), text.size());
-        if (!reader.ReadLine(text.substr(0, length))) {
-            error = "line " + std::to_string(number) + ": " + reader.Error();
-            return std::nullopt;
-        }
-        text.remove_prefix(std::min(length + 1, text.size()));
-    }
+    if (!ReadScenarioLines(text, reader, error)) return std::nullopt;
     if (reader.Finish()) return std::move(reader.Result());
     error = "at the end: " + reader.Error();
     return std::nullopt;

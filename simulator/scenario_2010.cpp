@@ -45,6 +45,7 @@ public:
     using Statement = bool (Reader2010::*)();
 
     [[nodiscard]] bool ReadLine(std::string_view text);
+    [[nodiscard]] bool Finish();
     [[nodiscard]] const std::string& Error() const { return line_.Error(); }
     [[nodiscard]] AnalyserData2010& Result() { return data_; }
 
@@ -69,6 +70,9 @@ public:
     bool AddUnplugged() { return ReadWindow(line_, data_.unplugged.emplace_back()); }
 
 private:
+    [[nodiscard]] bool Holds(std::uint32_t fuel) const {
+        return std::ranges::find(data_.fuels, fuel, &Fuel2010::id) != data_.fuels.end();
+    }
     bool ReadValue(Value2010& value);
 
     AnalyserData2010 data_;
@@ -116,6 +120,12 @@ bool Reader2010::ReadLine(std::string_view text) {
     return line_.ReadAttributes({});  // whatever is left over on the line is unknown
 }
 
+bool Reader2010::Finish() {
+    line_ = ScenarioLine();
+    if (data_.fuels.empty() || Holds(data_.active_fuel)) return true;
+    return line_.Fail("the active fuel is not among the fuels");
+}
+
 bool Reader2010::Kind() {
     if (!line_.ReadNumber(data_.kind)) return false;
     return FindKind2010(data_.kind) != nullptr || line_.Fail("unknown kind");
@@ -135,10 +145,12 @@ bool Reader2010::Firmware() {
 }
 
 bool Reader2010::AddFuel() {
-    Fuel2010& fuel = data_.fuels.emplace_back();
-    return line_.ReadNumber(fuel.id) && line_.ReadText(fuel.name) &&
-           line_.ReadAttributes({{"co2max", [&] { return line_.ReadFloat(fuel.co2_max); }},
-                                 {"o2ref", [&] { return line_.ReadFloat(fuel.o2_reference); }}});
+    Fuel2010 fuel;
+    if (!line_.ReadNumber(fuel.id) || !line_.ReadText(fuel.name)) return false;
+    if (Holds(fuel.id)) return line_.Fail("fuel " + std::to_string(fuel.id) + " stands twice");
+    Fuel2010& added = data_.fuels.emplace_back(std::move(fuel));
+    return line_.ReadAttributes({{"co2max", [&] { return line_.ReadFloat(added.co2_max); }},
+                                 {"o2ref", [&] { return line_.ReadFloat(added.o2_reference); }}});
 }
 
 bool Reader2010::AddPosition() {
@@ -188,17 +200,11 @@ bool Reader2010::ReadValue(Value2010& value) {
 }  // namespace
 
 std::optional<AnalyserData2010> ParseScenario2010(std::string_view text, std::string& error) {
-    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
     Reader2010 reader;
-    for (std::size_t number = 1; !text.empty(); ++number) {
-        const std::size_t length = std::min(text.find('\n'), text.size());
-        if (!reader.ReadLine(text.substr(0, length))) {
-            error = "line " + std::to_string(number) + ": " + reader.Error();
-            return std::nullopt;
-        }
-        text.remove_prefix(std::min(length + 1, text.size()));
-    }
-    return std::move(reader.Result());
+    if (!ReadScenarioLines(text, reader, error)) return std::nullopt;
+    if (reader.Finish()) return std::move(reader.Result());
+    error = "at the end: " + reader.Error();
+    return std::nullopt;
 }
 
 std::optional<AnalyserData2010> LoadScenario2010(const std::string& path, std::string& error) {

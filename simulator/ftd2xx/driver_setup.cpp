@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
-#include <iterator>
 
 #include "scenario_line.h"
+#include "scenario_parts.h"
 
 namespace simulator {
 namespace {
@@ -44,7 +43,6 @@ private:
     bool ReadCalls(CallFault& fault);
     bool ReadPlainText(std::string& text);
     bool ReadPlainText(std::optional<std::string>& text) { return ReadPlainText(text.emplace()); }
-    bool ReadWindow(std::optional<TimeWindow>& window);
 
     DriverSetup setup_;
     ScenarioLine line_;
@@ -95,7 +93,7 @@ bool SetupReader::Converter() {
         {"serial", [&] { return ReadPlainText(converter.serial); }},
         {"told_serial", [&] { return ReadPlainText(converter.told_serial); }},
         {"scenario", [&] { return ReadPlainText(converter.scenario); }},
-        {"unplugged", [&] { return ReadWindow(converter.unplugged); }},
+        {"unplugged", [&] { return ReadWindow(line_, converter.unplugged.emplace()); }},
     });
 }
 
@@ -138,34 +136,19 @@ bool SetupReader::ReadPlainText(std::string& text) {
     return true;
 }
 
-bool SetupReader::ReadWindow(std::optional<TimeWindow>& window) {
-    TimeWindow& read = window.emplace();
-    if (!line_.ReadSeconds(read.from_ms) || !line_.ReadSeconds(read.to_ms)) return false;
-    return read.from_ms < read.to_ms || line_.Fail("a time window must end after its beginning");
-}
-
 }  // namespace
 
 std::optional<DriverSetup> ParseDriverSetup(std::string_view text, std::string& error) {
     SetupReader reader;
-    for (std::size_t number = 1; !text.empty(); ++number) {
-        const std::size_t length = std::min(text.find('\n'), text.size());
-        if (!reader.ReadLine(text.substr(0, length))) {
-            error = "line " + std::to_string(number) + ": " + reader.Error();
-            return std::nullopt;
-        }
-        text.remove_prefix(std::min(length + 1, text.size()));
-    }
+    if (!ReadScenarioLines(text, reader, error)) return std::nullopt;
     return std::move(reader.Setup());
 }
 
 std::optional<DriverSetup> LoadDriverSetup(const std::string& path, std::string& error) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        error = "cannot be read";
-        return std::nullopt;
-    }
-    return ParseDriverSetup(std::string(std::istreambuf_iterator<char>(file), {}), error);
+    std::string text;
+    if (ReadScenarioFile(path, text)) return ParseDriverSetup(text, error);
+    error = "cannot be read";
+    return std::nullopt;
 }
 
 }  // namespace simulator

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <bit>
+#include <utility>
 
 #include "scenario_2010.h"
 
@@ -54,6 +55,21 @@ TEST(Analyser2010Test, WhatIsNotUnderstoodIsToldWithItsLine) {
         EXPECT_FALSE(ParseScenario2010(std::string("seed 1\n") + scenario, error)) << scenario;
         EXPECT_TRUE(error.starts_with("line 2: ")) << error;
     }
+}
+
+TEST(Analyser2010Test, FuelsAreRefusedTwiceOrWithoutTheActiveOne) {
+    constexpr std::array kScenarios = {
+        std::pair{"fuel 100 \"Oil\"\nfuel 100 \"Gas\"", "line 2: fuel 100 stands twice"},
+        std::pair{"fuel 100 \"Oil\"\nactive_fuel 104", "at the end: the active fuel is not among the fuels"},
+    };
+    for (const auto& [scenario, reason] : kScenarios) {
+        std::string error;
+        EXPECT_FALSE(ParseScenario2010(scenario, error));
+        EXPECT_EQ(error, reason);
+    }
+    Make(
+        "\xEF\xBB\xBF"
+        "fuel 100 \"Oil\"");  // with a byte-order mark
 }
 
 }  // namespace

@@ -109,6 +109,7 @@ class OtherPrograms(unittest.TestCase):
         ('converter unplugged 0 1000', None, ["talk"], 5, "NeltoUSBOpen: 5 "),
         ("nothing", None, ["talk"], 5, "NeltoUSBOpen: 5 "),
         ("nothing", None, ["list"], 0, ""),
+        ('\ufeffconverter serial "5"', None, ["list"], 0, "type 2 serial 5"),
         ("status FT_Write 4", None, ["talk"], 3, "NeltoUSBTransceive: 3 "),
         ("short_write", None, ["talk"], 3, "NeltoUSBTransceive: 3 "),
         ("short_read", None, ["talk"], 3, "NeltoUSBTransceive: 3 "),
