@@ -7,13 +7,13 @@ the program is held against a second reading of the protocol.
 import os
 import select
 import struct
+import termios
 import threading
 import tty
 
 PROGRAM_ACK = bytes([0x12, 0x80, 0x0F])
 ANALYSER_ACK = bytes([0x21, 0x80, 0x0F])
 NO_VALUE = b"\xFF\xFF\xFF\xFF"
-REPLY_BLOCK = 100  # payload bytes; any number up to 120 is allowed
 
 
 def block_checksum(data):
@@ -94,6 +94,7 @@ class SerialPeer:
         self.requests = []
         self.broken_frames = []
         self.distort = lambda frame: frame  # what becomes of each frame that the analyser sends
+        self.block = 100  # payload bytes of a reply block, 1 to 120
         self._plug()
 
     def _plug(self):
@@ -110,6 +111,13 @@ class SerialPeer:
         self._thread.join()
         os.close(self.far_end)
         os.close(self.master)
+
+    def halt(self):
+        """Holds the line still: what the program writes from now on stays with it, and its call does not return."""
+        termios.tcflow(self._slave, termios.TCOOFF)
+
+    def go_on(self):
+        termios.tcflow(self._slave, termios.TCOON)
 
     def plug_again(self, prefix, port):
         self._plug()
@@ -145,7 +153,7 @@ class SerialPeer:
         reply = self.analyser.reply(payload)
         if reply is None:
             return []
-        pieces = [reply[at:at + REPLY_BLOCK] for at in range(0, len(reply), REPLY_BLOCK)]
+        pieces = [reply[at:at + self.block] for at in range(0, len(reply), self.block)]
         return [build_block(0x21, index, len(pieces), piece) for index, piece in enumerate(pieces)]
 
     def _send_next(self, blocks):

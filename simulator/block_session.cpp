@@ -29,6 +29,7 @@ std::optional<Message> BlockSession::TakeOutput(std::uint64_t now_ms) {
 
 void BlockSession::Reset() {
     splitter_.Clear();
+    keeps_output_ = false;
     ForgetExchange();
 }
 
@@ -38,7 +39,9 @@ void BlockSession::ForgetExchange() {
     strikes_.clear();
     is_replying_ = false;
     repetitions_ = 0;
-    output_.clear();
+    unasked_pause_ms_.reset();
+    if (!keeps_output_) output_.clear();
+    keeps_output_ = !output_.empty();
 }
 
 void BlockSession::TakeFrame(Bytes frame, std::uint64_t now_ms) {
@@ -102,19 +105,31 @@ void BlockSession::TakeAcknowledgement(std::uint64_t now_ms) {
 }
 
 void BlockSession::SendNextBlock(std::uint64_t now_ms) {
+    std::uint64_t sent_ms = PutNextBlock(now_ms);
+    while (is_replying_ && unasked_pause_ms_) sent_ms = PutNextBlock(sent_ms + *unasked_pause_ms_);
+}
+
+std::uint64_t BlockSession::PutNextBlock(std::uint64_t from_ms) {
     last_frame_            = ReplyFrame();
-    std::uint64_t due_ms   = now_ms;
+    std::uint64_t due_ms   = from_ms;
     std::uint32_t repeated = 0;
     bool is_silent         = false;
     for (const Strike& strike : StrikesOnNextBlock()) {
         TellFault(strike);
-        if (strike.kind == FaultKind::kLinkGone) return CutLink(strike.amount, now_ms);
+        if (strike.kind == FaultKind::kLinkGone) {
+            CutLink(strike.amount, from_ms);
+            return from_ms;
+        }
         if (strike.kind == FaultKind::kSilence) is_silent = true;
         if (strike.kind == FaultKind::kDelay) due_ms += strike.amount;
+        if (strike.kind == FaultKind::kUnasked) unasked_pause_ms_ = strike.amount;
         if (strike.kind == FaultKind::kDuplicateBlock) repeated += strike.amount;
         StrikeFrame(strike, last_frame_);
     }
-    if (is_silent) return ForgetExchange();
+    if (is_silent) {
+        ForgetExchange();
+        return from_ms;
+    }
 
     const bool is_last = ++next_reply_block_ == ReplyBlocks();
     output_.push_back({due_ms, last_frame_});
@@ -122,8 +137,10 @@ void BlockSession::SendNextBlock(std::uint64_t now_ms) {
         // Nobody asks for more after the last block: its repetitions come unasked.
         for (std::uint32_t i = 0; i < repeated; ++i) output_.push_back({due_ms, last_frame_});
     }
-    repetitions_ = is_last ? 0 : repeated;
-    is_replying_ = !is_last;
+    repetitions_  = is_last ? 0 : repeated;
+    is_replying_  = !is_last;
+    keeps_output_ = keeps_output_ || unasked_pause_ms_.has_value();
+    return due_ms;
 }
 
 Message BlockSession::ReplyFrame() const {
@@ -160,6 +177,7 @@ void BlockSession::TellFault(const Strike& strike) const {
 }
 
 void BlockSession::CutLink(std::uint32_t milliseconds, std::uint64_t now_ms) {
+    keeps_output_ = false;
     ForgetExchange();
     link_back_ms_ = now_ms + milliseconds;
 }

@@ -37,6 +37,8 @@ private:
     void AnswerRequest(bool was_one_block, std::uint64_t now_ms);
     void TakeAcknowledgement(std::uint64_t now_ms);
     void SendNextBlock(std::uint64_t now_ms);
+    /// Puts the next block on its way, `from_ms` at the earliest; gives the time at which it goes.
+    std::uint64_t PutNextBlock(std::uint64_t from_ms);
     [[nodiscard]] Message ReplyFrame() const;
     [[nodiscard]] std::size_t ReplyBlocks() const;
     [[nodiscard]] std::vector<Strike> StrikesOnNextBlock() const;
@@ -58,7 +60,10 @@ private:
     std::size_t next_reply_block_ = 0;
     bool is_replying_             = false;
     Message last_frame_;
-    std::uint32_t repetitions_ = 0;  // of the last frame, still to come
+    std::uint32_t repetitions_ = 0;                  // of the last frame, still to come
+    std::optional<std::uint32_t> unasked_pause_ms_;  // before each later block, which comes by itself
+    bool keeps_output_ =
+        false;  // what comes by itself comes whatever is asked for meanwhile, and before the answer to it
     std::deque<Output> output_;
     std::optional<std::uint64_t> link_back_ms_;
 };

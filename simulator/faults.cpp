@@ -28,6 +28,7 @@ constexpr std::array kFaults = {
     FaultRow{FaultKind::kLinkGone,       "link_gone",          10},  // seconds
     FaultRow{FaultKind::kDuplicateBlock, "duplicate_block",     1},  // repetitions
     FaultRow{FaultKind::kBadIndex,       "bad_index",           0},  // added to the number of blocks
+    FaultRow{FaultKind::kUnasked,        "unasked",            20},  // milliseconds
 };
 // clang-format on
 
@@ -41,7 +42,8 @@ bool Counts(const Fault& fault, std::uint8_t command, std::uint64_t now_ms) {
 
 bool IsDue(const Fault& fault, std::uint32_t seen) {
     if (fault.request != 0) return seen == fault.request;
-    return fault.every == 0 || seen % fault.every == 0;
+    if (fault.every != 0) return seen % fault.every == 0;
+    return seen >= fault.from;
 }
 
 std::uint32_t Amount(const Fault& fault, std::uint64_t now_ms) {

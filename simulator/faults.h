@@ -24,6 +24,7 @@ enum class FaultKind : std::uint8_t {
     kLinkGone,
     kDuplicateBlock,
     kBadIndex,
+    kUnasked,
 };
 
 /// The fault's word in scenario files, such as "lost_byte".
@@ -31,7 +32,7 @@ enum class FaultKind : std::uint8_t {
 [[nodiscard]] std::optional<FaultKind> FaultByName(std::string_view name);
 
 /// One fault and when it happens. `command` and `window` choose the requests that count for it (all, when not given);
-/// of these, `request` strikes the n-th only, `every` each n-th, neither of them all.
+/// of these, `request` strikes the n-th only, `every` each n-th, `from` the n-th and all later ones, none of them all.
 struct Fault {
     FaultKind kind = FaultKind::kSilence;
     std::optional<std::uint32_t>
@@ -40,6 +41,7 @@ struct Fault {
     std::optional<TimeWindow> window;
     std::uint32_t request = 0;
     std::uint32_t every   = 0;
+    std::uint32_t from    = 0;
     std::uint32_t block   = 0;  // reply block that is struck, from 0; past the end the last one
 };
 

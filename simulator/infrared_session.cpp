@@ -119,9 +119,9 @@ InfraredSession::Arrival InfraredSession::Receive(std::span<std::uint8_t> buffer
                                                   std::uint64_t now_ms) {
     size = 0;
     if (!is_connected_) return Arrival::kGone;
-    if (pieces_.empty()) return now_ms < link_back_ms_ ? Arrival::kGone : Arrival::kNothingYet;
+    if (!CanReceive(now_ms)) return Arrival::kNothingYet;
+    if (pieces_.empty()) return Arrival::kGone;
     Piece& piece = pieces_.front();
-    if (piece.due_ms > now_ms) return Arrival::kNothingYet;
     if (piece.is_end) {
         events_("link gone");
         Disconnect();
@@ -132,6 +132,11 @@ InfraredSession::Arrival InfraredSession::Receive(std::span<std::uint8_t> buffer
     piece.bytes.erase(piece.bytes.begin(), piece.bytes.begin() + static_cast<std::ptrdiff_t>(size));
     if (piece.bytes.empty()) pieces_.pop_front();
     return Arrival::kBytes;
+}
+
+bool InfraredSession::CanReceive(std::uint64_t now_ms) const {
+    if (!is_connected_) return true;
+    return pieces_.empty() ? now_ms < link_back_ms_ : pieces_.front().due_ms <= now_ms;
 }
 
 void InfraredSession::Disconnect() {

@@ -59,6 +59,9 @@ public:
     /// last for ever.
     [[nodiscard]] Arrival Receive(std::span<std::uint8_t> buffer, std::size_t& size, std::uint64_t now_ms);
 
+    /// True when Receive would give bytes or the end, and not nothing yet.
+    [[nodiscard]] bool CanReceive(std::uint64_t now_ms) const;
+
     /// Ends the conversation.
     void Disconnect();
 

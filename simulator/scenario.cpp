@@ -222,10 +222,13 @@ bool ScenarioReader::AddFault() {
                                {"window", [&] { return ReadWindow(line_, fault.window.emplace()); }},
                                {"request", [&] { return line_.ReadNumber(fault.request, 1u); }},
                                {"every", [&] { return line_.ReadNumber(fault.every, 1u); }},
+                               {"from", [&] { return line_.ReadNumber(fault.from, 1u); }},
                                {"block", [&] { return line_.ReadNumber(fault.block); }}})) {
         return false;
     }
-    if (fault.request != 0 && fault.every != 0) return line_.Fail("request and every exclude each other");
+    if ((fault.request != 0) + (fault.every != 0) + (fault.from != 0) > 1) {
+        return line_.Fail("request, every and from exclude each other");
+    }
     scenario_.faults.push_back(fault);
     return true;
 }

@@ -3,12 +3,6 @@
 #include <algorithm>
 
 namespace simulator {
-namespace {
-
-constexpr std::uint64_t kLongestDelayMs = 61000;  // a little more than scenarios can ask for
-
-}  // namespace
-
 Converter::Converter(const ConverterSetup& setup, const DriverSetup& driver, Scenario scenario, EventSink events)
     : setup_(setup),
       driver_(driver),
@@ -24,13 +18,19 @@ void Converter::Reset() {
     session_.Reset();
     coming_.clear();
     queue_.clear();
-    expecting_until_ms_ = 0;
+    next_due_ms_ = 0;
+    trickle_ms_  = 0;
 }
 
-void Converter::Write(Bytes bytes, std::uint64_t now_ms) {
+void Converter::Write(Bytes bytes, const CallFault* fault, std::uint64_t now_ms) {
+    const auto has = [fault](CallFaultKind kind) { return fault != nullptr && fault->kind == kind; };
+    trickle_ms_    = has(CallFaultKind::kTrickle) ? fault->status : 0;
+    if (has(CallFaultKind::kEarlySignal)) {
+        coming_.push_back({now_ms, {}});  // nothing to read yet
+        next_due_ms_ = now_ms + fault->status;
+    }
     session_.Receive(bytes, now_ms);
     TakeFromAnalyser(now_ms);
-    expecting_until_ms_ = coming_.empty() ? now_ms + kLongestDelayMs : now_ms;
 }
 
 bool Converter::Deliver(std::uint64_t now_ms) {
@@ -46,7 +46,7 @@ bool Converter::Deliver(std::uint64_t now_ms) {
     return has_come;
 }
 
-bool Converter::IsExpecting(std::uint64_t now_ms) const { return !coming_.empty() || now_ms < expecting_until_ms_; }
+bool Converter::IsExpecting() const { return !coming_.empty() || session_.HasOutput(); }
 
 std::size_t Converter::Read(std::span<std::uint8_t> bytes) {
     const std::size_t count = std::min(bytes.size(), queue_.size());
@@ -58,11 +58,14 @@ std::size_t Converter::Read(std::span<std::uint8_t> bytes) {
 
 void Converter::TakeFromAnalyser(std::uint64_t now_ms) {
     while (const std::optional<Message> packet = session_.TakeOutput(now_ms)) {
-        const std::size_t piece = driver_.piece == 0 ? std::max<std::size_t>(packet->size(), 1) : driver_.piece;
+        const std::size_t whole = driver_.piece == 0 ? std::max<std::size_t>(packet->size(), 1) : driver_.piece;
+        const std::size_t piece = trickle_ms_ != 0 ? 1 : whole;
+        next_due_ms_            = std::max(next_due_ms_, now_ms + driver_.latency_ms);
         for (std::size_t at = 0; at < packet->size(); at += piece) {
             const auto begin = packet->begin() + static_cast<std::ptrdiff_t>(at);
             const auto count = static_cast<std::ptrdiff_t>(std::min(piece, packet->size() - at));
-            coming_.push_back({now_ms + driver_.latency_ms, Message(begin, begin + count)});
+            next_due_ms_ += trickle_ms_;
+            coming_.push_back({next_due_ms_, Message(begin, begin + count)});
         }
     }
 }

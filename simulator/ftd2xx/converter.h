@@ -22,11 +22,12 @@ public:
 
     /// The link is opened: what was under way is forgotten.
     void Reset();
-    void Write(Bytes bytes, std::uint64_t now_ms);
+    /// `fault` is what is to go wrong with this call, or null; how the answer comes is the converter's part of it.
+    void Write(Bytes bytes, const CallFault* fault, std::uint64_t now_ms);
     /// Lets in what is due; true when something has come that the program must be told of.
     [[nodiscard]] bool Deliver(std::uint64_t now_ms);
     /// True while something may still come without a further request.
-    [[nodiscard]] bool IsExpecting(std::uint64_t now_ms) const;
+    [[nodiscard]] bool IsExpecting() const;
 
     [[nodiscard]] std::size_t Queued() const { return queue_.size(); }
     /// Takes at most the size of `bytes`; gives how many.
@@ -47,7 +48,8 @@ private:
     BlockSession session_;
     std::deque<Piece> coming_;
     std::deque<std::uint8_t> queue_;
-    std::uint64_t expecting_until_ms_ = 0;
+    std::uint32_t trickle_ms_ = 0;  // before each byte of the answer to the last call, which then comes in single bytes
+    std::uint64_t next_due_ms_ = 0;  // nothing comes earlier
 };
 
 }  // namespace simulator

@@ -83,8 +83,9 @@ D2xxStatus Driver::Write(D2xxHandle handle, Bytes bytes, std::uint32_t& written,
     const CallFault* fault = nullptr;
     OpenHandle* open       = BeginWith("FT_Write", handle, status, &fault);
     if (open == nullptr) return status;
-    if (fault != nullptr && !bytes.empty()) bytes = bytes.first(bytes.size() - 1);
-    open->converter->Write(bytes, now_ms);
+    const bool is_short = fault != nullptr && fault->kind == CallFaultKind::kShortWrite && !bytes.empty();
+    if (is_short) bytes = bytes.first(bytes.size() - 1);
+    open->converter->Write(bytes, fault, now_ms);
     written = static_cast<std::uint32_t>(bytes.size());
     return D2xxStatus::kOk;
 }
@@ -116,10 +117,9 @@ std::vector<void*> Driver::Deliver(std::uint64_t now_ms) {
     return signalled;
 }
 
-bool Driver::IsExpecting(std::uint64_t now_ms) const {
-    return std::ranges::any_of(handles_, [now_ms](const auto& entry) {
-        return !entry.second.is_dead && entry.second.converter->IsExpecting(now_ms);
-    });
+bool Driver::IsExpecting() const {
+    return std::ranges::any_of(
+        handles_, [](const auto& entry) { return !entry.second.is_dead && entry.second.converter->IsExpecting(); });
 }
 
 const CallFault* Driver::Begin(const std::string& function) {

@@ -51,7 +51,7 @@ public:
     /// Lets in what is due and gives the events to signal.
     [[nodiscard]] std::vector<void*> Deliver(std::uint64_t now_ms);
     /// True while an open converter may still receive something without a call.
-    [[nodiscard]] bool IsExpecting(std::uint64_t now_ms) const;
+    [[nodiscard]] bool IsExpecting() const;
 
 private:
     struct OpenHandle {

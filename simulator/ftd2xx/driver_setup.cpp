@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kMostPayload   = 255;
 constexpr std::size_t kMostPiece     = 263;
-constexpr std::uint32_t kMostLatency = 60000;
+constexpr std::uint32_t kMostLatency = 60000;  // and of every other time
 
 constexpr std::array<std::string_view, 10> kFunctions = {
     "FT_ListDevices",          "FT_OpenEx",         "FT_Close", "FT_EE_Read",
@@ -33,6 +33,8 @@ public:
     bool ShortWrite() { return Fault(CallFaultKind::kShortWrite, "FT_Write"); }
     bool ShortRead() { return Fault(CallFaultKind::kShortRead, "FT_Read"); }
     bool EmptyQueue() { return Fault(CallFaultKind::kEmptyQueue, "FT_GetQueueStatus"); }
+    bool Trickle() { return TimedFault(CallFaultKind::kTrickle); }
+    bool EarlySignal() { return TimedFault(CallFaultKind::kEarlySignal); }
     bool Payload() { return line_.ReadNumber<std::size_t>(setup_.payload, 1, kMostPayload); }
     bool Pieces() { return line_.ReadNumber<std::size_t>(setup_.piece, 1, kMostPiece); }
     bool Latency() { return line_.ReadNumber<std::uint32_t>(setup_.latency_ms, 0, kMostLatency); }
@@ -40,6 +42,7 @@ public:
 private:
     void ForgetUsualConverter();
     bool Fault(CallFaultKind kind, std::string_view function);
+    bool TimedFault(CallFaultKind kind);
     bool ReadCalls(CallFault& fault);
     bool ReadPlainText(std::string& text);
     bool ReadPlainText(std::optional<std::string>& text) { return ReadPlainText(text.emplace()); }
@@ -56,15 +59,17 @@ struct StatementRow {
 
 // clang-format off
 constexpr std::array kStatements = {
-    StatementRow{"converter",   &SetupReader::Converter},
-    StatementRow{"nothing",     &SetupReader::Nothing},
-    StatementRow{"status",      &SetupReader::Status},
-    StatementRow{"short_write", &SetupReader::ShortWrite},
-    StatementRow{"short_read",  &SetupReader::ShortRead},
-    StatementRow{"empty_queue", &SetupReader::EmptyQueue},
-    StatementRow{"payload",     &SetupReader::Payload},
-    StatementRow{"pieces",      &SetupReader::Pieces},
-    StatementRow{"latency",     &SetupReader::Latency},
+    StatementRow{"converter",    &SetupReader::Converter},
+    StatementRow{"nothing",      &SetupReader::Nothing},
+    StatementRow{"status",       &SetupReader::Status},
+    StatementRow{"short_write",  &SetupReader::ShortWrite},
+    StatementRow{"short_read",   &SetupReader::ShortRead},
+    StatementRow{"empty_queue",  &SetupReader::EmptyQueue},
+    StatementRow{"trickle",      &SetupReader::Trickle},
+    StatementRow{"early_signal", &SetupReader::EarlySignal},
+    StatementRow{"payload",      &SetupReader::Payload},
+    StatementRow{"pieces",       &SetupReader::Pieces},
+    StatementRow{"latency",      &SetupReader::Latency},
 };
 // clang-format on
 
@@ -116,6 +121,14 @@ bool SetupReader::Fault(CallFaultKind kind, std::string_view function) {
     fault.kind       = kind;
     fault.function   = function;
     return ReadCalls(fault);
+}
+
+/// What comes of a call of FT_Write: the time, then the calls.
+bool SetupReader::TimedFault(CallFaultKind kind) {
+    CallFault& fault = setup_.faults.emplace_back();
+    fault.kind       = kind;
+    fault.function   = "FT_Write";
+    return line_.ReadNumber<std::uint32_t>(fault.status, 1, kMostLatency) && ReadCalls(fault);
 }
 
 bool SetupReader::ReadCalls(CallFault& fault) {

@@ -21,13 +21,13 @@ struct ConverterSetup {
     std::optional<TimeWindow> unplugged;
 };
 
-enum class CallFaultKind : std::uint8_t { kStatus, kShortWrite, kShortRead, kEmptyQueue };
+enum class CallFaultKind : std::uint8_t { kStatus, kShortWrite, kShortRead, kEmptyQueue, kTrickle, kEarlySignal };
 
 /// Calls of one function that go wrong: from the `first` on, counted from 1, as many as `calls` says.
 struct CallFault {
     CallFaultKind kind = CallFaultKind::kStatus;
     std::string function;
-    std::uint32_t status = 0;
+    std::uint32_t status = 0;  // trickle and early signal: milliseconds
     std::uint32_t first  = 1;
     std::uint32_t calls  = 0xFFFFFFFF;
 };

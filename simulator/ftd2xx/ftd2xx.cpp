@@ -97,7 +97,7 @@ public:
         LookAtControlFile(now_ms);
         const D2xxStatus status = call(driver_, now_ms);
         Signal(now_ms);
-        if (driver_.IsExpecting(now_ms)) SetEvent(expecting_);
+        if (driver_.IsExpecting()) SetEvent(expecting_);
         return static_cast<ULONG>(status);
     }
 
@@ -121,7 +121,7 @@ private:
             const std::uint64_t now_ms = DropInNowMs();
             LookAtControlFile(now_ms);
             Signal(now_ms);
-            is_expecting = driver_.IsExpecting(now_ms);
+            is_expecting = driver_.IsExpecting();
         }
     }
 

@@ -24,6 +24,13 @@ int Fail(int error) {
     return SOCKET_ERROR;
 }
 
+template <typename Condition>
+void Keep(fd_set& set, Condition condition) {
+    const auto end =
+        std::remove_if(set.fd_array, set.fd_array + set.fd_count, [&](SOCKET socket) { return !condition(socket); });
+    set.fd_count = static_cast<u_int>(end - set.fd_array);
+}
+
 /// Writes the devices as a DEVICELIST, as many as there is room for, and tells how many bytes that took.
 int WriteDeviceList(const std::vector<std::string>& names, std::span<char> list) {
     constexpr std::size_t kFront = offsetof(DEVICELIST, Device);
@@ -150,6 +157,33 @@ int IrdaSockets::Receive(SOCKET socket, std::span<std::uint8_t> buffer) {
             const auto arrival = model_->session.Receive(buffer, size, DropInNowMs());
             if (arrival == InfraredSession::Arrival::kGone) return 0;
             if (arrival == InfraredSession::Arrival::kBytes) return static_cast<int>(size);
+        }
+        Sleep(kPollMs);
+    }
+}
+
+bool IrdaSockets::CanReceive(SOCKET socket) { return !sockets_[socket] || model_->session.CanReceive(DropInNowMs()); }
+
+int IrdaSockets::Select(fd_set* read, fd_set* write, fd_set* except, const timeval* timeout) {
+    const std::uint64_t wait_ms = timeout == nullptr ? 0
+                                                     : static_cast<std::uint64_t>(timeout->tv_sec) * 1000 +
+                                                           static_cast<std::uint64_t>(timeout->tv_usec) / 1000;
+    const std::uint64_t end_ms  = DropInNowMs() + wait_ms;
+    const auto set_or_none      = [](const fd_set* set) { return set == nullptr ? fd_set{} : *set; };
+    while (true) {
+        fd_set readable = set_or_none(read);
+        fd_set writable = set_or_none(write);
+        {
+            const Lock lock(lock_);
+            Keep(readable, [this](SOCKET socket) { return CanReceive(socket); });
+            Keep(writable, [this](SOCKET socket) { return sockets_[socket]; });
+        }
+        const u_int ready = readable.fd_count + writable.fd_count;
+        if (ready != 0 || (timeout != nullptr && DropInNowMs() >= end_ms)) {
+            if (read != nullptr) *read = readable;
+            if (write != nullptr) *write = writable;
+            if (except != nullptr) except->fd_count = 0;
+            return static_cast<int>(ready);
         }
         Sleep(kPollMs);
     }

@@ -31,6 +31,9 @@ public:
     [[nodiscard]] int Connect(SOCKET socket, const sockaddr* address, int size);
     [[nodiscard]] int Send(SOCKET socket, Bytes bytes);
     [[nodiscard]] int Receive(SOCKET socket, std::span<std::uint8_t> buffer);
+    /// Leaves in each set the sockets that are ready: for reading when Receive would return at once, for writing when
+    /// connected, never with an exception. All are Open's. Without `timeout` it waits without limit.
+    [[nodiscard]] int Select(fd_set* read, fd_set* write, fd_set* except, const timeval* timeout);
     [[nodiscard]] int Close(SOCKET socket);
 
 private:
@@ -39,6 +42,7 @@ private:
     ~IrdaSockets();
 
     [[nodiscard]] bool Has(InfraredFault fault) const;
+    [[nodiscard]] bool CanReceive(SOCKET socket);
 
     std::mutex lock_;
     int references_ = 0;

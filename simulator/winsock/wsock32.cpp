@@ -49,5 +49,18 @@ int WSAAPI DropInReceive(SOCKET handle, char* bytes, int size, int flags) {
     return Sockets().Owns(handle) ? Sockets().Receive(handle, Buffer(bytes, size)) : recv(handle, bytes, size, flags);
 }
 
+/// Sets of infrared sockets alone or of other sockets alone: a wait for both together is refused.
+int WSAAPI DropInSelect(int, fd_set* read, fd_set* write, fd_set* except, const timeval* timeout) {
+    std::size_t all      = 0;
+    std::size_t infrared = 0;
+    for (const fd_set* set : {read, write, except}) {
+        for (u_int i = 0; set != nullptr && i < set->fd_count; ++i, ++all) infrared += Sockets().Owns(set->fd_array[i]);
+    }
+    if (infrared == 0) return select(0, read, write, except, const_cast<timeval*>(timeout));
+    if (infrared == all) return Sockets().Select(read, write, except, timeout);
+    WSASetLastError(WSAEINVAL);
+    return SOCKET_ERROR;
+}
+
 int WSAAPI DropInClose(SOCKET handle) { return Sockets().Owns(handle) ? Sockets().Close(handle) : closesocket(handle); }
 }

@@ -110,6 +110,8 @@ class OtherPrograms(unittest.TestCase):
         ("nothing", None, ["talk"], 5, "NeltoUSBOpen: 5 "),
         ("nothing", None, ["list"], 0, ""),
         ('\ufeffconverter serial "5"', None, ["list"], 0, "type 2 serial 5"),
+        ("trickle 20", None, ["talk"], 0, "reply 00 42 00 00 54 37 38 30 01"),
+        ("early_signal 20", None, ["talk"], 3, "NeltoUSBTransceive: 3 "),
         ("status FT_Write 4", None, ["talk"], 3, "NeltoUSBTransceive: 3 "),
         ("short_write", None, ["talk"], 3, "NeltoUSBTransceive: 3 "),
         ("short_read", None, ["talk"], 3, "NeltoUSBTransceive: 3 "),
