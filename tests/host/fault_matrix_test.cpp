@@ -67,7 +67,11 @@ void RenewChecksum(Bytes& block) {
     block[block.size() - 1]      = static_cast<std::uint8_t>(checksum >> 8);
 }
 
-Bytes::iterator Middle(Bytes& block) { return block.begin() + static_cast<std::ptrdiff_t>(block.size() / 2); }
+/// Behind the header, where the block is long enough.
+Bytes::iterator Middle(Bytes& block) {
+    const std::size_t place = std::max(block.size() / 2, std::min(kBlockHeaderSize, block.size() - 1));
+    return block.begin() + static_cast<std::ptrdiff_t>(place);
+}
 
 constexpr const char* kEndlessWait = "an infrared reply that is not whole is waited for without limit";
 constexpr const char* kNotAsked    = "not asked over this link";
@@ -147,7 +151,10 @@ const FaultRow kFaults[] = {
      {5, 9, 2}},
     {"just in time",
      nullptr,
-     [](Stage&, Reply& reply, const Command& command) { reply.delay_ms = command.timeout - 10; },
+     [](Stage& stage, Reply& reply, const Command& command) {
+         const std::size_t looks = 1 + (reply.blocks.back().size() - 1) / stage.most_a_look;
+         reply.delay_ms          = command.timeout - 10 * static_cast<std::uint32_t>(looks);
+     },
      {0, 0, 0}},
     {"just too late",
      nullptr,
@@ -171,10 +178,21 @@ struct Tally {
     int tried = 0, passed = 0, not_asked = 0, not_applicable = 0;
 };
 
+/// How replies come.
+struct Shape {
+    const char* name;
+    std::size_t block;  // payload bytes
+    std::size_t look;   // bytes that one look at a serial port finds
+    std::size_t links;  // the first so many of kLinks
+};
+
+constexpr Shape kShapes[] = {{"", 40, SIZE_MAX, 3}, {", 19 a look", 40, 19, 1}};
+
 struct Cell {
     const FaultRow& fault;
     const Command& command;
     Transport transport;
+    const Shape& shape;
 
     [[nodiscard]] std::size_t Link() const {
         return static_cast<std::size_t>(std::ranges::find(kLinks, transport) - kLinks.begin());
@@ -192,9 +210,10 @@ struct Cell {
         return fault.results[Link()] == kNotApplicable ? fault.why_not : nullptr;
     }
     void Arrange(Stage& stage, std::size_t count) const {
-        Command adapted = command;
-        adapted.timeout = Timeout();
-        Bytes beginning = Hex(command.request);
+        stage.most_a_look = shape.look;
+        Command adapted   = command;
+        adapted.timeout   = Timeout();
+        Bytes beginning   = Hex(command.request);
         beginning.resize(command.matched);
         const auto spoil = [adapted](auto function) -> Stage::Spoil {
             if (function == nullptr) return nullptr;
@@ -206,7 +225,7 @@ struct Cell {
 
 /// What the link returns for the struck exchange alone; `expected` is then its result as stated.
 std::uint32_t LinkResult(const Cell& cell, std::uint32_t& expected) {
-    Stage stage(cell.transport);
+    Stage stage(cell.transport, cell.shape.block);
     const auto connection = Nelto780Open(stage.state);
     if (connection == nullptr) return kNotApplicable;
     cell.Arrange(stage, 1);
@@ -227,7 +246,7 @@ std::uint32_t LinkResult(const Cell& cell, std::uint32_t& expected) {
 
 /// The worker with the fault in its first conversation.
 std::string WorkerWrong(const Cell& cell, bool fails) {
-    Stage stage(cell.transport);
+    Stage stage(cell.transport, cell.shape.block);
     const bool first = cell.transport == Transport::kIrda && cell.command.request == std::string_view("85");
     cell.Arrange(stage, first ? 1 : cell.command.count);
     const std::string expected = cell.command.trace;
@@ -252,7 +271,7 @@ std::string WorkerWrong(const Cell& cell, bool fails) {
 
 /// The user ends while the fault is there.
 std::string StopWrong(const Cell& cell) {
-    Stage stage(cell.transport);
+    Stage stage(cell.transport, cell.shape.block);
     const bool first = cell.transport == Transport::kIrda && cell.command.request == std::string_view("85");
     cell.Arrange(stage, first ? 1 : cell.command.count);
     stage.waits_for_strike  = cell.command.trace[0] != '\0';
@@ -270,7 +289,8 @@ bool Passes(const Cell& cell) {
     std::string wrong          = WorkerWrong(cell, result != 0 || (cell.transport == Transport::kIrda && header));
     if (result != expected) wrong += "link result " + std::to_string(result);
     wrong += StopWrong(cell);
-    EXPECT_EQ(wrong, "") << cell.fault.name << ", " << cell.command.name << ", " << kLinkNames[cell.Link()];
+    EXPECT_EQ(wrong, "") << cell.fault.name << ", " << cell.command.name << ", " << kLinkNames[cell.Link()]
+                         << cell.shape.name;
     return wrong.empty();
 }
 
@@ -279,14 +299,17 @@ TEST(FaultMatrix, EveryFaultAtEveryCommandOnEveryLink) {
         std::array<Tally, kLinks.size()> tallies;
         for (const Transport transport : kLinks) {
             for (const Command& command : kCommands) {
-                const Cell cell{fault, command, transport};
-                Tally& tally = tallies[cell.Link()];
-                if (const char* const why_not = cell.WhyNot()) {
+                const Cell usual{fault, command, transport, kShapes[0]};
+                Tally& tally = tallies[usual.Link()];
+                if (const char* const why_not = usual.WhyNot()) {
                     ++(why_not == kNotAsked ? tally.not_asked : tally.not_applicable);
                     continue;
                 }
-                ++tally.tried;
-                tally.passed += Passes(cell) ? 1 : 0;
+                for (const Shape& shape : kShapes) {
+                    if (usual.Link() >= shape.links) continue;
+                    ++tally.tried;
+                    tally.passed += Passes({fault, command, transport, shape}) ? 1 : 0;
+                }
             }
         }
         std::printf("%-22s", fault.name);
@@ -296,6 +319,29 @@ TEST(FaultMatrix, EveryFaultAtEveryCommandOnEveryLink) {
             if (tallies[i].not_applicable != 0) std::printf(" (%d: %s)", tallies[i].not_applicable, fault.why_not);
         }
         std::printf("\n");
+    }
+}
+
+/// The trace of a worker's life that begins at this tick count, and how long it takes; one reply is lost where
+/// none is waited for without limit.
+std::string LifeFrom(std::uint32_t start, Transport transport) {
+    Stage stage(transport);
+    World().now  = start;
+    stage.delays = [](const Bytes&) { return 150U; };
+    stage.Strike(Hex("A5 0A"), 1, nullptr, [](Stage& struck, Reply& reply) {
+        if (struck.transport != Transport::kIrda) reply.blocks.clear();
+    });
+    const std::string trace = stage.RunWorker();
+    return trace + ", " + std::to_string(World().now - start) + " ms" + stage.Wrong();
+}
+
+TEST(FaultMatrix, TheTickCountMayBeginAnewAtAnyMoment) {
+    for (const Transport transport : kLinks) {
+        const std::string usual = LifeFrom(1000, transport);
+        ASSERT_TRUE(usual.starts_with("ochvvz")) << usual;
+        for (std::uint32_t before = 70; before < 16000; before += 370) {
+            ASSERT_EQ(LifeFrom(0U - before, transport), usual) << before;
+        }
     }
 }
 

@@ -40,7 +40,8 @@ bool SameTable(const ChannelTable& a, const ChannelTable& b) { return std::range
 /// One analyser whose conversation is run section by section, as often as one likes.
 class Talk {
 public:
-    explicit Talk(Transport transport) : stage(transport) {
+    explicit Talk(Transport transport, std::size_t block = 40, std::size_t look = SIZE_MAX) : stage(transport, block) {
+        stage.most_a_look = look;
         for (const Section section : kSections) {
             Prepare(section);
             stage.replies.clear();
@@ -147,7 +148,7 @@ struct Tally {
                             << static_cast<int>(section);
     }
     void Print(const char* what) const {
-        std::printf("%-40s %d of %d", what, passed, tried);
+        std::printf("%-52s %d of %d", what, passed, tried);
         if (endless != 0) std::printf(" (%d more would be waited for without limit)", endless);
         std::printf("\n");
     }
@@ -170,8 +171,8 @@ bool IsEndless(const Talk& talk, Section section, const Bytes& block, std::size_
     return length > block.size() && length <= (section == Section::kClose ? 12U : 4096U);
 }
 
-void FlipEveryBit(Transport transport, const char* name) {
-    Talk talk(transport);
+void FlipEveryBit(Transport transport, const char* name, std::size_t limit = 40, std::size_t look = SIZE_MAX) {
+    Talk talk(transport, limit, look);
     Tally tally;
     for (const Section section : kSections) {
         const std::vector<Reply> replies = talk.replies[static_cast<std::size_t>(section)];
@@ -193,8 +194,8 @@ void FlipEveryBit(Transport transport, const char* name) {
     tally.Print(name);
 }
 
-void CutEveryReply(Transport transport, const char* name) {
-    Talk talk(transport);
+void CutEveryReply(Transport transport, const char* name, std::size_t limit = 40, std::size_t look = SIZE_MAX) {
+    Talk talk(transport, limit, look);
     Tally tally;
     for (const Section section : kSections) {
         const std::vector<Reply> replies = talk.replies[static_cast<std::size_t>(section)];
@@ -224,10 +225,18 @@ void CutEveryReply(Transport transport, const char* name) {
 
 TEST(FaultMatrix, EveryBitOfEveryReplySerial) { FlipEveryBit(Transport::kSerial, "every bit, serial"); }
 TEST(FaultMatrix, EveryBitOfEveryReplyUsb) { FlipEveryBit(Transport::kUsb, "every bit, USB"); }
+TEST(FaultMatrix, EveryBitOfEveryReplyInSmallPieces) {
+    FlipEveryBit(Transport::kSerial, "every bit, serial, blocks of 7", 7, 9);
+    FlipEveryBit(Transport::kSerial, "every bit, serial, 19 bytes a look", 40, 19);
+    FlipEveryBit(Transport::kUsb, "every bit, USB, blocks of 7", 7);
+}
 TEST(FaultMatrix, EveryBitOfEveryReplyInfrared) { FlipEveryBit(Transport::kIrda, "every bit, infrared"); }
 TEST(FaultMatrix, EveryReplyCutAtEveryByte) {
     CutEveryReply(Transport::kSerial, "every cut and short answer, serial");
+    CutEveryReply(Transport::kSerial, "every cut and short answer, serial, blocks of 7", 7, 9);
+    CutEveryReply(Transport::kSerial, "every cut and short answer, serial, 19 bytes a look", 40, 19);
     CutEveryReply(Transport::kUsb, "every cut and short answer, USB");
+    CutEveryReply(Transport::kUsb, "every cut and short answer, USB, blocks of 7", 7);
     CutEveryReply(Transport::kIrda, "every cut and short answer, infrared");
 }
 

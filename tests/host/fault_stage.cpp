@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 
 #include "instrument/instrument_connection.h"
 #include "platform/memory/memory_event.h"
@@ -195,7 +196,7 @@ void Stage::Take(const Bytes& request) {
     requests.push_back(request);
     const bool counts  = struck_request_.empty() || BeginsWith(request, struck_request_);
     const bool strikes = counts && struck_count_ != 0 && --struck_count_ == 0;
-    Reply reply{.message = analyser_.Answer(request, World().now).value(), .delay_ms = delays ? delays(request) : 0};
+    Reply reply{.message = analyser_.Answer(request, Now()).value(), .delay_ms = delays ? delays(request) : 0};
     if (strikes) {
         struck    = true;
         struck_at = World().now;
@@ -219,20 +220,30 @@ void Stage::Take(const Bytes& request) {
     blocks_.assign(reply.blocks.begin(), reply.blocks.end());
     delay_ms_ = reply.delay_ms;
     if (reply.repeats_block && blocks_.size() > 1) blocks_.push_front(blocks_.front());
+    if (reply.unasked_ms) return SendUnasked(*reply.unasked_ms);
     SendNextBlock(reply.repeats_block && blocks_.size() == 1 ? 2 : 1);
+}
+
+void Stage::SendUnasked(std::uint32_t pause_ms) {
+    busy_until_ = std::max(Now(), busy_until_) + std::exchange(delay_ms_, 0);
+    while (!blocks_.empty()) {
+        SendNextBlock();
+        busy_until_ += pause_ms;
+    }
 }
 
 void Stage::SendNextBlock(std::uint32_t times) {
     if (blocks_.empty()) return;
     const Bytes block = blocks_.front();
     blocks_.pop_front();
-    busy_until_ = std::max(World().now, busy_until_) + block_ms + (blocks_.empty() ? delay_ms_ : 0);
+    busy_until_ = std::max(Now(), busy_until_) + block_ms + (blocks_.empty() ? delay_ms_ : 0);
     for (std::uint32_t i = 0; i < times; ++i) output_.push_back({busy_until_, block});
 }
 
 std::size_t Stage::Read(std::span<std::uint8_t> bytes) {
+    bytes            = bytes.first(std::min(bytes.size(), most_a_look));
     std::size_t size = 0;
-    while (!IsGone() && !output_.empty() && output_.front().due <= World().now) {
+    while (!IsGone() && !output_.empty() && output_.front().due <= Now()) {
         Bytes& front           = output_.front().bytes;
         const std::size_t part = std::min(front.size(), bytes.size() - size);
         std::copy_n(front.begin(), part, bytes.begin() + static_cast<std::ptrdiff_t>(size));
@@ -248,11 +259,11 @@ std::size_t Stage::Read(std::span<std::uint8_t> bytes) {
 /// What was sent to a closed port is lost; what is sent later arrives.
 void Stage::Opened() {
     broken_ = false;
-    while (!output_.empty() && output_.front().due <= World().now) output_.pop_front();
+    while (!output_.empty() && output_.front().due <= Now()) output_.pop_front();
 }
 
 void Stage::GiveInfrared() {
-    while (!IsGone() && !output_.empty() && output_.front().due > World().now) platform::SleepMilliseconds(1);
+    while (!IsGone() && !output_.empty() && output_.front().due > Now()) platform::SleepMilliseconds(1);
     if (IsGone() || output_.empty()) {
         // Broken: the call fails; gone: the other side has closed; else it would wait for ever.
         if (!broken_ && IsGone()) TheIrdaWorld().pieces.emplace_back(Bytes{});

@@ -5,6 +5,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <set>
 
 #include "analyser_2004.h"
@@ -20,7 +21,8 @@ struct Reply {
     Bytes message;
     std::vector<Bytes> blocks;  // the framed message; over infrared its bytes alone
     std::uint32_t delay_ms = 0;
-    bool repeats_block     = false;  // the first one
+    bool repeats_block     = false;           // the first one
+    std::optional<std::uint32_t> unasked_ms;  // so long after one another the later blocks come by themselves
 };
 
 /// No request begins with nothing.
@@ -41,11 +43,11 @@ public:
     /// those that begin with `request`, or of all when that is empty; 0 for none.
     void Strike(const Bytes& request, std::size_t count, Spoil message, Spoil blocks);
     /// From now on no byte gets through: for `duration_ms`, or, as a failure of the port or driver, until the next opening.
-    void LoseLink(std::uint32_t duration_ms) { gone_until_ = World().now + duration_ms; }
+    void LoseLink(std::uint32_t duration_ms) { gone_until_ = Now() + duration_ms; }
     void BreakLink();
 
     /// A byte of noise on the line, before whatever is sent next.
-    void AddNoise(std::uint32_t delay_ms) { output_.push_back({World().now + delay_ms, {0x55}}); }
+    void AddNoise(std::uint32_t delay_ms) { output_.push_back({Now() + delay_ms, {0x55}}); }
     /// As if another program had left the analyser in it.
     void EnterSlaveMode() { static_cast<void>(analyser_.Answer(Bytes{0x20, 1}, World().now)); }
 
@@ -67,10 +69,11 @@ public:
     std::function<std::uint32_t(const Bytes& request)> delays;
     /// Called when the worker has ended.
     std::function<void(const Stage& stage)> at_end;
-    bool reads_one_block    = false;  // at a time, even if more have come
-    bool waits_for_strike   = true;   // RunWorker goes on until the fault has struck
-    bool stops_at_strike    = false;  // the user ends at that moment
-    bool leaks_by_design    = false;  // a port or library stays open
+    std::size_t most_a_look = SIZE_MAX;  // bytes that one look at a serial port finds
+    bool reads_one_block    = false;     // at a time, even if more have come
+    bool waits_for_strike   = true;      // RunWorker goes on until the fault has struck
+    bool stops_at_strike    = false;     // the user ends at that moment
+    bool leaks_by_design    = false;     // a port or library stays open
     bool struck             = false;
     bool blocked            = false;  // a receive call over infrared that would never have returned
     std::uint32_t struck_at = 0;
@@ -89,13 +92,19 @@ public:
 
 private:
     struct Output {
-        std::uint32_t due = 0;
+        std::uint64_t due = 0;
         Bytes bytes;
     };
 
-    [[nodiscard]] bool IsGone() const { return broken_ || World().now < gone_until_; }
+    /// The world's time, going on where its tick count begins anew.
+    [[nodiscard]] std::uint64_t Now() {
+        now_ += static_cast<std::uint32_t>(World().now - static_cast<std::uint32_t>(now_));
+        return now_;
+    }
+    [[nodiscard]] bool IsGone() { return broken_ || Now() < gone_until_; }
     void Take(const Bytes& request);
     void SendNextBlock(std::uint32_t times = 1);
+    void SendUnasked(std::uint32_t pause_ms);
     void GiveInfrared();
     void Tick();
     void NoteSent(const Reply& reply);
@@ -113,8 +122,9 @@ private:
     std::deque<Bytes> blocks_;
     std::uint32_t delay_ms_ = 0;
     std::deque<Output> output_;
-    std::uint32_t busy_until_ = 0;  // answers come in order
-    std::uint32_t gone_until_ = 0;
+    std::uint64_t now_        = 0;
+    std::uint64_t busy_until_ = 0;  // answers come in order
+    std::uint64_t gone_until_ = 0;
     bool broken_              = false;
 
     std::string trace_;
