@@ -111,6 +111,7 @@ class OtherPrograms(unittest.TestCase):
         ("nothing", None, ["list"], 0, ""),
         ('\ufeffconverter serial "5"', None, ["list"], 0, "type 2 serial 5"),
         ("trickle 20", None, ["talk"], 0, "reply 00 42 00 00 54 37 38 30 01"),
+        ("payload 4", "fault unasked 100", ["talk"], 0, "reply 00 42 00 00 54 37 38 30 01"),
         ("early_signal 20", None, ["talk"], 3, "NeltoUSBTransceive: 3 "),
         ("status FT_Write 4", None, ["talk"], 3, "NeltoUSBTransceive: 3 "),
         ("short_write", None, ["talk"], 3, "NeltoUSBTransceive: 3 "),
