@@ -1,6 +1,10 @@
 // What the technician typed in the channel table.
 #include "core/manual_values.h"
 
+#include <fstream>
+#include <sstream>
+
+#include "core/exchange_file.h"
 #include "core/value_text.h"
 #include "support.h"
 
@@ -122,6 +126,29 @@ TEST_F(ManualValuesTest, ValuesWithoutAFreeRecordAreDropped) {
     EXPECT_EQ(Stored(channels, kSmokeNumber1), "1.000:255:0");
     EXPECT_EQ(UsedRecords(channels).size(), kChannelCapacity);
     EXPECT_EQ(channels[0].view_ident, 0x0901U);
+}
+
+// The Windows tests let the 64-bit and the 32-bit program write the same lines.
+TEST_F(ManualValuesTest, TypedNumbersAreWrittenAsTheTableSays) {
+    std::ifstream table(TYPED_NUMBERS);
+    ProgramState state;
+    state.decimal_separator = test::World().decimal_separator = L'.';
+    int rows                                                  = 0;
+    for (std::string row; std::getline(table, row);) {
+        if (row.empty() || row[0] == '#') continue;
+        SCOPED_TRACE(row);
+        std::array<std::wstring, 9> fields;
+        std::wistringstream words(std::wstring(row.begin(), row.end()));
+        for (std::wstring& field : fields) words >> field;
+        const auto& [smoke1, smoke2, smoke3, heat, key6020, key6120, key6220, key6520, key1401] = fields;
+        Measurement measurement{};
+        measurement.oil_fuel = true;
+        StoreManualValues({{smoke1, smoke2, smoke3}, heat}, measurement.channels);
+        EXPECT_EQ(ExchangeText(state, measurement), L"6020=" + key6020 + L"\n6120=" + key6120 + L"\n6220=" + key6220 +
+                                                        L"\n6520=" + key6520 + L"\n1401=" + key1401 + L"\n6320=0\n");
+        ++rows;
+    }
+    EXPECT_GT(rows, 4);
 }
 
 }  // namespace

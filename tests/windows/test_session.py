@@ -94,6 +94,16 @@ class Values(SerialSession):
             "9000 device: nelto 780-2", "9100 firmware: 1.23", "9200 serial number: 01234567", "9300 smoke pump: P-77",
             "6520 smoke number, mean: 3.5"])
 
+    def test_typed_numbers_are_written_as_the_table_says(self):
+        table = (program_session.ROOT / "tests/typed_numbers.txt").read_text().splitlines()
+        for row in (line.split() for line in table if line and not line.startswith("#")):
+            with self.subTest(row):
+                program = self.begin()
+                for field, typed in zip((*SMOKE, HEAT_CARRIER), row[:4]):
+                    program.ask("settext", field, typed)
+                written = dict(line.split(b"=", 1) for line in self.leave_with_ok().splitlines())
+                self.assertEqual([written[key].decode() for key in (b"6020", b"6120", b"6220", b"6520", b"1401")], row[4:])
+
     def test_typing_survives_the_refresh(self):
         program = self.begin()
         self.assertEqual(program.ask("focus"), OK)
