@@ -107,10 +107,14 @@ private:
         GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
                            static_cast<const char*>(Inside()), &self);
         CloseHandle(CreateThread(nullptr, 0, DeliverLate, this, 0, nullptr));
+        // Wine may crash a 32-bit program that ends while a thread is still starting.
+        WaitForSingleObject(started_, INFINITE);
     }
 
-    static DWORD WINAPI DeliverLate(void* library) {
-        while (true) static_cast<Library*>(library)->DeliverUntilQuiet();
+    static DWORD WINAPI DeliverLate(void* pointer) {
+        auto* const library = static_cast<Library*>(pointer);
+        SetEvent(library->started_);
+        while (true) library->DeliverUntilQuiet();
     }
 
     void DeliverUntilQuiet() {
@@ -145,6 +149,7 @@ private:
     std::mutex mutex_;
     Driver driver_;
     HANDLE expecting_;
+    HANDLE started_             = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     std::uint64_t next_look_ms_ = 0;
 };
 

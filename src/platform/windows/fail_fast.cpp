@@ -29,6 +29,12 @@ void* __stack_chk_guard = nullptr;
 /// A copy was about to write beyond the end of its buffer.
 [[noreturn]] void __chk_fail() { FailFast(FAST_FAIL_RANGE_CHECK_FAILURE); }
 
+#ifdef __i386__
+/// Something throws. 32-bit code has tables for that, which the runtime's own version of this function enters in a list as soon as
+/// a library is loaded; the lock that it takes for it leaves two handles behind each time the library is unloaded.
+[[noreturn]] const void* _Unwind_Find_FDE(void*, void*) { FailFast(FAST_FAIL_FATAL_APP_EXIT); }
+#endif
+
 }  // extern "C"
 // NOLINTEND(bugprone-reserved-identifier, readability-identifier-naming)
 
