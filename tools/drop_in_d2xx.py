@@ -3,8 +3,9 @@
 import shutil
 
 import program_session
+import wine_env
 
-LIBRARIES = program_session.ROOT / "dist/simulator/ftd2xx"
+LIBRARIES = program_session.DIST / "simulator/ftd2xx"
 OLD, NEW = "2.08.14", "3.02.11"  # identify devices by the EEPROM and by the device information
 
 
@@ -13,7 +14,7 @@ class Driver:
 
     def __init__(self, prefix, version=NEW):
         self.prefix = prefix
-        self.folder = prefix.folder / "drive_c/windows/system32"
+        self.folder = prefix.folder / "drive_c/windows" / wine_env.SYSTEM_FOLDER
         self.install(version)
         log = prefix.folder / "drive_c/simulator.log"
         prefix.environment["NELTO_SIMULATOR_LOG"] = "C:\\" + log.name

@@ -5,7 +5,7 @@ import shutil
 
 import program_session
 
-LIBRARIES = program_session.ROOT / "dist/simulator/generation2010"
+LIBRARIES = program_session.DIST / "simulator/generation2010"
 SCENARIO = program_session.ROOT / "simulator/scenarios/generation2010.txt"
 KINDS = (711, 745, 746, 752, 760, 781)
 

@@ -4,7 +4,7 @@ import shutil
 
 import program_session
 
-LIBRARY = program_session.ROOT / "dist/simulator/winsock/wsock32.dll"
+LIBRARY = program_session.DIST / "simulator/winsock/wsock32.dll"
 COMMUNICATION_IRDA = 1000  # the "Communication" setting
 
 

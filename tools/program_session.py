@@ -8,10 +8,12 @@ import time
 
 import wine_env
 from project import ROOT, VERSION
+from wine_env import ARCH, DIST
 
-PROGRAM = ROOT / "dist/NeltoStackWatcher/NeltoStackWatcher.exe"
-SIMULATOR = ROOT / "dist/simulator/nelto-simulator.exe"
-DRIVER = ROOT / "build/windows-x64/bin/ui_driver.exe"
+PROGRAM = DIST / "NeltoStackWatcher/NeltoStackWatcher.exe"
+SIMULATOR = DIST / "simulator/nelto-simulator.exe"
+BUILT = ROOT / f"build/windows-{ARCH}"
+DRIVER = BUILT / "bin/ui_driver.exe"
 CAPTION = "Nelto StackWatcher Version " + VERSION.rpartition(".")[0]
 SETTINGS_CAPTION = "Nelto StackWatcher Einstellungen"
 EXCHANGE_FILE = "NeltoStackWatcher.txt"

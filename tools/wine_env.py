@@ -22,7 +22,10 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 BUILD = ROOT / "build"
-WINE_HOME = BUILD / "wine"
+ARCH = os.environ.get("NELTO_ARCH", "x64")  # of the programs that are run: x64 or x86
+DIST = ROOT / {"x64": "dist", "x86": "dist/x86"}[ARCH]
+SYSTEM_FOLDER = {"x64": "system32", "x86": "syswow64"}[ARCH]  # of their libraries, in a 64-bit Windows
+WINE_HOME = BUILD / {"x64": "wine", "x86": "wine-x86"}[ARCH]
 LOCALES = {"de": "de_DE", "en": "en_US"}
 WINE_FONTS = Path("/usr/share/wine/fonts")
 TEMPLATE_VERSION = 2  # raised when make_template changes, so that old templates are made anew
@@ -52,7 +55,8 @@ def environment(prefix, language, display):
         LOCPATH=str(WINE_HOME / "locale"),
         LC_ALL=LOCALES[language] + ".UTF-8",
     )
-    kept.pop("DISPLAY", None)
+    for name in ("DISPLAY", "TMPDIR"):  # newer Wines end at once when TMPDIR is set
+        kept.pop(name, None)
     if display:
         kept["DISPLAY"] = display
     return kept

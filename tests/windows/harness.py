@@ -29,6 +29,10 @@ def look():
         return Image(file)
 
 
+class FileTestCase(unittest.TestCase):
+    """Tests that start no Windows program; they look at the files of both kinds, on the machine that builds them."""
+
+
 class WindowsTestCase(unittest.TestCase):
     """A failing test leaves a screenshot in build/tests/."""
 

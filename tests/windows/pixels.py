@@ -2,9 +2,9 @@
 
 import subprocess
 
-from program_session import ROOT
+from program_session import BUILT
 
-PICTURES = ROOT / "build/windows-x64/src/artwork"
+PICTURES = BUILT / "src/artwork"
 MAGENTA = b"\xff\x00\xff"  # the pictures' transparent colour
 RUN = 16                   # pixels of a row that are looked for first
 

@@ -3,13 +3,13 @@
 import subprocess
 import sys
 import tempfile
-import unittest
 from pathlib import Path
 
+import harness
 from program_session import EXCHANGE_FILE, ROOT
 
 
-class ReadExchangeFile(unittest.TestCase):
+class ReadExchangeFile(harness.FileTestCase):
     def test_starts_waits_and_tells_what_came_of_it(self):
         cases = [  # what the program does, arguments, exit code, what is printed
             (r"printf '%s\r\n2003=4,6\r\n' $1 > $TMP/" + EXCHANGE_FILE, ["--word", "JOB17"], 0, "2003 O2 in %: 4.6\n"),

@@ -6,7 +6,6 @@ import shutil
 import struct
 import subprocess
 import tempfile
-import unittest
 from pathlib import Path
 
 import harness
@@ -29,7 +28,7 @@ def texts_of_program(language):
     return [texts[number] for number in SHOWN_TEXTS]
 
 
-class HelpFiles(unittest.TestCase):
+class HelpFiles(harness.FileTestCase):
     def folder(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)

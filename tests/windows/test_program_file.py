@@ -4,7 +4,6 @@
 import re
 import shutil
 import subprocess
-import unittest
 
 import drop_in_d2xx
 import drop_in_generation2010
@@ -31,7 +30,7 @@ class ShippedFile:
         return re.findall(pattern, self.listing, re.MULTILINE)
 
 
-class ShippedFiles(unittest.TestCase):
+class ShippedFiles(harness.FileTestCase):
     @classmethod
     def setUpClass(cls):
         cls.shipped = [ShippedFile(arch, name) for arch in BUILDS for name in (PROGRAM.name, "NeltoUSB.dll")]

@@ -3,7 +3,6 @@
 import re
 import shutil
 import subprocess
-import unittest
 
 import drop_in_d2xx
 import harness
@@ -13,7 +12,7 @@ from drop_in_d2xx import NEW, OLD
 from program_session import CONNECTION, OK
 
 AVAILABLE, BROKEN, SEARCHING = "Measure values available", "Connection broken", "Searching measure device"
-USB_FOLDER = program_session.ROOT / "dist/NeltoUSB"
+USB_FOLDER = program_session.DIST / "NeltoUSB" / {"x64": "", "x86": "x86"}[program_session.ARCH]
 ROUNDS = 6
 
 
@@ -96,7 +95,7 @@ class Unplugging(UsbSession):
         self.wait_values()
 
 
-class OtherPrograms(unittest.TestCase):
+class OtherPrograms(harness.WindowsTestCase):
     """The C sample and careless calls against NeltoUSB.dll."""
 
     # Setup, scenario, arguments of the sample, its exit code and last line.
@@ -138,6 +137,7 @@ class OtherPrograms(unittest.TestCase):
         null reply: 9 0                short reply: 9 0               behind the reply: 0 0   null length: 0 54
         exact room: 0 9                time-out: 0 0                  close: 0 0              transceive null link: 4 0
         transceive nulls: 4 0          close null link: 4 0           time-out null link: 4 0
+        loaded and unloaded: 0 0
     """
 
     def setUp(self):
@@ -145,7 +145,8 @@ class OtherPrograms(unittest.TestCase):
         self.addCleanup(self.prefix.close)
         self.folder = self.prefix.folder / "drive_c/client"
         self.folder.mkdir()
-        for file in (USB_FOLDER / "NeltoUSB.dll", USB_FOLDER / "usb_client.exe", program_session.DRIVER.with_name("usb_arguments.exe")):
+        built = program_session.DRIVER.parent
+        for file in (USB_FOLDER / "NeltoUSB.dll", USB_FOLDER / "usb_client.exe", built / "usb_client_lld.exe", built / "usb_arguments.exe"):
             shutil.copy(file, self.folder)
 
     def run_client(self, *arguments, program="usb_client.exe"):
@@ -154,8 +155,8 @@ class OtherPrograms(unittest.TestCase):
             output = process.communicate(timeout=program_session.PATIENCE)[0].decode()
         return process.returncode, output.replace("\r\n", "\n")
 
-    def last_line(self, *arguments):
-        code, output = self.run_client(*arguments)
+    def last_line(self, *arguments, **options):
+        code, output = self.run_client(*arguments, **options)
         return code, output.rstrip("\n").rpartition("\n")[2]
 
     def test_each_result_code_for_its_cause(self):
@@ -173,9 +174,17 @@ class OtherPrograms(unittest.TestCase):
         driver.set_up("status FT_EE_Read 15")
         self.assertEqual(self.last_line("list")[1].split(" (")[0], "NeltoUSBGetDevices: 4015")
 
+    def test_the_sample_through_the_import_library_of_other_linkers(self):
+        drop_in_d2xx.Driver(self.prefix, NEW).set_up()
+        for _, _, arguments, code, line in self.CODES[:3]:
+            with self.subTest(arguments):
+                found = self.last_line(*arguments, program="usb_client_lld.exe")
+                self.assertEqual((found[0], found[1][:len(line)]), (code, line))
+
     def test_careless_calls(self):
         driver = drop_in_d2xx.Driver(self.prefix, NEW)
         driver.set_up("\n".join(f'converter type 2 serial "{serial}"' for serial in (1, 2, 3)))
+        shutil.copy(USB_FOLDER / "NeltoUSB.dll", self.folder / "Copy.dll")
         code, output = self.run_client(program="usb_arguments.exe")
         self.assertEqual(code, 0)
         self.assertEqual(output.splitlines(), re.split(r"\s{2,}", self.ARGUMENTS.strip()))

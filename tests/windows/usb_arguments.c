@@ -1,5 +1,7 @@
 /* Calls NeltoUSB.dll as careless programs do: null pointers, no room, a link that is used on after a failure. Prints
  * one line a call: what was called and the numbers that came back. */
+#include <windows.h>
+
 #include <stdio.h>
 
 #include "NeltoUSB.h"
@@ -68,9 +70,29 @@ static void without_a_link(void) {
     tell("time-out null link", NeltoUSBSetTimeout(NULL, 1), 0);
 }
 
+/* New handles get the lowest free number. */
+static uint32_t next_handle(void) {
+    const HANDLE event = CreateEventW(NULL, FALSE, FALSE, NULL);
+    CloseHandle(event);
+    return (uint32_t)(uintptr_t)event;
+}
+
+/* A second copy, since this program keeps the first one loaded. */
+static void load_and_unload(void) {
+    uint32_t first = 0;
+    for (int round = 0; round < 5; ++round) {
+        const HMODULE library = LoadLibraryW(L"Copy.dll");
+        if (library == NULL) tell("load", GetLastError(), 0);
+        FreeLibrary(library);
+        if (round == 0) first = next_handle();
+    }
+    tell("loaded and unloaded", 0, next_handle() - first);
+}
+
 int main(void) {
     list();
     talk();
     without_a_link();
+    load_and_unload();
     return 0;
 }
