@@ -23,6 +23,18 @@ ShowUninstDetails nevershow
 !define LINK "$SMPROGRAMS\Nelto StackWatcher.lnk"
 !define UNINSTALL_KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall\NeltoStackWatcher"
 
+; The usual folders for all users, and where the other kind's entry lies: a 64-bit Windows shows each kind of program a
+; registry for all users of its own.
+!if ${ARCH} == "x64"
+    !define USUAL_FOLDER "$PROGRAMFILES64\NeltoStackWatcher"
+    !define OTHER_KINDS_FOLDER "$PROGRAMFILES32\NeltoStackWatcher"
+    !define OTHER_KINDS_VIEW 32
+!else
+    !define USUAL_FOLDER "$PROGRAMFILES32\NeltoStackWatcher"
+    !define OTHER_KINDS_FOLDER "$PROGRAMFILES64\NeltoStackWatcher"
+    !define OTHER_KINDS_VIEW 64
+!endif
+
 Name "Nelto StackWatcher"
 BrandingText "Nelto StackWatcher ${VERSION}"
 OutFile "${OUTPUT}"
@@ -125,7 +137,7 @@ VIProductVersion ${VERSION}.0
 !insertmacro CommonFunctions ""
 !insertmacro CommonFunctions "un."
 
-; The folder: /D=, that of an older version, or the usual one.
+; The folder: /D=, that of an older version of whichever kind, or the usual one.
 Function .onInit
     ${IfNot} ${AtLeastWin7}
         !insertmacro Fail "$(TOO_OLD)" 2
@@ -135,12 +147,18 @@ Function .onInit
         ReadRegStr $INSTDIR SHCTX "${UNINSTALL_KEY}" "InstallLocation"
     ${EndIf}
     ${If} $INSTDIR == ""
+        SetRegView ${OTHER_KINDS_VIEW}
+        ReadRegStr $INSTDIR SHCTX "${UNINSTALL_KEY}" "InstallLocation"
+        SetRegView default
+        ${If} $INSTDIR == "${OTHER_KINDS_FOLDER}"
+            StrCpy $INSTDIR ""
+        ${EndIf}
+    ${EndIf}
+    ${If} $INSTDIR == ""
         ${If} $R9 == ""
             StrCpy $INSTDIR "$LOCALAPPDATA\Programs\NeltoStackWatcher"
-        ${ElseIf} ${ARCH} == "x64"
-            StrCpy $INSTDIR "$PROGRAMFILES64\NeltoStackWatcher"
         ${Else}
-            StrCpy $INSTDIR "$PROGRAMFILES\NeltoStackWatcher"
+            StrCpy $INSTDIR "${USUAL_FOLDER}"
         ${EndIf}
     ${EndIf}
 FunctionEnd
@@ -157,10 +175,14 @@ Function RemoveOlderVersion
         Delete "$R0\Uninstall.exe"
         RMDir "$R0"
     ${EndIf}
+    DeleteRegKey SHCTX "${UNINSTALL_KEY}"
 FunctionEnd
 
 Section
     Call RefuseWhileRunning
+    SetRegView ${OTHER_KINDS_VIEW}
+    Call RemoveOlderVersion
+    SetRegView default
     Call RemoveOlderVersion
     ClearErrors
     SetOutPath "$INSTDIR"

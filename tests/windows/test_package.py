@@ -1,5 +1,5 @@
-"""The packages: what is in them, that anybody gets the same bytes from the same sources, and the 64-bit installer from its first
-run to the last trace. The 32-bit installer cannot run under a 64-bit Wine: of it only the content is looked at."""
+"""The packages: what is in them, that anybody gets the same bytes from the same sources, and the installer from its first run to the
+last trace. A 64-bit Wine starts no 32-bit installer, so how one kind replaces the other is tried with the 32-bit program only."""
 
 import hashlib
 import json
@@ -9,19 +9,23 @@ import shutil
 import subprocess
 import sys
 import tempfile
-import unittest
 import zipfile
 from pathlib import Path
 
 import drop_in_d2xx
 import harness
 from program_session import CAPTION, LIST, OK, PATIENCE, PROGRAM, ROOT
+from wine_env import ARCH
 
 sys.path.append(str(ROOT / "packaging"))
 import make_packages  # noqa: E402
 from make_packages import PACKAGES, VERSION, WORK  # noqa: E402
 
-SETUP = PACKAGES / f"NeltoStackWatcher-{VERSION}-x64-setup.exe"
+SETUPS = {arch: PACKAGES / f"NeltoStackWatcher-{VERSION}-{arch}-setup.exe" for arch in ("x64", "x86")}
+SETUP = SETUPS[ARCH]
+FOLDERS_FOR_ALL = {"x64": "Program Files/NeltoStackWatcher", "x86": "Program Files (x86)/NeltoStackWatcher"}
+FOLDER_FOR_ONE = "AppData/Local/Programs/NeltoStackWatcher"
+VIEWS = {"x64": "/reg:64", "x86": "/reg:32"}  # of the registry for all users
 UNINSTALL_KEY = "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\NeltoStackWatcher"
 SETTINGS_KEY = "HKCU\\Software\\Nelto"
 SHIPPED = {"NeltoStackWatcher.exe", "NeltoStackWatcher_DE.chm", "NeltoStackWatcher_EN.chm", "README.txt", "THIRD-PARTY-NOTICES.txt"}
@@ -32,7 +36,7 @@ def contents(folder):
     return {path.relative_to(folder).as_posix(): path.read_bytes() for path in folder.rglob("*") if path.is_file()}
 
 
-class Contents(unittest.TestCase):
+class Contents(harness.FileTestCase):
     def test_the_same_sources_give_the_same_bytes_in_another_folder(self):
         with tempfile.TemporaryDirectory(dir=ROOT / "build", prefix="other-folder-") as folder:
             copy = Path(folder, "sources")
@@ -78,7 +82,7 @@ class Contents(unittest.TestCase):
                       [entry for file in bill["metadata"]["component"]["components"] for entry in file["hashes"]])
 
 
-class Installed(harness.WindowsTestCase):
+class Installing(harness.WindowsTestCase):
     def begin(self, **options):
         self.program = self.session(**options)
         self.prefix = self.program.prefix
@@ -91,8 +95,8 @@ class Installed(harness.WindowsTestCase):
             output = process.communicate(timeout=2 * PATIENCE)[0].decode("cp850")
         return process.returncode, output
 
-    def registry(self, key):
-        code, output = self.run_to_end("reg", "query", key, "/s")
+    def registry(self, key, arch=ARCH):
+        code, output = self.run_to_end("reg", "query", key, "/s", VIEWS[arch])
         return dict(re.findall(r"^ +(\w+) +REG_\w+ +(.*?)\r?$", output, re.MULTILINE)) if code == 0 else None
 
     def links(self):
@@ -104,20 +108,27 @@ class Installed(harness.WindowsTestCase):
         self.program.wait_status("Measure values available")
         self.program.wait_until(lambda: self.program.ask("items", LIST)["rows"], "the rows of the list")
 
-    def uninstall(self, root, folder):
-        program, options = self.registry(f"{root}\\{UNINSTALL_KEY}")["QuietUninstallString"].split('"')[1:]
+    def uninstall(self, root, folder, arch=ARCH):
+        program, options = self.registry(f"{root}\\{UNINSTALL_KEY}", arch)["QuietUninstallString"].split('"')[1:]
         self.assertEqual(self.run_to_end(program, *options.split())[0], 0)
         # It copies itself and goes on in the background.
         self.program.wait_until(lambda: not (folder / "Uninstall.exe").exists() and not self.links(), "the uninstaller")
-        self.program.wait_until(lambda: self.registry(f"{root}\\{UNINSTALL_KEY}") is None, "the uninstaller's entry")
+        self.program.wait_until(lambda: self.registry(f"{root}\\{UNINSTALL_KEY}", arch) is None, "the uninstaller's entry")
 
+    def files(self):
+        """All files but those of Windows, and but the uninstaller's copy of itself, which goes with the next start of Windows."""
+        folders = [folder for folder in self.drive.iterdir() if folder.name != "windows"]
+        return {path for folder in folders for path in folder.rglob("*") if path.is_file() and "~nsu" not in str(path)}
+
+
+class Installed(Installing):
     def older_installer(self):
         """An installer of an older version with a file that the new one does not know."""
         stage = self.prefix.folder / "older"
         stage.mkdir()
         (stage / "NeltoStackWatcher.exe").write_bytes(PROGRAM.read_bytes())
         (stage / "Older.txt").touch()
-        make_packages.make_installer(self.prefix.folder / "older.exe", stage, "x64", "2.9.0")
+        make_packages.make_installer(self.prefix.folder / "older.exe", stage, ARCH, "2.9.0")
         return self.prefix.folder / "older.exe"
 
     def test_upgraded_used_and_removed(self):
@@ -138,7 +149,7 @@ class Installed(harness.WindowsTestCase):
         self.assertEqual(self.run_to_end(SETUP, "/S")[0], 0)
         installed = contents(folder)
         self.assertIsNotNone(installed.pop("Uninstall.exe", None))
-        self.assertEqual(installed, contents(WORK / "x64/NeltoStackWatcher") | {"nelto7XXE.dll": b"of the maker"})
+        self.assertEqual(installed, contents(WORK / ARCH / "NeltoStackWatcher") | {"nelto7XXE.dll": b"of the maker"})
         entry = self.registry("HKCU\\" + UNINSTALL_KEY)
         self.assertEqual((entry["DisplayName"], entry["DisplayVersion"], entry["InstallLocation"], entry["NoModify"]),
                          ("Nelto StackWatcher", VERSION, "C:\\Prüf stand\\Nelto", "0x1"))
@@ -157,30 +168,26 @@ class Installed(harness.WindowsTestCase):
         self.assertIsNone(self.registry(SETTINGS_KEY))
         self.assertEqual([name for name in LOGS if (self.program.temp / name).exists()], [])
 
-    def files(self):
-        """All files but those of Windows, and but the uninstaller's copy of itself, which goes with the next start of Windows."""
-        folders = [folder for folder in self.drive.iterdir() if folder.name != "windows"]
-        return {path for folder in folders for path in folder.rglob("*") if path.is_file() and "~nsu" not in str(path)}
-
     def test_for_one_user_and_for_all(self):
         self.begin(language="de")
         before = self.files()
-        for root, arguments, place in (("HKCU", [], self.program.temp.parent / "AppData/Local/Programs"), ("HKLM", ["/AllUsers"], self.drive / "Program Files")):
+        for root, arguments, folder in (("HKCU", [], self.program.temp.parent / FOLDER_FOR_ONE),
+                                        ("HKLM", ["/AllUsers"], self.drive / FOLDERS_FOR_ALL[ARCH])):
             with self.subTest(root):
                 self.assertEqual(self.run_to_end(SETUP, "/S", *arguments)[0], 0)
-                self.assertTrue((place / "NeltoStackWatcher/NeltoStackWatcher.exe").exists())
+                self.assertTrue((folder / PROGRAM.name).exists())
                 self.assertEqual(self.registry(f"{root}\\{UNINSTALL_KEY}")["Comments"], "Zeigt die laufenden Werte eines Abgasmessgeräts")
                 self.assertEqual(["ProgramData" in str(link) for link in self.links()], [root == "HKLM"])
-                self.uninstall(root, place / "NeltoStackWatcher")
+                self.uninstall(root, folder)
                 self.assertEqual(self.files(), before)
-                self.assertFalse((place / "NeltoStackWatcher").exists())
+                self.assertFalse(folder.exists())
 
     def test_an_uninstaller_removes_its_own_installation_only(self):
         self.begin()
         for arguments in ([], ["/AllUsers"]):
             self.assertEqual(self.run_to_end(SETUP, "/S", *arguments)[0], 0)
         mine, common = self.links()
-        self.assertEqual(self.run_to_end(self.drive / "Program Files/NeltoStackWatcher/Uninstall.exe", "/S")[0], 0)
+        self.assertEqual(self.run_to_end(self.drive / FOLDERS_FOR_ALL[ARCH] / "Uninstall.exe", "/S")[0], 0)
         self.program.wait_until(lambda: self.registry(f"HKLM\\{UNINSTALL_KEY}") is None, "the entry for all users")
         self.program.wait_until(lambda: self.links() == [mine], f"the end of {common}")
         self.assertIsNotNone(self.registry(f"HKCU\\{UNINSTALL_KEY}"))
@@ -188,8 +195,57 @@ class Installed(harness.WindowsTestCase):
     def test_unpacked_anywhere(self):
         self.begin()
         folder = self.drive / "Müller & Söhne/Meßgeräte"
-        zipfile.ZipFile(PACKAGES / f"NeltoStackWatcher-{VERSION}-x64-portable.zip").extractall(folder)
+        zipfile.ZipFile(PACKAGES / f"NeltoStackWatcher-{VERSION}-{ARCH}-portable.zip").extractall(folder)
         self.program.start(program=folder / "NeltoStackWatcher" / PROGRAM.name)
         self.assert_values()
         self.assertEqual(self.program.leave(OK), 0)
         self.assertIn(b"9200=40712345\r\n", self.program.file())
+
+
+if ARCH == "x86":  # in a Windows that runs both
+    class BothKinds(Installing):
+        def install(self, arch, *arguments):
+            self.assertEqual(self.run_to_end(SETUPS[arch], "/S", *arguments)[0], 0)
+
+        def assert_alone(self, root, arch, folder):
+            """The installation of this kind is whole and the only one."""
+            installed = contents(folder)
+            installed.pop("Uninstall.exe")
+            self.assertTrue(installed == contents(WORK / arch / "NeltoStackWatcher"), f"{arch} in {folder}")
+            link, = self.links()
+            windows_path = "C:\\" + folder.relative_to(self.drive).as_posix().replace("/", "\\")
+            self.assertTrue(f"{windows_path}\\{PROGRAM.name}\0".encode() in link.read_bytes(), "where the link leads")
+            entries = [self.registry(f"{root}\\{UNINSTALL_KEY}", kind) for kind in VIEWS]
+            self.assertIn(windows_path, [entry["InstallLocation"] for entry in entries if entry])
+            if root == "HKLM":  # the registry of one user has no two views
+                self.assertEqual(entries.count(None), 1)
+            programs = [path for path in self.files() if path.name == PROGRAM.name]
+            self.assertEqual(programs, [folder / PROGRAM.name])
+
+        def test_one_replaces_the_other_in_either_order(self):
+            self.begin(settings={"HeatingCheck": 1})
+            before = self.files()
+            for root, scope, folders in (("HKCU", [], dict.fromkeys(SETUPS, self.program.temp.parent / FOLDER_FOR_ONE)),
+                                         ("HKLM", ["/AllUsers"], {arch: self.drive / FOLDERS_FOR_ALL[arch] for arch in SETUPS})):
+                for first, second in (("x64", "x86"), ("x86", "x64")):
+                    with self.subTest(root=root, first=first):
+                        self.install(first, *scope)
+                        self.assert_alone(root, first, folders[first])
+                        (folders[first] / "own.txt").touch()
+                        self.install(second, *scope)
+                        (folders[first] / "own.txt").unlink()
+                        self.assert_alone(root, second, folders[second])
+                        self.assertIn("HeatingCheck", self.registry(SETTINGS_KEY) or {})
+                        self.uninstall(root, folders[second], second)
+                        self.program.ask("regset", "HeatingCheck", "dword", 1)
+                        self.assertEqual(self.files(), before)
+
+        def test_a_chosen_folder_is_kept(self):
+            self.begin()
+            folder = self.drive / "Nelto"
+            for scope in ([], ["/AllUsers"]):
+                with self.subTest(scope):
+                    self.install("x86", *scope, "/D=C:\\Nelto")
+                    self.install("x64", *scope)
+                    self.assert_alone("HKLM" if scope else "HKCU", "x64", folder)
+                    self.uninstall("HKLM" if scope else "HKCU", folder, "x64")
