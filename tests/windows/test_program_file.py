@@ -1,5 +1,5 @@
-"""The shipped files themselves: what a user's Windows must bring along for them to start, and what they protect him with. The
-32-bit files cannot run under a 64-bit Wine; that they are made as they should is all that is tested of them."""
+"""The shipped files themselves: what a user's Windows must bring along for them to start, and what they protect him with. Of
+both kinds."""
 
 import re
 import shutil
