@@ -7,8 +7,7 @@
 
 #include "analyser_thread.h"
 #include "figures.h"
-#include "instrument/generation2004/values.h"
-#include "instrument/instrument_connection.h"
+#include "instrument/generation2004/analyser_2004.h"
 #include "posix_platform.h"
 #include "simulated_d2xx.h"
 #include "transport/usb_link.h"
@@ -23,10 +22,10 @@ constexpr std::size_t kChannels    = 40;
 constexpr double kExchangesOfARead = 3;  // zero flag, measuring configuration, values
 
 /// Microseconds of one value read that are not the driver's, or less than 0 when it failed.
-double TimeBeyondDriver(const InstrumentConnection& connection, ChannelTable& channels) {
+double TimeBeyondDriver(Analyser2004& analyser, ChannelTable& channels) {
     SimulatedD2xx::ClearAccount();
     const auto start           = std::chrono::steady_clock::now();
-    const std::uint32_t result = Nelto780GetOnlineValues2004(connection, channels);
+    const std::uint32_t result = analyser.ReadValues(channels);
     const auto elapsed         = std::chrono::steady_clock::now() - start;
     const bool is_whole        = result == kDone && channels[kChannels - 1].value_type == kNumber;
     if (!is_whole) return -1;
@@ -43,19 +42,19 @@ int main() {
     const platform::posix::TemporaryDirectory logs;
     const SimulatedD2xx library(*scenario);
 
-    InstrumentConnection connection;
-    connection.link.transport = Transport::kUsb;
-    connection.log.Start();
-    if (NeltoUSBOpen(kSimulatedDeviceType, 0, connection.link.usb_link) != kUsbOk) return CannotMeasure("no USB link");
+    Session session(Transport::kUsb, nullptr);
+    session.log.Start();
+    session.link = UsbLink::Open(kSimulatedDeviceType, nullptr);
+    if (session.link == nullptr) return CannotMeasure("no USB link");
+    Analyser2004 analyser(std::move(session));
 
     ChannelTable channels{};
     std::vector<double> beyond;
     for (int round = 0; round < kCycles; ++round) {
-        beyond.push_back(TimeBeyondDriver(connection, channels) / kExchangesOfARead);
+        beyond.push_back(TimeBeyondDriver(analyser, channels) / kExchangesOfARead);
         if (beyond.back() < 0) return CannotMeasure("a value read failed");
     }
     const DriverAccount last = SimulatedD2xx::Account();
-    CloseLink(connection.link);
 
     std::printf("one value read: %zu packets and acknowledgements out, %zu packets in, in %zu pieces\n",
                 last.host_packets, last.answer_packets, last.pieces);

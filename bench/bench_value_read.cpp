@@ -12,12 +12,11 @@
 
 #include "analyser_thread.h"
 #include "figures.h"
-#include "instrument/generation2004/values.h"
-#include "instrument/instrument_connection.h"
+#include "instrument/generation2004/analyser_2004.h"
 #include "modbus_line.h"
 #include "paced_link.h"
 #include "posix_platform.h"
-#include "transport/serial_transport.h"
+#include "transport/serial_link.h"
 
 namespace {
 
@@ -74,11 +73,11 @@ void CountExchanges(ValueRead& read) {
     }
 }
 
-bool ReadValues(const InstrumentConnection& connection, ChannelTable& channels, ValueRead& read) {
+bool ReadValues(Analyser2004& analyser, ChannelTable& channels, ValueRead& read) {
     platform::posix::SerialExchanges().clear();
     const auto start           = std::chrono::steady_clock::now();
     const double cpu_start     = ThreadCpuMicro();
-    const std::uint32_t result = Nelto780GetOnlineValues2004(connection, channels);
+    const std::uint32_t result = analyser.ReadValues(channels);
     read.cycle                 = {.elapsed_ms = ElapsedMs(start), .cpu_micro = ThreadCpuMicro() - cpu_start};
     CountExchanges(read);
     return result == kDone && channels[kChannels - 1].value_type == kNumber &&
@@ -118,12 +117,12 @@ Results Measure(const simulator::Scenario& scenario, std::size_t piece) {
     const ModbusLine client(modbus_link.near_path());
     if (!analyser.IsOpen() || !server.IsOpen() || !client.IsOpen()) return {};
 
-    InstrumentConnection connection;
-    connection.communication  = kPortNumber;
-    connection.link.transport = Transport::kSerial;
-    connection.log.Start();
+    Session session(Transport::kSerial, nullptr);
+    session.log.Start();
     platform::posix::ConnectPort(kPortNumber, analyser_link.near_path());
-    if (SerialOpen(kPortNumber, connection.link.serial_port) != kSerialOk) return {};
+    session.link = SerialLink::Open(kPortNumber, nullptr);
+    if (session.link == nullptr) return {};
+    Analyser2004 opened(std::move(session));
 
     Results results;
     ChannelTable channels{};
@@ -131,13 +130,12 @@ Results Measure(const simulator::Scenario& scenario, std::size_t piece) {
         ValueRead read;
         Cycle poll;
         const std::size_t carried = analyser_link.bytes_carried();
-        if (!ReadValues(connection, channels, read) || !PollModbus(client.context(), poll)) return {};
+        if (!ReadValues(opened, channels, read) || !PollModbus(client.context(), poll)) return {};
         if (analyser_link.bytes_carried() - carried != read.bytes) return {};
         if (round == 0) continue;  // files made, code loaded
         results.reads.push_back(read);
         results.polls.push_back(poll);
     }
-    CloseLink(connection.link);
     return results;
 }
 

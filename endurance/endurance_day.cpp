@@ -25,7 +25,7 @@
 #include "core/dialog_view.h"
 #include "core/serial_output.h"
 #include "endurance_rigs.h"
-#include "instrument/instrument_connection.h"
+#include "instrument/opening.h"
 
 namespace nelto::endurance {
 namespace {
@@ -130,7 +130,7 @@ private:
                                             const char*& error) {
         EXPECT_EQ(the_run->rig_.Held(), 0U) << "left over by an earlier connection";
         the_run->rig_.Tick();
-        std::unique_ptr<Instrument> opened = OpenInstrumentConnection(communication, stop_request, error);
+        std::unique_ptr<Instrument> opened = Nelto780Open(communication, stop_request, error);
         if (opened == nullptr) return nullptr;
         ++the_run->connections;
         the_run->repeated_before_ = the_run->RepeatedBlocks();

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/memory/memory_dynamic_library.h"
 #include "platform/memory/memory_event.h"
@@ -208,6 +209,15 @@ void FakeD2xx::Deliver() {
     coming_.insert(coming_.end(), ready.begin(), ready.end());
     if (never_quiet && !queue_.empty()) platform::memory::SignalEvent(event_);
     if (!queue_.empty() || coming_.empty()) return;
+    const bool is_timed = piece_pause != 0 || signals_early;
+    if (is_timed && static_cast<std::int32_t>(World().now - piece_due_) < 0) return;
+    piece_due_ = World().now + piece_pause;
+    if (signals_early && !std::exchange(signalled_, true)) {
+        platform::memory::SignalEvent(event_);
+        piece_due_ = World().now + 20;
+        return;
+    }
+    signalled_             = false;
     const std::size_t size = std::min(piece_size, coming_.size());
     queue_.assign(coming_.begin(), coming_.begin() + static_cast<std::ptrdiff_t>(size));
     coming_.erase(coming_.begin(), coming_.begin() + static_cast<std::ptrdiff_t>(size));

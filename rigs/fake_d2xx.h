@@ -51,6 +51,8 @@ public:
     std::size_t missing_bytes = 0;         // of each FT_Read
     bool hides_queue          = false;     // FT_GetQueueStatus tells of nothing
     bool never_quiet          = false;     // signals again and again while bytes are waiting
+    std::uint32_t piece_pause = 0;         // milliseconds from each piece to the next
+    bool signals_early        = false;     // signals each piece once when it is still coming
     std::vector<std::string> calls;
     std::uint32_t baud_rate  = 0;
     std::size_t open_devices = 0;
@@ -65,8 +67,10 @@ private:
     /// Lets what the peer has ready come in, a piece at a time.
     void Deliver();
 
-    FtdiDevice* chosen_ = nullptr;  // the device that bytes go to
-    void* event_        = nullptr;
+    FtdiDevice* chosen_      = nullptr;  // the device that bytes go to
+    void* event_             = nullptr;
+    std::uint32_t piece_due_ = 0;
+    bool signalled_          = false;
     Bytes coming_;
     Bytes queue_;
 };

@@ -13,13 +13,15 @@ d2xx::Status SetEventNotification(d2xx::Device, std::uint32_t, void* event) {
 }
 
 d2xx::Status Write(d2xx::Device, void* bytes, std::uint32_t size, std::uint32_t* written) {
+    Quick().idle = false;
     Quick().peer->Take({static_cast<const std::uint8_t*>(bytes), size});
     *written = Quick().Fails(kFailShortWrite) ? size - 1 : size;
     return Quick().Fails(kFailWrite) ? 4 : d2xx::kOk;
 }
 
 d2xx::Status GetQueueStatus(d2xx::Device, std::uint32_t* queued) {
-    *queued = static_cast<std::uint32_t>(Quick().queued);
+    *queued      = static_cast<std::uint32_t>(Quick().queued);
+    Quick().idle = *queued == 0;
     return Quick().Fails(kFailQueue) ? 4 : d2xx::kOk;
 }
 
@@ -52,15 +54,18 @@ d2xx::Status SetBaudRate(d2xx::Device, std::uint32_t) { return Quick().Fails(kFa
 
 }  // namespace
 
-UsbLink QuickUsbLink() {
-    UsbLink link;
-    link.open      = true;
-    link.device    = &Quick();
-    link.functions = {.write                  = Write,
-                      .set_event_notification = SetEventNotification,
-                      .get_queue_status       = GetQueueStatus,
-                      .read                   = Read};
-    return link;
+UsbPort* OpenQuickUsbPort() {
+    Quick().find_function = FindDriverFunction;
+    ++Quick().libraries;
+    auto* const port = new UsbPort;
+    port->open       = true;
+    port->library    = platform::LibraryHandle{1};
+    port->device     = &Quick();
+    port->functions  = {.write                  = Write,
+                        .set_event_notification = SetEventNotification,
+                        .get_queue_status       = GetQueueStatus,
+                        .read                   = Read};
+    return port;
 }
 
 void* FindDriverFunction(std::string_view name) {

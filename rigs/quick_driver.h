@@ -2,12 +2,12 @@
 #pragma once
 
 #include "platform/quick/quick_platform.h"
-#include "transport/usb_link.h"
+#include "transport/usb_port.h"
 
 namespace nelto::rigs {
 
-/// An open link over the FTDI driver of the quick world.
-[[nodiscard]] UsbLink QuickUsbLink();
+/// An open port over the FTDI driver of the quick world, for NeltoUSBClose to release.
+[[nodiscard]] UsbPort* OpenQuickUsbPort();
 /// The functions of an FTDI driver with one analyser of type 2 attached, by their published names; null for any other.
 [[nodiscard]] void* FindDriverFunction(std::string_view name);
 

@@ -22,6 +22,7 @@ constexpr std::size_t kFirstRecordOffset = 9;
 constexpr std::size_t kRecordCountOffset = 11;
 constexpr std::size_t kListHeaderAnswer  = 40;
 constexpr std::size_t kCountInListHeader = 20;
+constexpr std::uint8_t kUnreadByte       = 0x11;  // taken for anything else, it shows
 
 /// The lists are numbered from 1 in the order of the view list.
 constexpr Reference ListReference(std::size_t number) {
@@ -58,9 +59,9 @@ bool ViewList(const std::vector<CheckBlock>& blocks, Message& answer) {
 }
 
 bool ListHeader(const CheckList& list, Message& answer) {
-    AppendZeros(answer, kCountInListHeader - answer.size());
+    answer.resize(kCountInListHeader, kUnreadByte);
     Append16(answer, static_cast<unsigned>(list.RecordCount()));
-    AppendZeros(answer, kListHeaderAnswer - answer.size());
+    answer.resize(kListHeaderAnswer, kUnreadByte);
     return true;
 }
 

@@ -5,13 +5,13 @@
 
 #include "core/program_state.h"
 #include "core/settings.h"
-#include "instrument/instrument_connection.h"
+#include "instrument/opening.h"
 #include "ui/main_dialog.h"
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, wchar_t* command_line, int) {
     nelto::ProgramState state;
     nelto::StartProgram(state, command_line);
     InitCommonControls();
-    nelto::ui::RunMainDialog(instance, state, nelto::OpenInstrumentConnection);
+    nelto::ui::RunMainDialog(instance, state, nelto::Nelto780Open);
     return 0;
 }

@@ -6,6 +6,7 @@
 
 #include "core/output_text.h"
 #include "core/value_text.h"
+#include "platform/byte_text.h"
 #include "platform/files.h"
 #include "platform/text_service.h"
 #include "platform/wide_text.h"
@@ -128,16 +129,6 @@ void AddLine(std::wstring& lines, std::uint32_t key, const ChannelRecord& record
     lines += L'\n';
 }
 
-std::string WithCrLf(const std::string& text) {
-    std::string lines;
-    lines.reserve(text.size() + text.size() / 8);
-    for (const char character : text) {
-        if (character == '\n') lines += '\r';
-        lines += character;
-    }
-    return lines;
-}
-
 }  // namespace
 
 std::uint32_t ExchangeKey(std::uint32_t view_ident, std::uint32_t unit) {
@@ -170,7 +161,7 @@ std::wstring ExchangeText(const ProgramState& state, const Measurement& measurem
 }
 
 void WriteExchangeFile(const ProgramState& state, const Measurement& measurement) {
-    const std::string text          = WithCrLf(platform::ToAnsi(ExchangeText(state, measurement)));
+    const std::string text          = platform::WithCrLf(platform::ToAnsi(ExchangeText(state, measurement)));
     const platform::FileHandle file = platform::OpenEmptiedFile(state.exchange_file.data());
     if (file == platform::FileHandle::kNone) return;
     const bool is_whole = platform::WriteToFile(file, text);

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "platform/byte_text.h"
 #include "platform/clock.h"
 #include "platform/files.h"
 #include "platform/text_service.h"
@@ -13,15 +14,8 @@ namespace {
 constexpr const wchar_t* kZivLogName  = L"ZIVNelto780.txt";
 constexpr const wchar_t* kBaseLogName = L"Nelto780Base.txt";
 
-/// The line in the 8-bit code page, with CR LF for every line feed in it.
-std::string LineBytes(std::wstring_view line) {
-    std::string bytes;
-    for (const char character : platform::ToAnsi(line)) {
-        if (character == '\n') bytes += '\r';
-        bytes += character;
-    }
-    return bytes + "\r\n";
-}
+/// The line in the 8-bit code page, with CR LF for every line feed in it and at its end.
+std::string LineBytes(std::wstring_view line) { return platform::WithCrLf(platform::ToAnsi(line)) + "\r\n"; }
 
 }  // namespace
 
@@ -52,14 +46,8 @@ void ZivLog(const wchar_t* text) {
 }
 
 void ZivLogBytes(const wchar_t* heading, std::span<const std::uint8_t> bytes) {
-    constexpr const wchar_t* kHexDigits = L"0123456789ABCDEF";
-    std::wstring line(heading);
-    for (const std::uint8_t byte : bytes) {
-        line += kHexDigits[byte >> 4];
-        line += kHexDigits[byte & 0x0F];
-        line += L' ';
-    }
-    ZivLog(line.c_str());
+    const std::string hex = platform::HexBytes(bytes);
+    ZivLog((heading + std::wstring(hex.begin(), hex.end())).c_str());
 }
 
 void BaseLog::Start() {

@@ -1,28 +1,64 @@
 #include "instrument/opening.h"
 
-#include <algorithm>
-#include <array>
+#include <utility>
+
+#include "instrument/generation2004/analyser_2004.h"
+#include "instrument/generation2004/analyser_710.h"
+#include "instrument/generation2010/analyser_2010.h"
+#include "instrument/opening_serial.h"
+#include "instrument/opening_steps.h"
+#include "instrument/opening_usb.h"
+#include "transport/irda_link.h"
 
 namespace nelto {
 namespace {
 
-constexpr std::array kOpenings = {
-    TransportOpening{.transport = Transport::kIrda, .open = OpenOverIrda, .identify = IdentifyOverIrda},
-    TransportOpening{.transport = Transport::kUsb, .open = OpenOverUsb, .identify = IdentifyOverUsb},
-    TransportOpening{.transport = Transport::kSerial, .open = OpenOverSerial, .identify = IdentifyOverSerial},
-};
+bool OpenOverIrda(Opening& opening) {
+    IrdaOpenResult result = kIrdaOpenOk;
+    opening.session.link  = IrdaLink::Open(opening.session.stop_request, result);
+    if (opening.session.link == nullptr) {
+        opening.session.log.WriteF(L"Instrument opening via IRDA failed, Error code %u", std::uint32_t{result});
+        opening.error = "open analyzer connection via IrDA failed";
+        return false;
+    }
+    opening.session.log.Write(L"Instrument opened via IrDA");
+    return true;
+}
+
+/// Infrared reaches the 780 of firmware 2004 alone, so it is never asked: the kind stays 780 and the sub type 0.
+bool IdentifyOverIrda(Opening&) { return true; }
+
+OpeningWay WayOver(Transport transport) {
+    switch (transport) {
+        case Transport::kUsb: return {OpenOverUsb, IdentifyOverUsb};
+        case Transport::kIrda: return {OpenOverIrda, IdentifyOverIrda};
+        default: return {OpenOverSerial, IdentifyOverSerial};
+    }
+}
+
+std::unique_ptr<Analyser> MakeAnalyser(Session session, std::uint32_t kind) {
+    if (kind == kKind780) return std::make_unique<Analyser2004>(std::move(session));
+    if (kind == kKind710) return std::make_unique<Analyser710>(std::move(session));
+    return std::make_unique<Analyser2010>(std::move(session), kind);
+}
 
 }  // namespace
 
-const TransportOpening* OpeningFor(Transport transport) {
-    const auto row = std::ranges::find(kOpenings, transport, &TransportOpening::transport);
-    return row == kOpenings.end() ? nullptr : &*row;
-}
+std::unique_ptr<Instrument> Nelto780Open(std::uint32_t communication, const std::atomic<std::uint32_t>& stop_request,
+                                         const char*& error) {
+    Opening opening(communication, &stop_request);
+    opening.session.log.Start();
+    opening.session.log.Write(L"Nelto780Open");
 
-bool OpeningFailed(const InstrumentConnection& connection, const char*& error, const wchar_t* text, const char* why) {
-    connection.log.Write(text);
-    error = why;
-    return false;
+    const OpeningWay way     = WayOver(opening.session.transport);
+    const bool is_open       = way.open(opening);
+    const bool is_identified = is_open && way.identify(opening);
+    error                    = opening.error;
+    if (!is_open) return nullptr;
+    std::unique_ptr<Analyser> analyser = MakeAnalyser(std::move(opening.session), opening.kind);
+    if (is_identified && analyser->Prepare(error)) return analyser;
+    analyser->Close();
+    return nullptr;
 }
 
 }  // namespace nelto

@@ -1,7 +1,8 @@
+#include "instrument/opening_emusb.h"
+
 #include <array>
 
 #include "instrument/generation2010/device_call.h"
-#include "instrument/opening.h"
 
 namespace nelto {
 namespace {
@@ -56,64 +57,64 @@ std::uint32_t DeviceCount(std::uint32_t product) {
     return count.value;
 }
 
-bool Failed(const InstrumentConnection& connection, const char*& error, const StepFailure& failure) {
-    if (failure.log_line != nullptr) connection.log.Write(failure.log_line);
-    error = failure.last_error;
+bool Failed(Opening& opening, const StepFailure& failure) {
+    if (failure.log_line != nullptr) opening.session.log.Write(failure.log_line);
+    opening.error = failure.last_error;
     return false;
 }
 
 /// Opens the one device of the product that was counted last.
-bool OpenCountedDevice(InstrumentConnection& connection, const char*& error, const OpenFailures& failures) {
+bool OpenCountedDevice(Opening& opening, const OpenFailures& failures) {
     LibraryText<kUsbSerialCapacity> serial_number{};  // handed on as it came
     if (CallLibrary(library::kGetUsbSerialNumber, kFirstDevice, serial_number.data(), kUsbSerialCapacity) != 0) {
-        return Failed(connection, error, failures.serial_number);
+        return Failed(opening, failures.serial_number);
     }
     RoomyNumber2010<library::Handle> device;
     if (CallLibrary(library::kOpenBySerialNumber, serial_number.data(), &device) != 0) {
-        return Failed(connection, error, failures.open);
+        return Failed(opening, failures.open);
     }
-    connection.library_handle = device.value;
+    opening.session.library_handle = device.value;
     return true;
 }
 
-bool Open780(InstrumentConnection& connection, const char*& error, std::uint32_t product) {
-    connection.log.Write(L"Instrument nelto 780 (2010): Try to open via USB");
-    connection.kind = kKind781;
+bool Open780(Opening& opening, std::uint32_t product) {
+    opening.session.log.Write(L"Instrument nelto 780 (2010): Try to open via USB");
+    opening.kind = kKind781;
     CallLibrary(library::kStartLogging, kOn);
     DeviceCount(product);  // the serial number is that of the product counted last
-    if (!OpenCountedDevice(connection, error, kFailuresOf780)) return false;
-    connection.log.Write(L"Instrument nelto 780 (2010) opened (via USB)");
+    if (!OpenCountedDevice(opening, kFailuresOf780)) return false;
+    opening.session.log.Write(L"Instrument nelto 780 (2010) opened (via USB)");
     return true;
 }
 
-bool FindProduct(InstrumentConnection& connection) {
+bool FindProduct(Opening& opening) {
     for (const ProductRow& row : kProducts) {
         if (DeviceCount(row.product) != 1) continue;
-        connection.log.Write(row.log_line);
-        connection.kind = row.kind;
+        opening.session.log.Write(row.log_line);
+        opening.kind = row.kind;
         return true;
     }
     return false;
 }
 
-bool OpenProduct(InstrumentConnection& connection, const char*& error) {
+bool OpenProduct(Opening& opening) {
     CallLibrary(library::kStartLogging, kOn);
-    if (!OpenCountedDevice(connection, error, kFailures)) return false;
+    if (!OpenCountedDevice(opening, kFailures)) return false;
     RoomyNumber2010<std::uint32_t> ident;
-    CallDevice(connection, library::kGetIdent, &ident);
-    connection.log.WriteF(L"nelto 745 or nelto 760 with ident %u opened via USB", ident.value);
-    if (ident.value == kIdent745Basic) connection.kind = kKind746;
+    CallDevice(opening.session, library::kGetIdent, &ident);
+    opening.session.log.WriteF(L"nelto 745 or nelto 760 with ident %u opened via USB", ident.value);
+    if (ident.value == kIdent745Basic) opening.kind = kKind746;
     return true;
 }
 
 }  // namespace
 
-bool OpenOverEmUsb(InstrumentConnection& connection, const char*& error) {
+bool OpenOverEmUsb(Opening& opening) {
     const std::array<std::uint64_t, 2> counts = {DeviceCount(kProductsOf780[0]), DeviceCount(kProductsOf780[1])};
-    if (counts[0] + counts[1] == 1) return Open780(connection, error, kProductsOf780[counts[0] != 0 ? 0 : 1]);
-    if (FindProduct(connection)) return OpenProduct(connection, error);
-    return OpeningFailed(connection, error, L"no nelto fluegas instrument (nelto 745/780) found at USB",
-                         "no supported nelto analyzer found at USB");
+    if (counts[0] + counts[1] == 1) return Open780(opening, kProductsOf780[counts[0] != 0 ? 0 : 1]);
+    if (FindProduct(opening)) return OpenProduct(opening);
+    return opening.Failed(L"no nelto fluegas instrument (nelto 745/780) found at USB",
+                          "no supported nelto analyzer found at USB");
 }
 
 }  // namespace nelto

@@ -1,16 +1,17 @@
+#include "instrument/opening_serial.h"
+
 #include <algorithm>
 #include <array>
-#include <cstdint>
 #include <span>
 #include <string_view>
+#include <utility>
 
-#include "instrument/dispatch.h"
 #include "instrument/generation2004/commands.h"
-#include "instrument/opening.h"
+#include "instrument/generation2010/library_functions.h"
 #include "platform/clock.h"
 #include "platform/text_service.h"
 #include "platform/wide_text.h"
-#include "transport/serial_transport.h"
+#include "transport/serial_link.h"
 
 namespace nelto {
 namespace {
@@ -57,59 +58,78 @@ bool Matches(const CodeRow& row, std::span<const std::uint8_t> answer) {
 }
 
 template <typename Row, std::size_t Count>
-bool FindKind(const std::array<Row, Count>& rows, std::span<const std::uint8_t> answer,
-              InstrumentConnection& connection) {
+bool FindKind(const std::array<Row, Count>& rows, std::span<const std::uint8_t> answer, Opening& opening) {
     const auto row = std::ranges::find_if(rows, [answer](const Row& candidate) { return Matches(candidate, answer); });
     if (row == rows.end()) return false;
-    connection.kind = row->kind;
-    connection.log.Write(row->log_line);
+    opening.kind = row->kind;
+    opening.session.log.Write(row->log_line);
     return true;
 }
 
-void Settle(const InstrumentConnection& connection) {
-    for (int pass = 0; pass < kSettlePasses && !connection.StopRequested(); ++pass) {
+void Settle(const Session& session) {
+    for (int pass = 0; pass < kSettlePasses && !session.StopRequested(); ++pass) {
         platform::SleepMilliseconds(kSettlePassLength);
     }
 }
 
-}  // namespace
-
-bool OpenOverSerial(InstrumentConnection& connection, const char*& error) {
-    const std::uint32_t result = SerialOpen(connection.communication, connection.link.serial_port);
+void SayReturnCode(std::uint32_t result) {
     std::array<wchar_t, 48> text{};
     platform::FormatText(text, L"NeltoRS232 return code: %u", result);
     platform::DebugOutput(text.data());
-    Settle(connection);
-    if (result != 0) {
-        connection.log.WriteF(L"Instrument opening via Bluetooth failed, Error code %u", result);
-        error = "open analyzer connection via Bluetooth SPP failed";
+}
+
+void SwitchToPipe(Session& session, platform::SerialHandle port) {
+    constexpr std::uint32_t kOn = 1;
+
+    CallLibrary(library::kStartLogging, kOn);
+    RoomyNumber2010<library::Handle> pipe;
+    const std::uint32_t error = CallLibrary(library::kOpenBluetoothFromPipe, static_cast<library::Handle>(port), &pipe);
+    if (error != 0) session.Failed(L"NELTORS232_OpenBluetoothFromPipe: Error code %d", error);
+    // A port that the pipe works on is the library's: it stays open here, also when the connection is closed.
+    if (pipe.value == 0) platform::CloseSerialPort(port);
+    session.library_handle = pipe.value;
+}
+
+}  // namespace
+
+bool OpenOverSerial(Opening& opening) {
+    auto link                  = SerialLink::Open(opening.communication, opening.session.stop_request);
+    const std::uint32_t result = link == nullptr ? kSerialOpenFailed : kSerialOk;
+    SayReturnCode(result);
+    Settle(opening.session);
+    if (link == nullptr) {
+        opening.session.log.WriteF(L"Instrument opening via Bluetooth failed, Error code %u", result);
+        opening.error = "open analyzer connection via Bluetooth SPP failed";
         return false;
     }
-    connection.log.Write(L"Instrument opened via Bluetooth");
+    opening.session.link = std::move(link);
+    opening.session.log.Write(L"Instrument opened via Bluetooth");
     return true;
 }
 
-bool IdentifyOverSerial(InstrumentConnection& connection, const char*& error) {
-    if (connection.StopRequested()) return false;
+bool IdentifyOverSerial(Opening& opening) {
+    Session& session = opening.session;
+    if (session.StopRequested()) return false;
     DirectAnswer answer;
-    std::size_t received        = 0;
-    const std::uint32_t failure = LinkTransceive(connection.link, kGetIdent, answer, received, kGetIdentTimeoutSerial);
-    if (failure != 0) {
-        connection.log.WriteF(L"GET_IDENT [Bluetooth] failed, Error code %u", failure);
-        error = "GET_IDENT [Bluetooth] failed";
-        return false;
+    std::size_t received    = 0;
+    const LinkStatus status = session.link->Transceive(kGetIdent, answer, received, kGetIdentTimeoutSerial);
+    if (status != LinkStatus::kOk) {
+        std::array<wchar_t, 64> line{};
+        platform::FormatText(line, L"GET_IDENT [Bluetooth] failed, Error code %u",
+                             std::uint32_t{SerialResultOf(status)});
+        return opening.Failed(line.data(), "GET_IDENT [Bluetooth] failed");
     }
-    connection.log.Write(L"GET_IDENT [Bluetooth] OK");
-    connection.log.WriteF(L"RS232 dwReceived %u number of Byte", static_cast<unsigned>(received));
+    session.log.Write(L"GET_IDENT [Bluetooth] OK");
+    session.log.WriteF(L"RS232 dwReceived %u number of Byte", static_cast<unsigned>(received));
 
     const std::span<const std::uint8_t> ident = std::span(answer).first(received);
-    if (FindKind(kModels, ident, connection)) return true;
-    if (FindKind(kCodes, ident, connection)) {
-        SwitchToPipe(connection);
+    if (FindKind(kModels, ident, opening)) return true;
+    if (FindKind(kCodes, ident, opening)) {
+        SwitchToPipe(session, static_cast<SerialLink&>(*session.link).Release());
+        session.link.reset();
         return true;
     }
-    return OpeningFailed(connection, error, L"GET_IDENT [Bluetooth] failed: wrong ident",
-                         "GET_IDENT [Bluetooth] failed: wrong ident");
+    return opening.Failed(L"GET_IDENT [Bluetooth] failed: wrong ident", "GET_IDENT [Bluetooth] failed: wrong ident");
 }
 
 }  // namespace nelto

@@ -1,17 +1,19 @@
+#include "instrument/opening_usb.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string_view>
 
 #include "instrument/generation2004/commands.h"
-#include "instrument/opening.h"
+#include "instrument/opening_emusb.h"
 #include "transport/usb_link.h"
 
 namespace nelto {
 namespace {
 
-constexpr std::uint32_t kAnySerialNumber            = 0;
 constexpr std::array<std::uint32_t, 2> kDeviceTypes = {2, 16};  // in the order in which they are tried
 
 constexpr std::size_t kIdentAnswerLength          = 9;
@@ -23,35 +25,36 @@ bool IsModel2004(std::span<const std::uint8_t> answer) {
         kModels, [answer](std::string_view model) { return std::ranges::equal(answer.subspan(4, 4), model); });
 }
 
-/// True when one of the device types is attached and opens.
-bool OpenFirstDevice(UsbLink*& link) {
-    return std::ranges::any_of(
-        kDeviceTypes, [&link](std::uint32_t type) { return NeltoUSBOpen(type, kAnySerialNumber, link) == kUsbOk; });
+/// The first device of the types that is attached and opens.
+std::unique_ptr<Link> OpenFirstDevice(StopRequest stop_request) {
+    for (const std::uint32_t type : kDeviceTypes) {
+        if (auto link = UsbLink::Open(type, stop_request)) return link;
+    }
+    return nullptr;
 }
 
 }  // namespace
 
-bool OpenOverUsb(InstrumentConnection& connection, const char*& error) {
-    if (!OpenFirstDevice(connection.link.usb_link)) return OpenOverEmUsb(connection, error);
-    connection.kind = kKind780;
-    connection.log.Write(L"Instrument nelto 780 (2004)/nelto 790 opened (via USB)");
+bool OpenOverUsb(Opening& opening) {
+    opening.session.link = OpenFirstDevice(opening.session.stop_request);
+    if (opening.session.link == nullptr) return OpenOverEmUsb(opening);
+    opening.session.log.Write(L"Instrument nelto 780 (2004)/nelto 790 opened (via USB)");
     return true;
 }
 
-/// What the maker's library has opened is known by its product number already.
-bool IdentifyOverUsb(InstrumentConnection& connection, const char*& error) {
-    if (connection.kind != kKind780) return true;
+bool IdentifyOverUsb(Opening& opening) {
+    if (opening.session.link == nullptr) return true;
     DirectAnswer answer;
     std::size_t received = 0;
-    if (LinkTransceive(connection.link, kGetIdent, answer, received, kGetIdentTimeoutUsb) != kUsbOk) {
-        return OpeningFailed(connection, error, L"GET_IDENT [nelto 780 2004] failed: instrument is switched off",
-                             "GET_IDENT [nelto 780 2004] failed: instrument is switched off");
+    if (opening.session.link->Transceive(kGetIdent, answer, received, kGetIdentTimeoutUsb) != LinkStatus::kOk) {
+        return opening.Failed(L"GET_IDENT [nelto 780 2004] failed: instrument is switched off",
+                              "GET_IDENT [nelto 780 2004] failed: instrument is switched off");
     }
     if (!IsModel2004(std::span(answer).first(received))) {
-        return OpeningFailed(connection, error, L"GET_IDENT [nelto 780 2004] failed: wrong ident",
-                             "GET_IDENT [nelto 780 2004] failed: wrong ident");
+        return opening.Failed(L"GET_IDENT [nelto 780 2004] failed: wrong ident",
+                              "GET_IDENT [nelto 780 2004] failed: wrong ident");
     }
-    connection.log.Write(L"GET_IDENT [nelto 780 2004] OK");
+    opening.session.log.Write(L"GET_IDENT [nelto 780 2004] OK");
     return true;
 }
 

@@ -40,6 +40,10 @@ void EndIrdaSockets();
 [[nodiscard]] std::ptrdiff_t SendIrda(IrdaSocket socket, std::span<const std::uint8_t> bytes);
 [[nodiscard]] std::ptrdiff_t ReceiveIrda(IrdaSocket socket, std::span<std::uint8_t> bytes);
 
+/// Waits at most `milliseconds` for something to receive. True when a receive call would return at once, with bytes, the end or a
+/// failure, and also where that cannot be told.
+[[nodiscard]] bool WaitForIrda(IrdaSocket socket, std::uint32_t milliseconds);
+
 /// Bytes that a receive call would give at once; 0 also when that cannot be told.
 [[nodiscard]] std::size_t QueuedIrda(IrdaSocket socket);
 

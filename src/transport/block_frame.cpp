@@ -29,20 +29,6 @@ constexpr ChecksumTables MakeChecksumTables() {
 
 constexpr ChecksumTables kChecksumTables = MakeChecksumTables();
 
-/// True for a block that is, byte for byte, the one before; that one is kept for the next look.
-bool IsRepetition(std::span<const std::uint8_t> frame, ReplyBuffer& reply) {
-    if (std::ranges::equal(frame, std::span(reply.last_block).first(reply.last_block_size))) return true;
-    reply.last_block_size = std::min(frame.size(), reply.last_block.size());
-    std::copy_n(frame.begin(), reply.last_block_size, reply.last_block.begin());
-    return false;
-}
-
-/// Result of a block that is good and not the last one; `useful` when it brought something.
-ReplyStatus More(bool useful, ReplyBuffer& reply) {
-    if (!useful && ++reply.useless_blocks > kMaxUselessBlocks) return ReplyStatus::kEndless;
-    return IsRequested(reply.stop_request) ? ReplyStatus::kStopped : ReplyStatus::kMore;
-}
-
 constexpr std::uint16_t BigEndian16(std::span<const std::uint8_t> bytes, std::size_t offset) {
     return static_cast<std::uint16_t>((bytes[offset] << 8) | bytes[offset + 1]);
 }
@@ -86,25 +72,6 @@ BlockFault ParseBlock(std::span<const std::uint8_t> frame, Block& block) {
     if (BlockChecksum(frame) != 0) return BlockFault::kBadChecksum;
     block.payload = frame.subspan(kBlockHeaderSize, frame[5]);
     return BlockFault::kNone;
-}
-
-ReplyStatus AppendReplyBlock(std::span<const std::uint8_t> frame, ReplyBuffer& reply) {
-    Block block;
-    switch (ParseBlock(frame, block)) {
-        case BlockFault::kNone: break;
-        case BlockFault::kTooShort: return ReplyStatus::kTooShort;
-        case BlockFault::kWrongLength: return ReplyStatus::kWrongLength;
-        case BlockFault::kBadIndex: return ReplyStatus::kBadIndex;
-        case BlockFault::kBadChecksum: return ReplyStatus::kBadChecksum;
-    }
-    // Deliberately skipped: an analyser that has not heard the acknowledgement sends the block once more.
-    if (reply.skip_repetitions && block.count > 1 && IsRepetition(frame, reply)) return More(false, reply);
-    const std::size_t taken = std::min(block.payload.size(), reply.storage.size() - reply.length);
-    std::copy_n(block.payload.begin(), taken, reply.storage.begin() + static_cast<std::ptrdiff_t>(reply.length));
-    reply.length += taken;
-    if (taken < block.payload.size()) return ReplyStatus::kTooLong;
-    if (block.index == block.count - 1) return ReplyStatus::kComplete;
-    return More(!block.payload.empty(), reply);
 }
 
 }  // namespace nelto

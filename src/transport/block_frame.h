@@ -10,7 +10,6 @@
 #pragma once
 
 #include <array>
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -61,50 +60,5 @@ enum class BlockFault : std::uint8_t { kNone, kTooShort, kWrongLength, kBadIndex
 [[nodiscard]] constexpr bool IsWholeBlock(std::span<const std::uint8_t> received) {
     return received.size() >= kBlockHeaderSize && received[5] + kBlockOverhead == received.size();
 }
-
-/// Set by whoever wants to end: a reply of many blocks is given up between two of them. Null where nobody does.
-using StopRequest = const std::atomic<std::uint32_t>*;
-
-[[nodiscard]] inline bool IsRequested(StopRequest stop_request) {
-    return stop_request != nullptr && *stop_request != 0;
-}
-
-/// What a link knows of answers that miss their time-out, for conversations whose answers look alike.
-struct LateReplies {
-    bool owed = false;  // the last message got no whole answer in time: it may still come
-    bool seen = false;  // something came for a message that had ended; cleared by who wants to know
-};
-
-/// Blocks without anything new, empty or repeated, that a reply may hold before it is given up; the others fill its buffer, so
-/// that every reply ends.
-constexpr std::size_t kMaxUselessBlocks = 64;
-
-/// A reply message under assembly in the caller's buffer.
-struct ReplyBuffer {
-    std::span<std::uint8_t> storage;
-    StopRequest stop_request   = nullptr;
-    bool skip_repetitions      = false;  // of the block before, byte for byte
-    std::size_t length         = 0;
-    std::size_t useless_blocks = 0;
-    std::array<std::uint8_t, kMaxBlockSize> last_block{};
-    std::size_t last_block_size = 0;
-};
-
-enum class ReplyStatus : std::uint8_t {
-    kMore,
-    kComplete,
-    kTooShort,
-    kWrongLength,
-    kBadIndex,
-    kBadChecksum,
-    kTooLong,
-    kEndless,  // more useless blocks than any analyser sends
-    kStopped,
-};
-
-/// Takes the next block of a reply: checks it and appends its payload. kMore asks for an acknowledgement and the next
-/// block. Block indexes are deliberately not checked for sequence, only against the count, as analysers in the field do; an
-/// exact repetition of the block before is another matter, since taking it would move everything behind it.
-[[nodiscard]] ReplyStatus AppendReplyBlock(std::span<const std::uint8_t> frame, ReplyBuffer& reply);
 
 }  // namespace nelto

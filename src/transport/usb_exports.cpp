@@ -4,7 +4,7 @@
 
 #include <span>
 
-#include "transport/usb_link.h"
+#include "transport/usb_port.h"
 
 namespace {
 
@@ -41,7 +41,7 @@ void Report(std::uint32_t* out, std::size_t value) {
     if (out != nullptr) *out = static_cast<std::uint32_t>(value);
 }
 
-nelto::UsbLink* LinkOf(NeltoUSBHandle handle) { return reinterpret_cast<nelto::UsbLink*>(handle); }
+nelto::UsbPort* LinkOf(NeltoUSBHandle handle) { return reinterpret_cast<nelto::UsbPort*>(handle); }
 
 }  // namespace
 
@@ -56,7 +56,7 @@ std::uint32_t NeltoUSBGetDevices(std::uint32_t device_type, std::uint32_t* seria
 
 std::uint32_t NeltoUSBOpen(std::uint32_t device_type, std::uint32_t serial_number, NeltoUSBHandle* handle) {
     if (handle == nullptr) return nelto::kUsbNoHandle;
-    nelto::UsbLink* link       = nullptr;
+    nelto::UsbPort* link       = nullptr;
     const std::uint32_t result = nelto::NeltoUSBOpen(device_type, serial_number, link);
     *handle                    = reinterpret_cast<NeltoUSBHandle>(link);
     return result;

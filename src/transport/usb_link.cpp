@@ -1,148 +1,57 @@
 #include "transport/usb_link.h"
 
-#include <memory>
+#include <array>
 #include <utility>
 
-#include "platform/text_service.h"
+#include "transport/usb_exchange.h"
 
 namespace nelto {
 namespace {
 
-constexpr std::uint32_t kFirstTimeout       = 250;  // milliseconds
-constexpr std::uint32_t kSlowDeviceType     = 9;
-constexpr std::uint32_t kSlowDeviceBaudRate = 57600;
-constexpr std::uint32_t kDeviceBaudRate     = 921600;
-
-/// The loaded library while devices are looked for.
-struct Search {
-    d2xx::Library library;
-    d2xx::Identification identification = d2xx::Identification::kEeprom;
-    d2xx::DeviceFunctions functions;
-};
-
-bool Load(d2xx::Purpose purpose, Search& search) {
-    return d2xx::Load(purpose, search.library, search.identification, search.functions);
-}
-
-/// What every device passes through. Returns 0, or why the device cannot be looked at.
-std::uint32_t LookAt(const Search& search, std::uint32_t index, UsbCandidate& candidate, UsbDeviceIdentity& identity) {
-    const std::uint32_t opened = candidate.Open(index);
-    return opened == kUsbOk ? candidate.Identify(search.identification, identity) : opened;
-}
-
-/// The old way skips analysers without a serial number, the new way lists them as 0; on purpose.
-bool IsListed(const Search& search, const UsbDeviceIdentity& identity, std::uint32_t device_type) {
-    if (!IsAnalyser(identity, device_type)) return false;
-    return search.identification == d2xx::Identification::kDeviceInfo || identity.serial_number != 0;
-}
-
-/// The new way takes the first analyser of the type, whatever its serial number; on purpose.
-bool IsWanted(const Search& search, const UsbDeviceIdentity& identity, std::uint32_t device_type,
-              std::uint32_t serial_number) {
-    if (!IsAnalyser(identity, device_type)) return false;
-    return search.identification == d2xx::Identification::kDeviceInfo || serial_number == 0 ||
-           serial_number == identity.serial_number;
-}
-
-/// The open procedure does not tell its failures apart as the listing does, on purpose.
-std::uint32_t PlainResult(std::uint32_t failure) {
-    return failure == kUsbNotAvailable ? kUsbNotAvailable : kUsbDriverFailed;
-}
-
-/// Leaves the first wanted device open in `device`.
-std::uint32_t FindDevice(const Search& search, std::uint32_t device_type, std::uint32_t serial_number,
-                         d2xx::Device& device) {
-    std::uint32_t attached = 0;
-    if (CountUsbDevices(search.functions, attached) != kUsbOk) return kUsbDriverFailed;
-    for (std::uint32_t index = 0; index < attached; ++index) {
-        UsbCandidate candidate(search.functions);
-        UsbDeviceIdentity identity;
-        const std::uint32_t failure = LookAt(search, index, candidate, identity);
-        if (failure != kUsbOk) return PlainResult(failure);
-        if (!IsWanted(search, identity, device_type, serial_number)) continue;
-        device = candidate.Release();
-        return kUsbOk;
-    }
-    return kUsbNoDevice;
-}
-
-/// Makes the open device ready for messages.
-std::uint32_t SetUp(const Search& search, std::uint32_t device_type, UsbLink& link) {
-    link.timeout_ms           = kFirstTimeout;
-    link.packet_payload_limit = kUsbPayloadLimit;
-    if (!d2xx::FindLinkFunctions(search.library.Handle(), link.functions)) return kUsbNotAvailable;
-    const std::uint32_t baud_rate = device_type == kSlowDeviceType ? kSlowDeviceBaudRate : kDeviceBaudRate;
-    return search.functions.set_baud_rate(link.device, baud_rate) == d2xx::kOk ? kUsbOk : kUsbDriverFailed;
-}
-
-std::uint32_t RunOpenProcedure(std::uint32_t device_type, std::uint32_t serial_number, UsbLink& link) {
-    link.open = true;
-    Search search;
-    if (!Load(d2xx::Purpose::kOpen, search)) return kUsbNotAvailable;
-    std::uint32_t result = FindDevice(search, device_type, serial_number, link.device);
-    if (result != kUsbOk) return result;
-    result = SetUp(search, device_type, link);
-    if (result != kUsbOk) {
-        static_cast<void>(search.functions.close(link.device));
-        return result;
-    }
-    link.library = search.library.Release();  // unloaded by the close procedure
-    return kUsbOk;
-}
-
-std::uint32_t RunCloseProcedure(UsbLink& link) {
-    const d2xx::Library library(std::exchange(link.library, platform::LibraryHandle::kNone));
-    const d2xx::Close close = d2xx::FindClose(library.Handle());
-    if (close == nullptr) return kUsbNotAvailable;
-    return close(link.device) == d2xx::kOk ? kUsbOk : kUsbDriverFailed;
-}
+constexpr std::uint32_t kAnySerialNumber = 0;
+constexpr int kMostLateReads             = 4096;  // a device that never stops sending is left to the exchange's own end
 
 }  // namespace
 
-std::uint32_t NeltoUSBGetDevices(std::uint32_t device_type, std::span<std::uint32_t> serials, std::uint32_t& count) {
-    count = 0;
-    if (!IsUsbDeviceType(device_type)) return kUsbWrongDeviceType;
-    Search search;
-    if (!Load(d2xx::Purpose::kList, search)) return kUsbNotAvailable;
-    std::uint32_t attached      = 0;
-    const std::uint32_t counted = CountUsbDevices(search.functions, attached);
-    if (counted != kUsbOk) return counted;
-
-    std::uint32_t stored = 0;
-    for (std::uint32_t index = 0; index < attached; ++index) {
-        UsbCandidate candidate(search.functions);
-        UsbDeviceIdentity identity;
-        const std::uint32_t failure = LookAt(search, index, candidate, identity);
-        if (failure != kUsbOk) return failure;
-        if (stored < serials.size() && IsListed(search, identity, device_type)) {
-            serials[stored++] = identity.serial_number;
-        }
-    }
-    count = stored;
-    return kUsbOk;
+std::unique_ptr<UsbLink> UsbLink::Open(std::uint32_t device_type, StopRequest stop_request) {
+    UsbPort* port = nullptr;
+    if (NeltoUSBOpen(device_type, kAnySerialNumber, port) != kUsbOk) return nullptr;
+    return std::make_unique<UsbLink>(port, stop_request);
 }
 
-std::uint32_t NeltoUSBOpen(std::uint32_t device_type, std::uint32_t serial_number, UsbLink*& handle) {
-    handle = nullptr;
-    if (!IsUsbDeviceType(device_type)) return kUsbWrongDeviceType;
-    auto link                  = std::make_unique<UsbLink>();
-    const std::uint32_t result = RunOpenProcedure(device_type, serial_number, *link);
-    if (result != kUsbOk) return result;
-    handle = link.release();
-    platform::DebugOutput(L"NeltoUSBOpen finished without error");
-    return kUsbOk;
+LinkStatus UsbLink::Transceive(std::span<const std::uint8_t> request, std::span<std::uint8_t> reply,
+                               std::size_t& received, std::uint32_t timeout_ms) {
+    received = 0;
+    if (port_ == nullptr) return LinkStatus::kNotOpen;
+    port_->timeout_ms = timeout_ms;
+    DropLateBytes();
+
+    StopPatience patience(stop_request_, kBlockStopPatience);
+    UsbLine line(*port_, &patience);
+    ReplyBuffer assembly{.storage = reply, .skip_repetitions = true};
+    const LinkStatus status =
+        UsbStatusOf(ConverseInBlocks(line, port_->packet_payload_limit, patience, request, assembly));
+    late_bytes_possible_ =
+        status == LinkStatus::kTimeOut || status == LinkStatus::kDriverFailed || status == LinkStatus::kStopped;
+    if (status == LinkStatus::kOk) received = assembly.length;
+    return status;
 }
 
-std::uint32_t NeltoUSBClose(UsbLink* handle) {
-    if (handle == nullptr) return kUsbNoHandle;
-    const std::unique_ptr<UsbLink> link(handle);
-    return link->open ? RunCloseProcedure(*link) : std::uint32_t{kUsbNotAvailable};
+/// The driver is asked only when there may be something: after a time-out or a failed call.
+void UsbLink::DropLateBytes() {
+    if (!std::exchange(late_bytes_possible_, false)) return;
+    std::array<std::uint8_t, kUsbAnswerSize> late;
+    for (int round = 0; round < kMostLateReads && ReadQueuedUsb(*port_, late) > 0; ++round) {}
 }
 
-std::uint32_t NeltoUSBSetTimeout(UsbLink* handle, std::uint32_t timeout_ms) {
-    if (handle == nullptr) return kUsbNoHandle;
-    handle->timeout_ms = timeout_ms;
-    return kUsbOk;
+bool UsbLink::WaitForSilence(std::uint32_t silence_ms) {
+    if (port_ == nullptr) return false;
+    return ListenUntilSilent(silence_ms, stop_request_, [this] {
+        std::array<std::uint8_t, kUsbAnswerSize> late;
+        return ReadQueuedUsb(*port_, late);
+    });
 }
+
+void UsbLink::Close() { NeltoUSBClose(std::exchange(port_, nullptr)); }
 
 }  // namespace nelto

@@ -6,7 +6,7 @@
 #include <atomic>
 
 #include "fuzz.h"
-#include "transport/block_frame.h"
+#include "transport/block_conversation.h"
 
 namespace {
 
@@ -31,21 +31,21 @@ std::uint16_t SlowChecksum(ByteSpan bytes) {
     return static_cast<std::uint16_t>(crc);
 }
 
-ReplyStatus SlowFault(ByteSpan frame) {
-    if (frame.size() < 8) return ReplyStatus::kTooShort;
-    if (frame.size() != frame[5] + 8u) return ReplyStatus::kWrongLength;
-    if (frame[1] * 256 + frame[2] >= frame[3] * 256 + frame[4]) return ReplyStatus::kBadIndex;
-    return SlowChecksum(frame) == 0 ? ReplyStatus::kMore : ReplyStatus::kBadChecksum;
+BlockEnd SlowFault(ByteSpan frame) {
+    if (frame.size() < 8) return BlockEnd::kTooShort;
+    if (frame.size() != frame[5] + 8u) return BlockEnd::kWrongLength;
+    if (frame[1] * 256 + frame[2] >= frame[3] * 256 + frame[4]) return BlockEnd::kBadIndex;
+    return SlowChecksum(frame) == 0 ? BlockEnd::kMore : BlockEnd::kBadChecksum;
 }
 
 /// One block into `reply`; false when the reply has ended.
-bool Append(ByteSpan frame, ReplyBuffer& reply, bool stops) {
+bool Append(ByteSpan frame, ReplyBuffer& reply) {
     const std::size_t before         = reply.length;
     const std::size_t useless_before = reply.useless_blocks;
-    const ReplyStatus status         = AppendReplyBlock(frame, reply);
+    const BlockEnd status            = AppendReplyBlock(frame, reply);
     Require(reply.length <= reply.storage.size());
-    const ReplyStatus fault = SlowFault(frame);
-    if (fault != ReplyStatus::kMore) {
+    const BlockEnd fault = SlowFault(frame);
+    if (fault != BlockEnd::kMore) {
         Require(status == fault && reply.length == before);
         return false;
     }
@@ -59,24 +59,22 @@ bool Append(ByteSpan frame, ReplyBuffer& reply, bool stops) {
     std::copy_n(payload.begin(), taken, expected.begin() + static_cast<std::ptrdiff_t>(before));
     Require(reply.length == before + taken);
     Require(std::memcmp(storage.data(), expected.data(), reply.length) == 0);
-    if (taken < payload.size()) return Require(status == ReplyStatus::kTooLong), false;
-    if (!is_repeated && index + 1 == count) return Require(status == ReplyStatus::kComplete), false;
-    if (payload.empty() && useless_before == kMaxUselessBlocks) return Require(status == ReplyStatus::kEndless), false;
-    Require(status == (stops ? ReplyStatus::kStopped : ReplyStatus::kMore));
-    return !stops;
+    if (taken < payload.size()) return Require(status == BlockEnd::kTooLong), false;
+    if (!is_repeated && index + 1 == count) return Require(status == BlockEnd::kComplete), false;
+    if (payload.empty() && useless_before == kMaxUselessBlocks) return Require(status == BlockEnd::kEndless), false;
+    Require(status == BlockEnd::kMore);
+    return true;
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     test::Input input(data, size);
-    const std::size_t capacity            = input.Byte();
-    const std::uint8_t choice             = input.Byte();
-    const std::atomic<std::uint32_t> stop = choice & 1u;
-    const auto behind                     = storage.begin() + static_cast<std::ptrdiff_t>(capacity);
+    const std::size_t capacity = input.Byte();
+    const std::uint8_t choice  = input.Byte();
+    const auto behind          = storage.begin() + static_cast<std::ptrdiff_t>(capacity);
     std::fill_n(behind, 8, kUntouched);
-    ReplyBuffer reply{
-        .storage = std::span(storage).first(capacity), .stop_request = &stop, .skip_repetitions = (choice & 2) != 0};
+    ReplyBuffer reply{.storage = std::span(storage).first(capacity), .skip_repetitions = (choice & 2) != 0};
     last_size = 0;
     for (bool goes_on = true; goes_on && !input.IsEmpty();) {
         const std::uint8_t step = input.Byte();
@@ -91,7 +89,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         } else {
             block = input.Take(step % 128);
         }
-        goes_on = Append(block, reply, stop != 0);
+        goes_on = Append(block, reply);
     }
     Require(std::all_of(behind, behind + 8, [](std::uint8_t byte) { return byte == kUntouched; }));
     return 0;

@@ -9,7 +9,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static ChannelTable table;
     test::Input input(data, size);
     test::Conversation conversation(input);
-    const std::uint32_t result = Nelto780GetOnlineConfiguration2004(conversation.Connection(), table);
+    const std::uint32_t result = Nelto780GetOnlineConfiguration2004(conversation.Session(), table);
     Require(result == kDone || result == kBadAnswer);
     Require(!conversation.Stopped() || (result == kBadAnswer && conversation.Requests() == 0));
     test::CheckTable(table);

@@ -5,10 +5,8 @@
 #include <memory>
 
 #include "fuzz.h"
-#include "instrument/dispatch.h"
-#include "instrument/generation2010/base_2010.h"
-#include "instrument/instrument_connection.h"
-#include "instrument/opening.h"
+#include "instrument/generation2010/analyser_2010.h"
+#include "instrument/opening_emusb.h"
 
 namespace {
 
@@ -172,24 +170,23 @@ void CheckTable(const ChannelTable& channels) {
     }
 }
 
-void TryAnalyser(InstrumentConnection& connection) {
+void TryAnalyser(Analyser2010& analyser) {
     static ChannelTable channels;
-    channels                  = {};
-    connection.generation2010 = std::make_unique<CNelto780Base2010>(connection);
-    Require(SynchronizeClock(connection) <= kBadAnswer);
-    Require(GetSubType(connection) <= kBadAnswer && connection.sub_type <= 20);
-    Require(SetActiveFuel(connection, answers->Byte() - 2) <= kBadAnswer);
-    const std::uint32_t configured = GetOnlineConfiguration(connection, channels);
+    channels = {};
+    Require(analyser.SynchronizeClock() <= kBadAnswer);
+    Require(analyser.GetSubType() <= kBadAnswer && analyser.SubType() <= 20);
+    Require(analyser.SetActiveFuel(answers->Byte() - 2) <= kBadAnswer);
+    const std::uint32_t configured = analyser.ReadConfiguration(channels);
     Require(configured == kDone || configured == kBadAnswer);
     CheckTable(channels);
     const std::size_t used = UsedRecords(channels).size();
     for (int round = 0; round < 2; ++round) {
-        const std::uint32_t result = GetOnlineValues(connection, channels);
+        const std::uint32_t result = analyser.ReadValues(channels);
         Require(result == kDone || result == kBadAnswer);
         Require(UsedRecords(channels).size() == used);
         test::CheckTable(channels);
     }
-    static_cast<void>(connection.generation2010->WakeUp());
+    static_cast<void>(analyser.WakeUp());
 }
 
 }  // namespace
@@ -206,15 +203,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     };
     Quick().find_function = FindFunction;
     {
-        const char* error = "";
-        InstrumentConnection connection;
-        connection.kind           = kKinds[choice % kKinds.size()];
-        connection.library_handle = kDevice2010;
-        if (choice >= 248) connection.log.Start();
-        if (choice % 4 == 3 && !OpenOverEmUsb(connection, error)) return Require(open == 0), 0;
-        connection.open = true;
-        TryAnalyser(connection);
-        if (open != 0) Require(Nelto780Close(&connection) == kDone);
+        Opening opening(kUsb, nullptr);
+        opening.kind                   = kKinds[choice % kKinds.size()];
+        opening.session.library_handle = kDevice2010;
+        if (choice >= 248) opening.session.log.Start();
+        if (choice % 4 == 3 && !OpenOverEmUsb(opening)) return Require(open == 0), 0;
+        Analyser2010 analyser(std::move(opening.session), opening.kind);
+        TryAnalyser(analyser);
+        if (open != 0) Require(analyser.Close() == kDone);
     }
     Require(open == 0 && Quick().libraries == 0);
     return 0;

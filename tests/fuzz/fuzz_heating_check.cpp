@@ -26,8 +26,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     table                   = {};
     for (ChannelRecord& record : std::span(table).first(taken)) record.view_ident = kTaken;
 
-    const std::uint32_t result = ReadHeatingCheck2004(conversation.Connection(), table);
-    Require(result <= kBadAnswer);
+    bool whole                 = false;
+    const std::uint32_t result = ReadHeatingCheck2004(conversation.Session(), table, whole);
+    Require(result <= kBadAnswer && (!whole || result == kDone));
     Require(!conversation.Stopped() || (result == kTransportFailure && conversation.Requests() == 0));
     test::CheckTable(table);
     const auto used = UsedRecords(table);

@@ -3,7 +3,7 @@
 // analyser that has gone.
 #include "fuzz.h"
 #include "quick_driver.h"
-#include "transport/irda_transport.h"
+#include "transport/irda_link.h"
 
 namespace {
 
@@ -44,21 +44,21 @@ private:
 
 bool IsAccepted(std::string_view name) { return name == "NELTO T780" || name == "NELTO T785"; }
 
-void TryOpening(test::ByteSpan devices) {
-    Quick().irda_devices       = devices;
-    const std::uint32_t result = IrdaOpen();
-    Require(result <= kIrdaConnectFailed);
+std::unique_ptr<IrdaLink> TryOpening(test::ByteSpan devices) {
+    Quick().irda_devices  = devices;
+    IrdaOpenResult result = kIrdaOpenOk;
+    auto link             = IrdaLink::Open(nullptr, result);
+    Require(result <= kIrdaConnectFailed && (link != nullptr) == (result == kIrdaOpenOk));
     const std::string_view service = Quick().irda_service.data();  // longer than any name, so it ends
     Require(result == kIrdaOpenOk || result == kIrdaConnectFailed ? IsAccepted(service) : service.empty());
+    return link;
 }
 
-void TryReply(const PiecePeer& peer, std::uint8_t choice) {
+void TryReply(IrdaLink& link, const PiecePeer& peer, std::uint8_t choice) {
     const auto reply                               = std::span(storage).last(kCapacities[choice % kCapacities.size()]);
     constexpr std::array<std::uint8_t, 1> kRequest = {0x9C};
     std::size_t received                           = 1;
-    const std::uint32_t result                     = IrdaTransceive(kRequest, reply, received);
-    Require(result <= kIrdaBadReplyLength);
-    if (result != kIrdaOk) return Require(received == 0);
+    if (link.Transceive(kRequest, reply, received, 0) != LinkStatus::kOk) return Require(received == 0);
     Require(received >= 4 && received <= reply.size() && received == reply[2] + 256u * reply[3]);
     Require(std::ranges::equal(reply.first(received), peer.Sent()));
 }
@@ -72,13 +72,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     PiecePeer peer(input);
     test::ResetQuick(&peer, failures);
     if (input.Byte() % 2 == 0) {
-        TryOpening(rigs::OneIrdaAnalyser());
-        TryReply(peer, input.Byte());
-        TryReply(peer, input.Byte());
+        const auto link = TryOpening(rigs::OneIrdaAnalyser());
+        for (int round = 0; link != nullptr && round < 2; ++round) TryReply(*link, peer, input.Byte());
     } else {
         TryOpening(input.Take(2048));
     }
-    CloseIrda();
     Require(Quick().sockets == 0 && Quick().winsock == 0);
     return 0;
 }

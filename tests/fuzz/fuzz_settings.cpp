@@ -3,9 +3,9 @@
 #include "core/dialog_view.h"
 #include "core/serial_output.h"
 #include "core/settings.h"
-#include "instrument/dispatch.h"
-#include "instrument/instrument_connection.h"
+#include "instrument/opening.h"
 #include "peers.h"
+#include "platform/serial_port.h"
 #include "platform/wide_text.h"
 #include "quick_driver.h"
 
@@ -53,10 +53,8 @@ void TryConnection(ProgramState& state) {
     const auto connection = Nelto780Open(state.communication, state.stop_request, error);
     Require((connection == nullptr) == (*error != '\0'));
     if (connection != nullptr) {
-        Require(connection->communication == state.communication && connection->open);
-        Require(connection->kind == kKind780 || connection->kind == kKind710 || IsGeneration2010(connection->kind));
-        Require(connection->sub_type <= 0xFF);
-        Require(Nelto780Close(connection.get()) == kDone);
+        Require(connection->Kind() >= kKind710 && connection->Kind() <= kKind781 && connection->SubType() <= 0xFF);
+        Require(connection->Close() == 0);
     }
     Require(Quick().sockets == 0 && Quick().winsock == 0 && Quick().events == 0);
 }

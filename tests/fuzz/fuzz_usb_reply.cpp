@@ -6,6 +6,7 @@
 
 #include "peers.h"
 #include "quick_driver.h"
+#include "transport/usb_link.h"
 
 namespace {
 
@@ -24,13 +25,17 @@ void TryReply(Input& input) {
     const auto reply           = std::span(storage).last(capacity);  // the first byte too many is outside
     test::StepPeer peer(input);
     test::ResetQuick(&peer);
-    UsbLink link = rigs::QuickUsbLink();
-    for (int round = 0; round < 2; ++round) {  // the second begins with what the first left behind
-        std::size_t length = 1;
-        DropLateUsbBytes(link);
-        const std::uint32_t result = NeltoUSBTransceive(&link, request, reply, length, 1);
-        Require(result <= kUsbReplyTooLong && length <= capacity && (result == kUsbOk || length == 0));
-        Require(Quick().events == 0 && link.open);
+    UsbPort* const port = rigs::OpenQuickUsbPort();
+    UsbLink link(port, nullptr);
+    std::size_t length = 1;
+    // Each begins with what the one before has left behind.
+    const std::uint32_t result = NeltoUSBTransceive(port, request, reply, length, 1);
+    Require(result <= kUsbReplyTooLong && length <= capacity && (result == kUsbOk || length == 0));
+    for (int round = 0; round < 2; ++round) {
+        const LinkStatus status = link.Transceive(request, reply, length, 1);
+        Require(status != LinkStatus::kNotOpen && status != LinkStatus::kStopped);
+        Require(length <= capacity && (status == LinkStatus::kOk || length == 0));
+        Require(Quick().events == 0 && port->open);
     }
 }
 
@@ -121,7 +126,7 @@ void TryDevices(Input& input, std::uint8_t choice) {
     // A library whose version cannot be read stays loaded, on purpose.
     Require(Quick().libraries == 0 || Quick().driver_version == nullptr);
 
-    UsbLink* link              = nullptr;
+    UsbPort* link              = nullptr;
     const std::uint32_t opened = NeltoUSBOpen(type, input.Byte() % 2u, link);
     Require(opened <= kUsbReplyTooLong && (opened == kUsbOk) == (link != nullptr) && open_count == (link != nullptr));
     if (link != nullptr) Require(NeltoUSBClose(link) <= kUsbDriverFailed);

@@ -1,8 +1,8 @@
 // The byte reader, live values and modes of generation 2004. Input: see Conversation, then the analyser's messages.
 #include "conversation.h"
+#include "instrument/generation2004/analyser_2004.h"
+#include "instrument/generation2004/analyser_710.h"
 #include "instrument/generation2004/answer.h"
-#include "instrument/generation2004/modes.h"
-#include "instrument/generation2004/values.h"
 
 namespace {
 
@@ -59,20 +59,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     TryByteView({data, size});
     test::Input input(data, size);
     test::Conversation conversation(input);
-    const InstrumentConnection& connection = conversation.Connection();
-    table                                  = before;
-    const std::uint32_t values             = Nelto780GetOnlineValues2004(connection, table);
+    Analyser2004 analyser(std::move(conversation.Session()));
+    table                      = before;
+    const std::uint32_t values = analyser.ReadValues(table);
     Require(values == kDone || values == kBadAnswer || values == kNoValuesZeroing);
     if (conversation.Stopped()) Require(values == kBadAnswer && conversation.Requests() == 0);
     if (values != kDone) Require(table.front().value_type == kUntouched);
     CheckValues(table, before);
 
-    std::uint32_t sub_type    = kUntouched;
-    const std::uint32_t typed = GetSubType2004(connection, sub_type);
-    Require(typed <= kTransportFailure && sub_type <= 0xFF && (typed == kDone || sub_type == kUntouched));
-    Require(SetSlaveMode2004(connection, input.Byte() % 2 != 0) <= kModeChangeFailed);
-    Require(SynchronizeClock2004(connection) <= kTransportFailure);
-    const std::uint32_t clock = SynchronizeClock710(connection);
-    Require(clock == kDone || clock == kBadAnswer);
+    const std::uint32_t typed = analyser.GetSubType();
+    Require(typed <= kTransportFailure && analyser.SubType() <= 0xFF && (typed == kDone || analyser.SubType() == 0));
+    Require(analyser.SetSlaveMode(input.Byte() % 2 != 0) <= kModeChangeFailed);
+    Require(analyser.SynchronizeClock() <= kTransportFailure);
+    if (input.Byte() % 2 == 0) return 0;
+    test::Conversation other(input);
+    Analyser710 clock(std::move(other.Session()));
+    const std::uint32_t set = clock.SynchronizeClock();
+    Require(set == kDone || set == kBadAnswer);
     return 0;
 }

@@ -1,7 +1,7 @@
 #include <random>
 
 #include "support.h"
-#include "transport/block_frame.h"
+#include "transport/block_conversation.h"
 
 namespace nelto::test {
 namespace {
@@ -52,23 +52,23 @@ TEST(BlockFrame, TakesAWholeReplyAndRefusesEveryDamage) {
     const Bytes good = Hex("21 00 00 00 01 09 00 42 00 00 54 37 38 30 01 66 1c");
     std::array<std::uint8_t, 9> storage{};
     ReplyBuffer reply{.storage = storage};
-    EXPECT_EQ(AppendReplyBlock(good, reply), ReplyStatus::kComplete);
+    EXPECT_EQ(AppendReplyBlock(good, reply), BlockEnd::kComplete);
     EXPECT_EQ(Bytes(storage.begin(), storage.end()), Hex("00 42 00 00 54 37 38 30 01"));
 
     ReplyBuffer smaller{.storage = std::span(storage).first(8)};
-    EXPECT_EQ(AppendReplyBlock(good, smaller), ReplyStatus::kTooLong);
+    EXPECT_EQ(AppendReplyBlock(good, smaller), BlockEnd::kTooLong);
     for (std::size_t size = 0; size < good.size(); ++size) {
         ReplyBuffer cut{.storage = storage};
-        const ReplyStatus expected = size < 8 ? ReplyStatus::kTooShort : ReplyStatus::kWrongLength;
+        const BlockEnd expected = size < 8 ? BlockEnd::kTooShort : BlockEnd::kWrongLength;
         EXPECT_EQ(AppendReplyBlock(std::span(good).first(size), cut), expected) << size;
     }
     for (std::size_t bit = 0; bit < good.size() * 8; ++bit) {
         Bytes damaged = good;
         damaged[bit / 8] ^= static_cast<std::uint8_t>(1 << (bit % 8));
         ReplyBuffer untouched{.storage = storage};
-        const ReplyStatus status = AppendReplyBlock(damaged, untouched);
-        EXPECT_NE(status, ReplyStatus::kComplete) << bit;
-        EXPECT_NE(status, ReplyStatus::kMore) << bit;
+        const BlockEnd status = AppendReplyBlock(damaged, untouched);
+        EXPECT_NE(status, BlockEnd::kComplete) << bit;
+        EXPECT_NE(status, BlockEnd::kMore) << bit;
         EXPECT_EQ(untouched.length, 0U);
     }
 }
@@ -89,24 +89,24 @@ TEST(BlockFrame, EndsAReplyThatBringsNothingNew) {
         SCOPED_TRACE(row.name);
         std::array<std::uint8_t, 16> storage{};
         ReplyBuffer reply{.storage = storage, .skip_repetitions = row.skip_repetitions};
-        ReplyStatus status = ReplyStatus::kMore;
-        int blocks         = 0;
-        while (status == ReplyStatus::kMore && ++blocks < 100) status = AppendReplyBlock(row.block, reply);
-        EXPECT_EQ(status, ReplyStatus::kEndless);
+        BlockEnd status = BlockEnd::kMore;
+        int blocks      = 0;
+        while (status == BlockEnd::kMore && ++blocks < 100) status = AppendReplyBlock(row.block, reply);
+        EXPECT_EQ(status, BlockEnd::kEndless);
         EXPECT_EQ(reply.length, row.length);
     }
 }
 
 TEST(BlockFrame, SkipsARepeatedBlockForWhoAsksForIt) {
-    const Bytes message      = Counting(30);
-    const auto blocks        = ReplyBlocks(message, 10);
-    const Bytes sent[]       = {blocks[0], blocks[0], blocks[1], blocks[1], blocks[1], blocks[2]};
-    const ReplyStatus ends[] = {ReplyStatus::kTooLong, ReplyStatus::kComplete};
+    const Bytes message   = Counting(30);
+    const auto blocks     = ReplyBlocks(message, 10);
+    const Bytes sent[]    = {blocks[0], blocks[0], blocks[1], blocks[1], blocks[1], blocks[2]};
+    const BlockEnd ends[] = {BlockEnd::kTooLong, BlockEnd::kComplete};
     for (const bool skip : {false, true}) {
         std::array<std::uint8_t, 30> storage{};
         ReplyBuffer reply{.storage = storage, .skip_repetitions = skip};
-        ReplyStatus status = ReplyStatus::kMore;
-        for (std::size_t i = 0; i < std::size(sent) && status == ReplyStatus::kMore; ++i) {
+        BlockEnd status = BlockEnd::kMore;
+        for (std::size_t i = 0; i < std::size(sent) && status == BlockEnd::kMore; ++i) {
             status = AppendReplyBlock(sent[i], reply);
         }
         EXPECT_EQ(status, ends[skip ? 1 : 0]);
@@ -115,9 +115,9 @@ TEST(BlockFrame, SkipsARepeatedBlockForWhoAsksForIt) {
     // Equal payload alone, or an equal index alone, makes no repetition.
     std::array<std::uint8_t, 30> storage{};
     ReplyBuffer reply{.storage = storage, .skip_repetitions = true};
-    EXPECT_EQ(AppendReplyBlock(Packet(0, 3, Bytes{7}), reply), ReplyStatus::kMore);
-    EXPECT_EQ(AppendReplyBlock(Packet(1, 3, Bytes{7}), reply), ReplyStatus::kMore);
-    EXPECT_EQ(AppendReplyBlock(Packet(1, 3, Bytes{8}), reply), ReplyStatus::kMore);
+    EXPECT_EQ(AppendReplyBlock(Packet(0, 3, Bytes{7}), reply), BlockEnd::kMore);
+    EXPECT_EQ(AppendReplyBlock(Packet(1, 3, Bytes{7}), reply), BlockEnd::kMore);
+    EXPECT_EQ(AppendReplyBlock(Packet(1, 3, Bytes{8}), reply), BlockEnd::kMore);
     EXPECT_EQ(reply.length, 3U);
 }
 

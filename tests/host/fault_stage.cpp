@@ -4,7 +4,7 @@
 #include <bit>
 #include <utility>
 
-#include "instrument/instrument_connection.h"
+#include "instrument/opening.h"
 #include "platform/memory/memory_event.h"
 #include "platform/memory/memory_irda_socket.h"
 #include "platform/wide_text.h"
@@ -98,7 +98,7 @@ private:
 
 std::unique_ptr<Instrument> OpenObserved(std::uint32_t communication, const std::atomic<std::uint32_t>& stop_request,
                                          const char*& error) {
-    std::unique_ptr<Instrument> inner = nelto::OpenInstrumentConnection(communication, stop_request, error);
+    std::unique_ptr<Instrument> inner = nelto::Nelto780Open(communication, stop_request, error);
     the_stage->Note(inner == nullptr ? 'O' : 'o');
     the_stage->Expect((inner == nullptr) == (*error != '\0') || stop_request != 0, "last error text");
     return inner == nullptr ? nullptr : std::make_unique<ObservedInstrument>(std::move(inner));
@@ -196,7 +196,9 @@ void Stage::Take(const Bytes& request) {
     requests.push_back(request);
     const bool counts  = struck_request_.empty() || BeginsWith(request, struck_request_);
     const bool strikes = counts && struck_count_ != 0 && --struck_count_ == 0;
-    Reply reply{.message = analyser_.Answer(request, Now()).value(), .delay_ms = delays ? delays(request) : 0};
+    Reply reply{.message    = analyser_.Answer(request, Now()).value(),
+                .delay_ms   = delays ? delays(request) : 0,
+                .unasked_ms = pauses ? std::optional(pauses(request)) : std::nullopt};
     if (strikes) {
         struck    = true;
         struck_at = World().now;

@@ -11,8 +11,9 @@
 #include "analyser_2004.h"
 #include "core/acquisition_worker.h"
 #include "fake_d2xx.h"
-#include "instrument/link.h"
 #include "support.h"
+#include "transport/block_frame.h"
+#include "transport/link.h"
 
 namespace nelto::test {
 
@@ -21,8 +22,9 @@ struct Reply {
     Bytes message;
     std::vector<Bytes> blocks;  // the framed message; over infrared its bytes alone
     std::uint32_t delay_ms = 0;
-    bool repeats_block     = false;           // the first one
-    std::optional<std::uint32_t> unasked_ms;  // so long after one another the later blocks come by themselves
+    bool repeats_block     = false;  // the first one
+    /// The later blocks come by themselves, so long after one another; then the delay is the first one's.
+    std::optional<std::uint32_t> unasked_ms;
 };
 
 /// No request begins with nothing.
@@ -67,6 +69,8 @@ public:
     std::unique_ptr<FakeD2xx> library;
     /// How much later every other reply comes, by its request.
     std::function<std::uint32_t(const Bytes& request)> delays;
+    /// The same of the blocks behind the first one, where they come by themselves.
+    std::function<std::uint32_t(const Bytes& request)> pauses;
     /// Called when the worker has ended.
     std::function<void(const Stage& stage)> at_end;
     std::size_t most_a_look = SIZE_MAX;  // bytes that one look at a serial port finds

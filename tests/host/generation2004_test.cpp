@@ -1,10 +1,8 @@
 #include <bit>
 #include <cstring>
 
-#include "instrument/dispatch.h"
-#include "instrument/generation2004/heating_check.h"
-#include "instrument/generation2004/modes.h"
-#include "instrument/instrument_connection.h"
+#include "instrument/analyser.h"
+#include "instrument/opening.h"
 #include "platform/wide_text.h"
 #include "support.h"
 
@@ -29,8 +27,9 @@ protected:
         connection_ = Nelto780Open(state_);
         ASSERT_NE(connection_, nullptr) << state_.last_error;
     }
-    std::uint32_t Configure() { return GetOnlineConfiguration(*connection_, channels_); }
-    std::uint32_t ReadValues() { return GetOnlineValues(*connection_, channels_); }
+    Analyser& Opened() { return static_cast<Analyser&>(*connection_); }
+    std::uint32_t Configure() { return connection_->ReadConfiguration(channels_); }
+    std::uint32_t ReadValues() { return connection_->ReadValues(channels_); }
 
     /// `count` value records in hex, idents from `first` on, all with value 1.0.
     static std::string ValueRecords(std::size_t count, std::uint32_t first) {
@@ -46,7 +45,7 @@ protected:
 
     MessagePeer peer_;
     ProgramState state_;
-    std::unique_ptr<InstrumentConnection> connection_;
+    std::unique_ptr<Instrument> connection_;
     ChannelTable channels_{};
 };
 
@@ -73,17 +72,17 @@ TEST_F(Generation2004Test, IdentifiesTheAnalyserOnTheSerialLink) {
         peer_.answers[Hex("42")] = Hex(row.answer);
         connection_              = Nelto780Open(state_);
         EXPECT_EQ(connection_ != nullptr, row.kind != 0);
-        if (connection_ != nullptr) EXPECT_EQ(connection_->kind, row.kind);
+        if (connection_ != nullptr) EXPECT_EQ(connection_->Kind(), row.kind);
         EXPECT_TRUE(LogHas(kBaseLogName, row.line));
         EXPECT_STREQ(state_.last_error, row.kind != 0 ? "" : row.line);
-        Nelto780Close(connection_.get());
+        if (connection_ != nullptr) connection_->Close();
         EXPECT_EQ(World().serial_ports[L"COM5"].open_handles, 0U);
     }
 }
 
 TEST_F(Generation2004Test, OpensInItsStepsAndClosesOnce) {
     Open();
-    EXPECT_EQ(connection_->sub_type, 2U);
+    EXPECT_EQ(connection_->SubType(), 2U);
     const std::vector<std::string> expected = {"=== Start ===",
                                                "Nelto780Open",
                                                "Instrument opened via Bluetooth",
@@ -99,13 +98,12 @@ TEST_F(Generation2004Test, OpensInItsStepsAndClosesOnce) {
     for (std::size_t index = 0; index < lines.size(); ++index) {
         EXPECT_EQ(lines[index], "07.03.2011 14:05:09 " + expected[index]);
     }
-    EXPECT_EQ(Nelto780Close(connection_.get()), 0U);
+    EXPECT_EQ(connection_->Close(), 0U);
     EXPECT_EQ(peer_.requests.back(), Hex("90"));
     EXPECT_TRUE(LogHas(kZivLogName, "Serial port closed"));
     lines = LogLines(kBaseLogName);
-    EXPECT_EQ(Nelto780Close(connection_.get()), 0U);
+    EXPECT_EQ(connection_->Close(), 0U);
     EXPECT_EQ(LogLines(kBaseLogName), lines);
-    EXPECT_EQ(Nelto780Close(nullptr), 1U);
 }
 
 TEST_F(Generation2004Test, LeavesTheErrorTextOfEachFailedStep) {
@@ -303,14 +301,14 @@ TEST_F(Generation2004Test, SwitchesTheSlaveModeOnlyWhenItDiffers) {
     peer_.Answer("20", "");
     for (const Case& row : cases) {
         peer_.Answer("90", row.mode_answer);
-        EXPECT_EQ(SetSlaveMode(*connection_, row.on), row.result) << row.mode_answer;
+        EXPECT_EQ(Opened().SetSlaveMode(row.on), row.result) << row.mode_answer;
         EXPECT_EQ(peer_.requests.back(), Hex(row.last_request));
     }
     peer_.answers.erase(Hex("20"));
     peer_.Answer("90", "01 00 00 00 00 00 00 00");
-    EXPECT_EQ(SetSlaveMode(*connection_, false), 3U);
+    EXPECT_EQ(Opened().SetSlaveMode(false), 3U);
     peer_.answers.erase(Hex("90"));
-    EXPECT_EQ(SetSlaveMode(*connection_, false), 1U);
+    EXPECT_EQ(Opened().SetSlaveMode(false), 1U);
 }
 
 TEST_F(Generation2004Test, SetsTheClockOfA710AndReadsNothingElse) {
@@ -329,7 +327,7 @@ TEST_F(Generation2004Test, SetsTheClockOfA710AndReadsNothingElse) {
     EXPECT_TRUE(UsedRecords(channels_).empty());
 
     peer_.answers[Hex("0D")] = Hex("01 0D 00 00");
-    EXPECT_EQ(SynchronizeClock710(*connection_), 2U);
+    EXPECT_EQ(Opened().SynchronizeClock(), 2U);
 }
 
 TEST_F(Generation2004Test, ReadsTheHeatingCheckList) {
@@ -346,7 +344,7 @@ TEST_F(Generation2004Test, ReadsTheHeatingCheckList) {
     peer_.Answer("A5 09 00 0A 0B 0C 0D 0E 0F 00 00 02 00", "00 00 A0 40 FF FF FF FF 00 00 C0 40 00 00 E0 40");
     Open();
     ChannelTable results{};
-    ASSERT_EQ(ReadHeatingCheck2004(*connection_, results), 0U);
+    ASSERT_TRUE(connection_->ReadHeatingCheck(results));
     // The second block of length 0 is read once and ends the walk.
     ASSERT_EQ(UsedRecords(results).size(), 6U);
     EXPECT_EQ(Label(results[0]), L"ID_FF2E");
@@ -356,9 +354,9 @@ TEST_F(Generation2004Test, ReadsTheHeatingCheckList) {
     EXPECT_EQ(results[2].value, 7.0F);
 
     peer_.Answer("49", "01 02 03 04 05 06 07");
-    EXPECT_EQ(ReadHeatingCheck2004(*connection_, results), 2U);
+    EXPECT_FALSE(connection_->ReadHeatingCheck(results));
     peer_.answers.erase(Hex("49"));
-    EXPECT_EQ(ReadHeatingCheck2004(*connection_, results), 1U);
+    EXPECT_FALSE(connection_->ReadHeatingCheck(results));
 }
 
 TEST_F(Generation2004Test, AsksForNoMoreHeatingCheckListsThanATableHolds) {
@@ -369,7 +367,7 @@ TEST_F(Generation2004Test, AsksForNoMoreHeatingCheckListsThanATableHolds) {
     Open();
     peer_.requests.clear();
     ChannelTable results{};
-    EXPECT_EQ(ReadHeatingCheck2004(*connection_, results), 0U);
+    EXPECT_FALSE(connection_->ReadHeatingCheck(results));
     EXPECT_LE(peer_.requests.size(), 70U);
 }
 

@@ -5,8 +5,7 @@
 #include <string>
 
 #include "fake_maker_libraries.h"
-#include "instrument/dispatch.h"
-#include "instrument/instrument_connection.h"
+#include "instrument/generation2010/analyser_2010.h"
 #include "support.h"
 
 namespace nelto::test {
@@ -24,14 +23,13 @@ protected:
     }
 
     void Connect(std::uint32_t kind = kKind745) {
-        connection_                = {};
-        connection_.kind           = kind;
-        connection_.library_handle = FakeMaker::kUsbHandle;
-        connection_.log.Start();
-        connection_.generation2010 = std::make_unique<CNelto780Base2010>(connection_);
+        Session session(Transport::kUsb, nullptr);
+        session.library_handle = FakeMaker::kUsbHandle;
+        session.log.Start();
+        analyser_ = std::make_unique<Analyser2010>(std::move(session), kind);
     }
-    std::uint32_t Configure() { return GetOnlineConfiguration(connection_, channels_); }
-    std::uint32_t ReadValues() { return GetOnlineValues(connection_, channels_); }
+    std::uint32_t Configure() { return analyser_->ReadConfiguration(channels_); }
+    std::uint32_t ReadValues() { return analyser_->ReadValues(channels_); }
     [[nodiscard]] std::size_t Used() const { return UsedRecords(channels_).size(); }
 
     /// That many current values, all different.
@@ -40,7 +38,7 @@ protected:
         for (std::uint32_t index = 1; index <= count; ++index) Maker().values.push_back(Record(0x5000 + index, 1.0F));
     }
 
-    InstrumentConnection connection_;
+    std::unique_ptr<Analyser2010> analyser_;
     ChannelTable channels_{};
 };
 

@@ -11,7 +11,7 @@ using platform::memory::RemoveLibrary;
 
 // Errors.
 
-using Operation = std::uint32_t (*)(InstrumentConnection& connection, ChannelTable& channels);
+using Operation = std::uint32_t (*)(Analyser2010& opened, ChannelTable& channels);
 
 struct FailureCase {
     Operation operation;
@@ -20,14 +20,14 @@ struct FailureCase {
 };
 
 // clang-format off
-constexpr Operation kSubTypeRead   = [](auto& opened, auto&) { return GetSubType(opened); };
-constexpr Operation kSlaveModeOff  = [](auto& opened, auto&) { return SetSlaveMode(opened, false); };
-constexpr Operation kClock         = [](auto& opened, auto&) { return SynchronizeClock(opened); };
-constexpr Operation kWakeUp        = [](auto& opened, auto&) { return opened.generation2010->WakeUp(); };
-constexpr Operation kFuelChoice    = [](auto& opened, auto&) { return SetActiveFuel(opened, 2); };
+constexpr Operation kSubTypeRead   = [](auto& opened, auto&) { return opened.GetSubType(); };
+constexpr Operation kSlaveModeOff  = [](auto& opened, auto&) { return opened.SetSlaveMode(false); };
+constexpr Operation kClock         = [](auto& opened, auto&) { return opened.SynchronizeClock(); };
+constexpr Operation kWakeUp        = [](auto& opened, auto&) { return opened.WakeUp(); };
+constexpr Operation kFuelChoice    = [](auto& opened, auto&) { return opened.SetActiveFuel(2); };
+constexpr Operation kConfiguration = [](auto& opened, auto& channels) { return opened.ReadConfiguration(channels); };
+constexpr Operation kValues        = [](auto& opened, auto& channels) { return opened.ReadValues(channels); };
 // clang-format on
-constexpr Operation kConfiguration = GetOnlineConfiguration;
-constexpr Operation kValues        = GetOnlineValues;
 
 constexpr std::array kFailures = std::to_array<FailureCase>({
     {kSubTypeRead, "GetDeviceType", "NELTO760SPI_GetDeviceType: Error code -2"},
@@ -61,7 +61,7 @@ TEST_F(Generation2010Test, EachErrorOfALibraryIsABadAnswerWithItsLine) {
         Maker().values                = {Record(0x0102, 1.0F)};
         Maker().results[row.function] = 0xFFFFFFFE;
         Connect(kKind781);
-        EXPECT_EQ(row.operation(connection_, channels_), kBadAnswer);
+        EXPECT_EQ(row.operation(*analyser_, channels_), kBadAnswer);
         EXPECT_EQ(Maker().CallsOf(row.function), 1U);
         if (row.line != nullptr) EXPECT_TRUE(LogLines(kLog).back().ends_with(row.line)) << LogLines(kLog).back();
     }
@@ -79,8 +79,8 @@ TEST_F(Generation2010Test, FunctionsMayLieInEitherLibrary) {
             InstallFakeMaker();
             DivideInstrumentFunctions(first);
             Connect();
-            EXPECT_EQ(SynchronizeClock(connection_), kDone) << name;
-            EXPECT_EQ(GetSubType(connection_), kDone) << name;
+            EXPECT_EQ(analyser_->SynchronizeClock(), kDone) << name;
+            EXPECT_EQ(analyser_->GetSubType(), kDone) << name;
             EXPECT_EQ(Configure(), kDone) << name;
             EXPECT_EQ(ReadValues(), kDone) << name;
             if (Logged(line)) ++missing;
@@ -92,13 +92,13 @@ TEST_F(Generation2010Test, FunctionsMayLieInEitherLibrary) {
 TEST_F(Generation2010Test, AMissingLibraryOrFunctionIsAnErrorWithItsCode) {
     platform::memory::InstallLibrary(L"nelto7XXE.dll", {});
     Connect();
-    EXPECT_EQ(SynchronizeClock(connection_), kBadAnswer);
+    EXPECT_EQ(analyser_->SynchronizeClock(), kBadAnswer);
     EXPECT_TRUE(Logged("NELTO760SPI_SetDateTime: Error code 127"));
 
-    connection_.generation2010.reset();
+    analyser_.reset();
     platform::memory::ResetLibraries();
     Connect();
-    EXPECT_EQ(SynchronizeClock(connection_), kBadAnswer);
+    EXPECT_EQ(analyser_->SynchronizeClock(), kBadAnswer);
     EXPECT_TRUE(Logged("NELTO760SPI_SetDateTime: Error code 126"));
     EXPECT_EQ(Configure(), kBadAnswer);
     EXPECT_EQ(ReadValues(), kBadAnswer);
@@ -131,30 +131,28 @@ TEST_F(Generation2010Test, SubTypes) {
         Maker().device_type = row.device_type;
         Maker().device_name = row.name;
         Connect();
-        connection_.sub_type = 99;
-        ASSERT_EQ(GetSubType(connection_), kDone);
-        EXPECT_EQ(connection_.sub_type, row.sub_type);
+        ASSERT_EQ(analyser_->GetSubType(), kDone);
+        EXPECT_EQ(analyser_->SubType(), row.sub_type);
         EXPECT_EQ(Maker().CallsOf("GetDeviceName"), row.names_asked);
     }
     EXPECT_TRUE(Logged("NELTO760SPI_GetDeviceType: -1"));
 
-    connection_.sub_type             = 99;
     Maker().results["GetDeviceName"] = 1;
-    EXPECT_EQ(GetSubType(connection_), kBadAnswer);
-    EXPECT_EQ(connection_.sub_type, 0U);
+    EXPECT_EQ(analyser_->GetSubType(), kBadAnswer);
+    EXPECT_EQ(analyser_->SubType(), 0U);
 }
 
 TEST_F(Generation2010Test, ANameThatFillsItsBufferIsEnded) {
     Maker().device_type = 3;
     Maker().device_name = std::wstring(500, L'n');
     Connect();
-    ASSERT_EQ(GetSubType(connection_), kDone);
+    ASSERT_EQ(analyser_->GetSubType(), kDone);
     EXPECT_TRUE(Logged("NELTO760SPI_GetDeviceName: " + std::string(128, 'n')));
 }
 
 TEST_F(Generation2010Test, TheClockIsSetToLocalTime) {
     Connect();
-    ASSERT_EQ(SynchronizeClock(connection_), kDone);
+    ASSERT_EQ(analyser_->SynchronizeClock(), kDone);
     const DateTime2010& set = Maker().date_time;
     EXPECT_EQ((std::array<unsigned, 7>{set.hour, set.minute, set.second, set.zero, set.year, set.month, set.day}),
               (std::array<unsigned, 7>{14, 5, 9, 0, 2011, 3, 7}));
@@ -163,8 +161,8 @@ TEST_F(Generation2010Test, TheClockIsSetToLocalTime) {
 
 TEST_F(Generation2010Test, SlaveModeIsModeTwo) {
     Connect();
-    EXPECT_EQ(SetSlaveMode(connection_, true), kDone);
-    EXPECT_EQ(SetSlaveMode(connection_, false), kDone);
+    EXPECT_EQ(analyser_->SetSlaveMode(true), kDone);
+    EXPECT_EQ(analyser_->SetSlaveMode(false), kDone);
     EXPECT_EQ(Maker().calls, (std::vector<std::string>{"SetDeviceMode 2", "SetDeviceMode 0"}));
     EXPECT_TRUE(Logged("CNelto780Base2010::SetSlaveMode"));
     EXPECT_TRUE(Logged("SetSlaveMode2010 OK"));
@@ -180,7 +178,7 @@ TEST_F(Generation2010Test, FuelNumbersAndLibraryFuels) {
         SCOPED_TRACE(number);
         const std::uint32_t expected = number < 0 ? 0 : kLibraryFuels[static_cast<std::size_t>(number)];
         Maker().calls.clear();
-        EXPECT_EQ(SetActiveFuel(connection_, number), kDone);
+        EXPECT_EQ(analyser_->SetActiveFuel(number), kDone);
         EXPECT_TRUE(Logged("SetActualFuel. FuelID = " + std::to_string(number)));
         if (expected == 0) {
             EXPECT_TRUE(Maker().calls.empty());

@@ -14,7 +14,7 @@ using platform::memory::TimesLoaded;
 /// A search by the "Communication" setting, from its start.
 class Search2010Test : public Generation2010Test {
 protected:
-    std::unique_ptr<InstrumentConnection> Open(std::uint32_t communication) {
+    std::unique_ptr<Instrument> Open(std::uint32_t communication) {
         state_.communication = communication;
         return Nelto780Open(state_);
     }
@@ -63,8 +63,8 @@ TEST_F(Search2010Test, TheProductOnTheBusTellsTheKind) {
             EXPECT_STREQ(state_.last_error, "no supported nelto analyzer found at USB");
             continue;
         }
-        EXPECT_EQ(opened->kind, row.kind);
-        EXPECT_EQ(Nelto780Close(opened.get()), 0U);
+        EXPECT_EQ(opened->Kind(), row.kind);
+        EXPECT_EQ(opened->Close(), 0U);
         EXPECT_TRUE(Logged("Connection closed (USB to nelto 780 2010)"));
         EXPECT_EQ(Maker().calls.back(), "Close 7") << "the low 32 bits of the handle";
     }
@@ -152,13 +152,13 @@ TEST_F(Search2010Test, TheCodeOnTheSerialLinkTellsTheKind) {
         peer.answers[Hex("42")]                    = Hex(row.answer);
         const auto opened                          = Open(5);
         ASSERT_NE(opened, nullptr) << state_.last_error;
-        EXPECT_EQ(opened->kind, row.kind);
+        EXPECT_EQ(opened->Kind(), row.kind);
         EXPECT_TRUE(Logged(row.line));
         EXPECT_EQ(Maker().calls[0], "StartLogging 1");
         EXPECT_EQ(Maker().calls[1], "OpenBluetoothFromPipe");
 
         const std::uint32_t handles = World().serial_ports[L"COM5"].open_handles;
-        EXPECT_EQ(Nelto780Close(opened.get()), 0U);
+        EXPECT_EQ(opened->Close(), 0U);
         EXPECT_EQ(Maker().calls.back(), "Close 9");
         EXPECT_EQ(World().serial_ports[L"COM5"].open_handles, handles)
             << "the pipe's port is not the program's any more";
@@ -189,7 +189,7 @@ TEST_F(Search2010Test, TheHeatingCheckIsNotAskedForOverTheBytesOfALink) {
         InstallFakeMaker();
         Maker().usb_devices[37] = 1;
         state_.communication    = communication;
-        const auto opened       = OpenInstrumentConnection(state_);
+        const auto opened       = Nelto780Open(state_);
         ASSERT_NE(opened, nullptr) << state_.last_error;
         const std::size_t requests = peer.requests.size();
         const std::size_t calls    = Maker().calls.size();
@@ -208,8 +208,8 @@ TEST_F(Search2010Test, NothingGrowsWithLibrariesOrWithout) {
         Maker().usb_devices = {{37, 1}};
         const auto opened   = Open(kUsb);
         ASSERT_NE(opened, nullptr);
-        Nelto780Close(opened.get());
-        EXPECT_EQ(Nelto780Close(opened.get()), 0U);  // a second close finds nothing
+        opened->Close();
+        EXPECT_EQ(opened->Close(), 0U);  // a second close finds nothing
         Maker().calls.clear();
         Maker().usb_devices.clear();
         EXPECT_EQ(Open(kUsb), nullptr);

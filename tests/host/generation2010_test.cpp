@@ -115,8 +115,8 @@ TEST_F(Generation2010Test, EachModelHasItsTextMapper) {
         InstallFakeMaker();
         Connect(row.kind);
         EXPECT_EQ(TimesLoaded(row.library), 1U);
-        EXPECT_TRUE(TextMapper(row.kind, connection_.log).HasUnitTexts());
-        connection_.generation2010.reset();
+        EXPECT_TRUE(TextMapper(row.kind, BaseLog()).HasUnitTexts());
+        analyser_.reset();
         EXPECT_EQ(TimesLoaded(row.library), 0U);
         EXPECT_FALSE(Logged("IDTEXTMAPPER_T780.DLL not found"));
 

@@ -1,9 +1,9 @@
-#include "transport/irda_transport.h"
+#include "transport/irda_link.h"
 
 #include <array>
 
 #include "fault_stage.h"
-#include "instrument/instrument_connection.h"
+#include "instrument/opening.h"
 #include "platform/memory/memory_irda_socket.h"
 
 namespace nelto {
@@ -29,19 +29,27 @@ protected:
         TheIrdaWorld().device_list = MakeIrdaDeviceList({"NELTO T780"});
     }
     void TearDown() override {
-        CloseIrda();
+        link_.reset();
         EXPECT_EQ(TheIrdaWorld().open_sockets, 0u);
         EXPECT_EQ(TheIrdaWorld().references, 0u);
     }
 
-    static void Connect() { ASSERT_EQ(IrdaOpen(), kIrdaOpenOk); }
+    IrdaOpenResult Open() {
+        IrdaOpenResult result = kIrdaOpenOk;
+        link_                 = IrdaLink::Open(&stop_, result);
+        EXPECT_EQ(link_ != nullptr, result == kIrdaOpenOk);
+        return result;
+    }
+    void Connect() { ASSERT_EQ(Open(), kIrdaOpenOk); }
 
-    std::uint32_t Transceive(std::size_t capacity, Bytes request = {0xAA}) {
+    LinkStatus Transceive(std::size_t capacity, Bytes request = {0xAA}) {
         reply_.assign(capacity, 0xEE);
         received_ = 99;
-        return IrdaTransceive(request, reply_, received_);
+        return link_->Transceive(request, reply_, received_, 0);
     }
 
+    std::unique_ptr<IrdaLink> link_;
+    std::atomic<std::uint32_t> stop_{0};
     Bytes reply_;
     std::size_t received_ = 0;
 };
@@ -50,8 +58,6 @@ struct OpenCase {
     const char* cause;
     void (*arrange)(IrdaWorld& world);
     std::uint32_t result;
-    std::uint32_t references_left;
-    std::uint32_t sockets_left;
     std::string log;
     DebugLines debug_lines;
 };
@@ -60,34 +66,32 @@ const Bytes kForeignDevices = MakeIrdaDeviceList({"Printer", kLongName, "NELTO T
 
 // clang-format off
 const std::array kOpenCases = {
-    OpenCase{"no Winsock",      [](IrdaWorld& world) { world.has_winsock = false; },     1, 0, 0, "Error 1\r\n", {}},
-    OpenCase{"no infrared",     [](IrdaWorld& world) { world.has_family = false; },      1, 1, 0, "Error 1\r\n", {}},
-    OpenCase{"not blocking",    [](IrdaWorld& world) { world.blocking_fails = true; },   2, 1, 1, "Error 2\r\n", {}},
-    OpenCase{"no listing",      [](IrdaWorld& world) { world.listing_fails = true; },    3, 1, 1, "Error 3\r\n", {}},
-    OpenCase{"nobody there",    [](IrdaWorld& world) { world.device_list.clear(); },     4, 1, 1,
+    OpenCase{"no Winsock",      [](IrdaWorld& world) { world.has_winsock = false; }, 1, "Error 1\r\n", {}},
+    OpenCase{"no infrared",     [](IrdaWorld& world) { world.has_family = false; }, 1, "Error 1\r\n", {}},
+    OpenCase{"not blocking",    [](IrdaWorld& world) { world.blocking_fails = true; }, 2, "Error 2\r\n", {}},
+    OpenCase{"no listing",      [](IrdaWorld& world) { world.listing_fails = true; }, 3, "Error 3\r\n", {}},
+    OpenCase{"nobody there",    [](IrdaWorld& world) { world.device_list.clear(); }, 4,
              "Error 4: no IrDA device in range\r\n", {L"ZIVNELTO780: no IrDA device in range"}},
-    OpenCase{"foreign devices", [](IrdaWorld& world) { world.device_list = kForeignDevices; },    5, 1, 1,
+    OpenCase{"foreign devices", [](IrdaWorld& world) { world.device_list = kForeignDevices; }, 5,
              "Device name Printer\r\nDevice name NELTO T7801\r\nDevice name NELTO T78\r\n", {}},
-    OpenCase{"refused",         [](IrdaWorld& world) { world.connect_error = 10061; },   6, 1, 1,
+    OpenCase{"refused",         [](IrdaWorld& world) { world.connect_error = 10061; }, 6,
              "Device name NELTO T780\r\nError 6: connect failed 10061\r\n",
              {L"Error connect 1", L"connect failed", L"Error 10061"}},
 };
 // clang-format on
 
-TEST_F(IrdaTransport, FailedOpeningsTellTheirCauseAndLeaveTheRestToClose) {
+TEST_F(IrdaTransport, FailedOpeningsTellTheirCauseAndLeaveNothingOpen) {
     for (const OpenCase& row : kOpenCases) {
         SCOPED_TRACE(row.cause);
         SetUp();
         row.arrange(TheIrdaWorld());
-        EXPECT_EQ(IrdaOpen(), row.result);
-        EXPECT_EQ(TheIrdaWorld().references, row.references_left);
-        EXPECT_EQ(TheIrdaWorld().open_sockets, row.sockets_left);
+        EXPECT_EQ(Open(), row.result);
         EXPECT_EQ(TheWorld().files[kLog], row.log);
         EXPECT_EQ(TheWorld().debug_lines, row.debug_lines);
         TearDown();
 
         ProgramState state{.communication = kIrda};
-        EXPECT_EQ(test::OpenInstrumentConnection(state), nullptr);  // which closes as well
+        EXPECT_EQ(test::Nelto780Open(state), nullptr);
         EXPECT_EQ(TheIrdaWorld().open_sockets + TheIrdaWorld().references, 0u);
         EXPECT_STREQ(state.last_error, "open analyzer connection via IrDA failed");
         EXPECT_TRUE(test::LogHas(L"Nelto780Base.txt",
@@ -98,14 +102,14 @@ TEST_F(IrdaTransport, FailedOpeningsTellTheirCauseAndLeaveTheRestToClose) {
 TEST_F(IrdaTransport, WorksWithoutItsLog) {
     TheWorld().unwritable_files.insert(kLog);
     TheIrdaWorld().device_list.clear();
-    EXPECT_EQ(IrdaOpen(), kIrdaNoDevice);
+    EXPECT_EQ(Open(), kIrdaNoDevice);
     EXPECT_EQ(TheWorld().debug_lines, DebugLines{L"ZIVNELTO780: no IrDA device in range"});
     TearDown();
     SetUp();
     TheWorld().unwritable_files.insert(kLog);
     Connect();
     TheIrdaWorld().pieces = {Bytes{0, 0xAA, 4, 0}};
-    EXPECT_EQ(Transceive(4096), kIrdaOk);
+    EXPECT_EQ(Transceive(4096), LinkStatus::kOk);
     EXPECT_TRUE(TheWorld().files.empty());
 }
 
@@ -126,7 +130,7 @@ TEST_F(IrdaTransport, TheFirstDeviceWithAnAcceptedNameIsConnected) {
     for (const NameCase& row : cases) {
         SetUp();
         TheIrdaWorld().device_list = MakeIrdaDeviceList(row.names);
-        EXPECT_EQ(IrdaOpen(), row.chosen != 0 ? kIrdaOpenOk : kIrdaNoAcceptedName);
+        EXPECT_EQ(Open(), row.chosen != 0 ? kIrdaOpenOk : kIrdaNoAcceptedName);
         EXPECT_EQ(TheIrdaWorld().device[0], row.chosen) << row.names.front();
         if (row.chosen != 0) {
             EXPECT_EQ(TheIrdaWorld().service, row.names[row.chosen - 1u].c_str());
@@ -140,15 +144,15 @@ TEST_F(IrdaTransport, ADeviceCountBeyondTheListIsCut) {
     names.emplace_back("NELTO T780");
     TheIrdaWorld().device_list    = MakeIrdaDeviceList(names);
     TheIrdaWorld().device_list[3] = 0xFF;  // thousands of millions
-    EXPECT_EQ(IrdaOpen(), kIrdaOpenOk);
+    EXPECT_EQ(Open(), kIrdaOpenOk);
     EXPECT_EQ(TheIrdaWorld().list_space, 2048u);
     EXPECT_EQ(TheIrdaWorld().device, (platform::IrdaDeviceId{70, 0, 0, 0x0A}));
 }
 
-TEST_F(IrdaTransport, ASecondOpeningEmptiesTheLogAndTakesNothingTwice) {
+TEST_F(IrdaTransport, ASecondOpeningEmptiesTheLog) {
     Connect();
+    link_.reset();
     Connect();
-    EXPECT_EQ(TheIrdaWorld().references, 1u);
     EXPECT_EQ(TheWorld().files[kLog], "Device name NELTO T780\r\n");
 }
 
@@ -156,7 +160,7 @@ struct ReplyCase {
     const char* what;
     std::vector<IrdaPiece> pieces;
     std::size_t capacity;
-    std::uint32_t result;
+    LinkStatus result;
     std::size_t received;
     DebugLines debug_lines;
     std::size_t receive_calls;
@@ -165,6 +169,10 @@ struct ReplyCase {
 const Bytes kTwelve = {0x00, 0x90, 0x0C, 0x00, 1, 2, 3, 4, 5, 6, 7, 8};
 const IrdaPiece kGone{Bytes{}};
 
+constexpr auto kGood = LinkStatus::kOk;
+constexpr auto kLost = LinkStatus::kDriverFailed;
+constexpr auto kBad  = LinkStatus::kProtocolFault;
+
 IrdaPiece Part(std::size_t from, std::size_t to) {
     return Bytes(kTwelve.begin() + static_cast<std::ptrdiff_t>(from),
                  kTwelve.begin() + static_cast<std::ptrdiff_t>(to));
@@ -172,24 +180,24 @@ IrdaPiece Part(std::size_t from, std::size_t to) {
 
 TEST_F(IrdaTransport, AReplyIsWholeWhenItsOwnLengthHasArrived) {
     const std::array cases = {
-        ReplyCase{"at once", {kTwelve}, 4096, 0, 12, {}, 1},
-        ReplyCase{"as long as its capacity", {kTwelve}, 12, 0, 12, {}, 1},
-        ReplyCase{"header alone", {Bytes{0, 0x20, 4, 0}}, 4, 0, 4, {}, 1},
-        ReplyCase{"header split", {Part(0, 1), Part(1, 3), Part(3, 12)}, 4096, 0, 12, {}, 3},
-        ReplyCase{"behind the header", {Part(0, 4), Part(4, 11), Part(11, 12)}, 4096, 0, 12, {}, 3},
-        ReplyCase{"split, all of its capacity", {Part(0, 2), Part(2, 12)}, 12, 0, 12, {}, 2},
-        ReplyCase{"too long at first sight", {Bytes{0, 0x90, 13, 0}}, 12, 2, 0, {L"1"}, 1},
-        ReplyCase{"too long by its high byte", {Bytes{0, 0x90, 0, 0x10, 1}}, 4095, 2, 0, {L"1"}, 1},
-        ReplyCase{"no room for a header", {Bytes{0, 0x20, 3}}, 3, 2, 0, {L"1"}, 1},
-        ReplyCase{"too long, seen later", {Bytes{0, 0x90, 13}, Bytes{0}}, 12, 2, 0, {L"3"}, 2},
-        ReplyCase{"length 0", {Bytes{0, 0x90, 0, 0}}, 4096, 2, 0, {L"3"}, 1},
-        ReplyCase{"length 3, seen later", {Bytes{0, 0x90, 3}, Bytes{0}}, 4096, 2, 0, {L"3"}, 2},
-        ReplyCase{"more than it says", {Bytes{0, 0x90, 5, 0, 1, 2}}, 4096, 2, 0, {L"3"}, 1},
-        ReplyCase{"more than it says, all of its capacity", {Bytes{0, 0x90, 5, 0, 1, 2}}, 6, 2, 0, {L"3"}, 1},
-        ReplyCase{"gone at once", {kGone}, 4096, 1, 0, {}, 1},
-        ReplyCase{"gone on the way", {Part(0, 4), Part(4, 11), kGone}, 4096, 1, 0, {}, 3},
-        ReplyCase{"failure at once", {std::nullopt}, 4096, 1, 0, {L"2"}, 1},
-        ReplyCase{"failure on the way", {Part(0, 11), std::nullopt}, 4096, 1, 0, {L"2"}, 2},
+        ReplyCase{"at once", {kTwelve}, 4096, kGood, 12, {}, 1},
+        ReplyCase{"as long as its capacity", {kTwelve}, 12, kGood, 12, {}, 1},
+        ReplyCase{"header alone", {Bytes{0, 0x20, 4, 0}}, 4, kGood, 4, {}, 1},
+        ReplyCase{"header split", {Part(0, 1), Part(1, 3), Part(3, 12)}, 4096, kGood, 12, {}, 3},
+        ReplyCase{"behind the header", {Part(0, 4), Part(4, 11), Part(11, 12)}, 4096, kGood, 12, {}, 3},
+        ReplyCase{"split, all of its capacity", {Part(0, 2), Part(2, 12)}, 12, kGood, 12, {}, 2},
+        ReplyCase{"too long at first sight", {Bytes{0, 0x90, 13, 0}}, 12, kBad, 0, {L"1"}, 1},
+        ReplyCase{"too long by its high byte", {Bytes{0, 0x90, 0, 0x10, 1}}, 4095, kBad, 0, {L"1"}, 1},
+        ReplyCase{"no room for a header", {Bytes{0, 0x20, 3}}, 3, kBad, 0, {L"1"}, 1},
+        ReplyCase{"too long, seen later", {Bytes{0, 0x90, 13}, Bytes{0}}, 12, kBad, 0, {L"3"}, 2},
+        ReplyCase{"length 0", {Bytes{0, 0x90, 0, 0}}, 4096, kBad, 0, {L"3"}, 1},
+        ReplyCase{"length 3, seen later", {Bytes{0, 0x90, 3}, Bytes{0}}, 4096, kBad, 0, {L"3"}, 2},
+        ReplyCase{"more than it says", {Bytes{0, 0x90, 5, 0, 1, 2}}, 4096, kBad, 0, {L"3"}, 1},
+        ReplyCase{"more than it says, all of its capacity", {Bytes{0, 0x90, 5, 0, 1, 2}}, 6, kBad, 0, {L"3"}, 1},
+        ReplyCase{"gone at once", {kGone}, 4096, kLost, 0, {}, 1},
+        ReplyCase{"gone on the way", {Part(0, 4), Part(4, 11), kGone}, 4096, kLost, 0, {}, 3},
+        ReplyCase{"failure at once", {std::nullopt}, 4096, kLost, 0, {L"2"}, 1},
+        ReplyCase{"failure on the way", {Part(0, 11), std::nullopt}, 4096, kLost, 0, {L"2"}, 2},
     };
     for (const ReplyCase& row : cases) {
         SCOPED_TRACE(row.what);
@@ -210,25 +218,46 @@ TEST_F(IrdaTransport, AReplyIsWholeWhenItsOwnLengthHasArrived) {
 TEST_F(IrdaTransport, BytesBehindTheReplyAreLeftForTheNextOne) {
     Connect();
     TheIrdaWorld().pieces = {Part(0, 4), Bytes{1, 2, 3, 4, 5, 6, 7, 8, 0, 0x20, 4, 0}};
-    EXPECT_EQ(Transceive(4096), kIrdaOk);
+    EXPECT_EQ(Transceive(4096), LinkStatus::kOk);
     EXPECT_EQ(received_, 12u);
     EXPECT_EQ(reply_[12], 0u);  // the rest of the buffer is zeroed
-    EXPECT_EQ(Transceive(4096), kIrdaOk);
+    EXPECT_EQ(Transceive(4096), LinkStatus::kOk);
     EXPECT_EQ(received_, 4u);
 }
 
+TEST_F(IrdaTransport, ASilentAnalyserIsWaitedForUntilAStop) {
+    for (const bool answers_after_all : {false, true}) {
+        SetUp();
+        stop_ = 0;
+        Connect();
+        TheIrdaWorld().is_silent  = true;
+        const std::uint32_t start = TheWorld().now;
+        TheWorld().on_wait        = [&] {
+            const std::uint32_t waited = TheWorld().now - start;
+            if (waited >= 60000) stop_ = 1;
+            if (waited >= 61000 && answers_after_all) TheIrdaWorld().pieces = {kTwelve};
+        };
+        EXPECT_EQ(Transceive(4096), answers_after_all ? kGood : LinkStatus::kStopped);
+        EXPECT_GE(TheWorld().now - start, 61000U);
+        EXPECT_LE(TheWorld().now - start, 61600U);
+        TheWorld().on_wait = nullptr;
+        EXPECT_TRUE(TheWorld().debug_lines.empty());  // no word of a fault
+        TearDown();
+    }
+}
+
 TEST_F(IrdaTransport, SendingThatFailsEndsTheExchange) {
-    const std::array<void (*)(), 3> causes = {
-        [] { TheIrdaWorld().sending_fails = true; },
-        [] { TheIrdaWorld().sends_half = true; },
-        [] { CloseIrda(); },
+    const std::array<void (*)(IrdaLink&), 3> causes = {
+        [](IrdaLink&) { TheIrdaWorld().sending_fails = true; },
+        [](IrdaLink&) { TheIrdaWorld().sends_half = true; },
+        [](IrdaLink& link) { link.Close(); },
     };
     for (const auto cause : causes) {
         SetUp();
         Connect();
-        cause();
+        cause(*link_);
         TheIrdaWorld().pieces = {kTwelve};
-        EXPECT_EQ(Transceive(4096), kIrdaLinkFailed);
+        EXPECT_EQ(Transceive(4096), LinkStatus::kDriverFailed);
         EXPECT_EQ(received_, 0u);
         EXPECT_EQ(TheIrdaWorld().receive_calls, 0u);
         EXPECT_EQ(TheWorld().debug_lines, DebugLines{L"sending of data failed"});
@@ -244,7 +273,7 @@ TEST_F(IrdaTransport, TracesSixteenBytesALineAndAnEmptyLineBehindAFullOne) {
     sixteen[2]            = 16;
     sixteen[3]            = 0;
     TheIrdaWorld().pieces = {sixteen};
-    EXPECT_EQ(Transceive(4096, request), kIrdaOk);
+    EXPECT_EQ(Transceive(4096, request), LinkStatus::kOk);
     const std::string expected =
         "Device name NELTO T780\r\n"
         "SEND 17 Bytes\r\n"
@@ -254,14 +283,14 @@ TEST_F(IrdaTransport, TracesSixteenBytesALineAndAnEmptyLineBehindAFullOne) {
         "0A 0A 10 00 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A \r\n"
         "\r\n";
     EXPECT_EQ(TheWorld().files[kLog], expected);
-    CloseIrda();
-    EXPECT_EQ(Transceive(4096), kIrdaLinkFailed);
+    link_->Close();
+    EXPECT_EQ(Transceive(4096), LinkStatus::kDriverFailed);
     EXPECT_EQ(TheWorld().files[kLog], expected);
 }
 
 TEST_F(IrdaTransport, AnAnalyserIsNeverIdentifiedAndAskedForItsSlaveModeAtTheEnd) {
     test::Stage stage(Transport::kIrda);
-    const std::unique_ptr<Instrument> instrument = test::OpenInstrumentConnection(stage.state);
+    const std::unique_ptr<Instrument> instrument = test::Nelto780Open(stage.state);
     ASSERT_NE(instrument, nullptr);
     EXPECT_EQ(instrument->Kind(), 780u);
     EXPECT_EQ(instrument->SubType(), 0u);

@@ -1,14 +1,13 @@
 // Replies that come after their time-out.
 #include <algorithm>
 #include <functional>
+#include <optional>
 #include <random>
 #include <set>
 #include <utility>
 
 #include "fault_stage.h"
-#include "instrument/dispatch.h"
-#include "instrument/generation2004/heating_check.h"
-#include "instrument/instrument_connection.h"
+#include "instrument/opening.h"
 
 namespace nelto::test {
 namespace {
@@ -33,6 +32,8 @@ struct LateRow {
     std::set<int> missing;  // result lists
     bool noise   = false;   // while the late reply is waited for
     bool bunched = false;   // answers that wait come at once
+    std::optional<std::uint32_t> unasked =
+        {};  // so long after one another the blocks behind the late one come by themselves
 };
 
 constexpr std::uint32_t kNever = 0;
@@ -53,6 +54,9 @@ const LateRow kLateRows[] = {
     {"a header as late as two time-outs, noise", "A5 08", 8000, nullptr, 0, {1}, true},
     {"a header as late as two time-outs, bunched", "A5 08", 6010, nullptr, 0, {1}, false, true},
     {"two of three late", nullptr, 0, "A5 0A", 3500, {1, 2, 3}},
+    {"a header just late, unasked", "A5 08", 3010, nullptr, 0, {1}, false, false, 20},
+    {"quantities just late, unasked", "A5 0A", 3010, nullptr, 0, {1}, false, false, 20},
+    {"records just late, unasked", "A5 09", 3010, nullptr, 0, {1}, false, false, 20},
 };
 
 TEST(LateReply, NeverStandsUnderAnotherIdentInTheHeatingCheck) {
@@ -60,7 +64,7 @@ TEST(LateReply, NeverStandsUnderAnotherIdentInTheHeatingCheck) {
         for (const LateRow& row : kLateRows) {
             if (row.bunched && transport == Transport::kUsb) continue;  // its exchange takes the whole queue, and fails
             SCOPED_TRACE(row.name);
-            Stage stage(transport);
+            Stage stage(transport, row.unasked ? 7 : 40);
             const auto connection = Nelto780Open(stage.state);
             ASSERT_NE(connection, nullptr);
             stage.reads_one_block = row.bunched;
@@ -72,32 +76,37 @@ TEST(LateReply, NeverStandsUnderAnotherIdentInTheHeatingCheck) {
                          [&](Stage& struck, Reply& reply) {
                              if (row.noise) struck.AddNoise(4000);
                              if (row.delay == kNever) reply.blocks.clear();
-                             reply.delay_ms = row.delay;
+                             reply.delay_ms   = row.delay;
+                             reply.unasked_ms = row.unasked;
                          });
             ChannelTable table{};
-            EXPECT_EQ(ReadHeatingCheck2004(*connection, table), 0U);
+            EXPECT_EQ(connection->ReadHeatingCheck(table), row.missing.empty());
             Values values;
             for (const ChannelRecord& record : UsedRecords(table)) values.push_back(record.value);
             EXPECT_EQ(values, Results(row.missing));
             ChannelTable channels{};
-            EXPECT_EQ(GetOnlineValues(*connection, channels), 0U) << "the next conversation is in step";
-            Nelto780Close(connection.get());
+            EXPECT_EQ(connection->ReadValues(channels), 0U) << "the next conversation is in step";
+            connection->Close();
         }
     }
 }
 
-/// View idents and values of the heating check.
-std::set<std::pair<std::uint32_t, float>> ReadResults(Transport transport,
-                                                      const std::function<std::uint32_t(const Bytes&)>& delays) {
-    Stage stage(transport);
+/// How replies to a request come.
+using Times = std::function<std::uint32_t(const Bytes& request)>;
+
+/// View idents and values of the heating check. With `pauses`, blocks of so many bytes come by themselves.
+std::set<std::pair<std::uint32_t, float>> ReadResults(Transport transport, const Times& delays,
+                                                      const Times& pauses = {}, std::size_t block = 40) {
+    Stage stage(transport, block);
     stage.delays          = delays;
+    stage.pauses          = pauses;
     const auto connection = Nelto780Open(stage.state);
     ChannelTable table{};
     if (connection == nullptr) return {};
-    static_cast<void>(ReadHeatingCheck2004(*connection, table));
+    static_cast<void>(connection->ReadHeatingCheck(table));
     std::set<std::pair<std::uint32_t, float>> results;
     for (const ChannelRecord& record : UsedRecords(table)) results.emplace(record.view_ident, record.value);
-    Nelto780Close(connection.get());
+    connection->Close();
     return results;
 }
 
@@ -118,6 +127,31 @@ TEST(LateReply, NeverStandsUnderAnotherIdentWhateverTheDelays) {
     }
 }
 
+TEST(LateReply, NeverStandsUnderAnotherIdentWhereItsBlocksComeByThemselves) {
+    std::mt19937 random(20110307);
+    for (const Transport transport : {Transport::kSerial, Transport::kUsb}) {
+        const auto truth = ReadResults(transport, [](const Bytes&) { return 20U; });
+        for (const std::size_t block : {7U, 24U}) {
+            for (const std::uint32_t longest : {100U, 1000U, 2900U}) {
+                int false_runs = 0;
+                for (int run = 0; run < 40; ++run) {
+                    bool late        = false;
+                    const auto delay = [&](const Bytes& request) {
+                        late = request.front() == 0xA5 && random() % 4 == 0;
+                        return late ? static_cast<std::uint32_t>(random() % 9000) : 20U;
+                    };
+                    const auto pause = [&](const Bytes&) {
+                        return late ? static_cast<std::uint32_t>(random() % longest) : 20U;
+                    };
+                    const auto results = ReadResults(transport, delay, pause, block);
+                    false_runs += std::ranges::includes(truth, results) ? 0 : 1;
+                }
+                EXPECT_EQ(false_runs, 0) << "blocks of " << block << ", up to " << longest << " ms between them";
+            }
+        }
+    }
+}
+
 TEST(LateReply, IsWaitedForUntilAStop) {
     for (const Transport transport : {Transport::kSerial, Transport::kUsb}) {
         Stage stage(transport);
@@ -133,12 +167,12 @@ TEST(LateReply, IsWaitedForUntilAStop) {
             stage.state.stop_request = 1;
         };
         ChannelTable table{};
-        EXPECT_EQ(ReadHeatingCheck2004(*connection, table), 0U);
+        EXPECT_FALSE(connection->ReadHeatingCheck(table));
         EXPECT_NE(stopped, 0U);
         EXPECT_LE(World().now - stopped, 100U);
         EXPECT_TRUE(UsedRecords(table).empty());
         World().on_wait = nullptr;
-        Nelto780Close(connection.get());
+        connection->Close();
     }
 }
 

@@ -1,6 +1,5 @@
 #include "fake_d2xx.h"
-#include "instrument/instrument_connection.h"
-#include "instrument/link.h"
+#include "instrument/opening.h"
 #include "support.h"
 
 namespace nelto::test {
@@ -20,7 +19,7 @@ protected:
     bool Open() {
         const auto connection = Nelto780Open(state_);
         if (connection == nullptr) return false;
-        EXPECT_EQ(Nelto780Close(connection.get()), kDone);
+        EXPECT_EQ(connection->Close(), 0U);
         return true;
     }
 
@@ -33,10 +32,10 @@ TEST_F(UsbOpening, AnAnalyserIsIdentifiedSetUpAndClosed) {
     library_.Attach(2, "1", &analyser_);
     const auto connection = Nelto780Open(state_);
     ASSERT_NE(connection, nullptr);
-    EXPECT_EQ(connection->kind, kKind780);
-    EXPECT_EQ(connection->sub_type, 2u);
+    EXPECT_EQ(connection->Kind(), kKind780);
+    EXPECT_EQ(connection->SubType(), 2u);
     EXPECT_STREQ(state_.last_error, "");
-    EXPECT_EQ(Nelto780Close(connection.get()), kDone);
+    EXPECT_EQ(connection->Close(), 0U);
     EXPECT_TRUE(library_.AllReleased());
 
     // World's calendar: 7 March 2011, 14:05:09.

@@ -4,9 +4,7 @@
 
 #include "block_session.h"
 #include "core/value_text.h"
-#include "instrument/dispatch.h"
-#include "instrument/generation2004/heating_check.h"
-#include "instrument/instrument_connection.h"
+#include "instrument/opening.h"
 #include "platform/wide_text.h"
 #include "replay_session.h"
 #include "scenario.h"
@@ -59,16 +57,17 @@ Lines Connect(int reads) {
     const auto connection = Nelto780Open(state);
     if (connection == nullptr) return {state.last_error.load()};
     ChannelTable channels{}, heating_check{};
-    shown.push_back("configuration " + std::to_string(GetOnlineConfiguration(*connection, channels)));
-    shown.push_back("heating check " + std::to_string(ReadHeatingCheck2004(*connection, heating_check)));
+    shown.push_back("configuration " + std::to_string(connection->ReadConfiguration(channels)));
+    const bool whole = connection->ReadHeatingCheck(heating_check);
+    shown.push_back(whole ? "heating check" : "heating check in part");
     Tell(shown, heating_check);
     for (std::uint32_t result = 0; reads > 0 && result == 0; --reads) {
-        result = GetOnlineValues(*connection, channels);
+        result = connection->ReadValues(channels);
         shown.push_back("values " + std::to_string(result));
         Tell(shown, channels);
         World().now += 1000;
     }
-    Nelto780Close(connection.get());
+    connection->Close();
     return shown;
 }
 

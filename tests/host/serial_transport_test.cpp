@@ -1,4 +1,4 @@
-#include "transport/serial_transport.h"
+#include "transport/serial_link.h"
 
 #include "support.h"
 
@@ -11,24 +11,29 @@ class SerialTransportTest : public HostTest {
 protected:
     SerialTransportTest() { World().serial_ports[L"COM5"].device = &peer_; }
 
-    void Open() { ASSERT_EQ(SerialOpen(5, port_), kSerialOk); }
+    void Open() {
+        link_ = SerialLink::Open(5, &stop_);
+        ASSERT_NE(link_, nullptr);
+    }
 
     std::uint32_t Transceive(const Bytes& message, std::uint32_t timeout_ms = 200) {
-        return SerialTransceive(port_, message, reply_, received_, timeout_ms);
+        return SerialResultOf(link_->Transceive(message, reply_, received_, timeout_ms));
     }
     Bytes Reply() const { return {reply_.begin(), reply_.begin() + static_cast<std::ptrdiff_t>(received_)}; }
 
     ScriptedPeer peer_;
-    platform::SerialHandle port_ = platform::SerialHandle::kNone;
+    std::unique_ptr<SerialLink> link_;
+    std::atomic<std::uint32_t> stop_{0};
     std::array<std::uint8_t, 256> reply_{};
     std::size_t received_ = 0;
 };
 
 TEST_F(SerialTransportTest, OpensThePortWithItsSettingsAndSaysWhatFailed) {
     World().serial_ports[L"\\\\.\\COM10"].device = &peer_;
-    ASSERT_EQ(SerialOpen(10, port_), kSerialOk);
+    ASSERT_NE(SerialLink::Open(10, nullptr), nullptr);
     EXPECT_EQ(World().serial_ports[L"\\\\.\\COM10"].baud_rate, 19200U);
-    EXPECT_EQ(LogLines(kZivLog), (std::vector<std::string>{"NeltoRS232Open uPort = 10, \\\\.\\COM10", "Port open OK"}));
+    EXPECT_EQ(LogLines(kZivLog), (std::vector<std::string>{"NeltoRS232Open uPort = 10, \\\\.\\COM10", "Port open OK",
+                                                           "Serial port closed"}));
     EXPECT_EQ(World().debug_lines.at(1), L"Serial port opened");
 
     struct Case {
@@ -44,8 +49,7 @@ TEST_F(SerialTransportTest, OpensThePortWithItsSettingsAndSaysWhatFailed) {
     for (const Case& row : cases) {
         platform::memory::ResetWorld();
         row.spoil(World().serial_ports[L"COM9"]);
-        EXPECT_EQ(SerialOpen(9, port_), kSerialOpenFailed);
-        EXPECT_EQ(port_, platform::SerialHandle::kNone);
+        EXPECT_EQ(SerialLink::Open(9, nullptr), nullptr);
         std::vector<std::string> lines = {"NeltoRS232Open uPort = 9, COM9"};
         lines.insert(lines.end(), row.lines.begin(), row.lines.end());
         EXPECT_EQ(LogLines(kZivLog), lines);
@@ -113,8 +117,10 @@ TEST_F(SerialTransportTest, EndsEveryFaultWithItsCodeAndLine) {
         EXPECT_EQ(Transceive(Bytes(row.message_size, 0x42)), row.result);
         EXPECT_EQ(LogLines(kZivLog).back(), row.line);
         if (row.result != 0) EXPECT_EQ(received_, 0U);
+        link_.reset();
     }
-    EXPECT_EQ(SerialTransceive(platform::SerialHandle::kNone, Hex("42"), reply_, received_, 200), kSerialNotOpen);
+    SerialLink closed(platform::SerialHandle::kNone, nullptr);
+    EXPECT_EQ(closed.Transceive(Hex("42"), reply_, received_, 200), LinkStatus::kNotOpen);
 }
 
 TEST_F(SerialTransportTest, NeverTakesALateAnswerForTheNext) {
@@ -141,6 +147,16 @@ TEST_F(SerialTransportTest, SaysHowMuchAShortWriteWrote) {
     peer_.most_written = 4;
     EXPECT_EQ(Transceive(Hex("42")), kSerialProtocolFault);
     EXPECT_TRUE(LogHas(kZivLog, "Bytes written 4"));
+}
+
+TEST_F(SerialTransportTest, WaitsForNoAnswerToWhatAStopKeptFromBeingSent) {
+    Open();
+    peer_.most_written        = 4;
+    stop_                     = 1;
+    const std::uint32_t start = World().now;
+    EXPECT_EQ(link_->Transceive(Hex("42"), reply_, received_, 3000), LinkStatus::kStopped);
+    EXPECT_EQ(World().now, start);
+    for (const std::string& line : LogLines(kZivLog)) EXPECT_EQ(line.find("rror"), std::string::npos) << line;
 }
 
 }  // namespace

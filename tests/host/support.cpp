@@ -5,18 +5,11 @@
 
 namespace nelto::test {
 
-std::unique_ptr<InstrumentConnection> Nelto780Open(ProgramState& state) {
+std::unique_ptr<Instrument> Nelto780Open(ProgramState& state) {
     const char* error = "";
     auto connection   = nelto::Nelto780Open(state.communication, state.stop_request, error);
     state.last_error  = error;
     return connection;
-}
-
-std::unique_ptr<Instrument> OpenInstrumentConnection(ProgramState& state) {
-    const char* error = "";
-    auto instrument   = nelto::OpenInstrumentConnection(state.communication, state.stop_request, error);
-    state.last_error  = error;
-    return instrument;
 }
 
 std::vector<std::string> LogLines(const std::wstring& file_name) {

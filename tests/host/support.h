@@ -7,7 +7,7 @@
 #include <string>
 
 #include "core/program_state.h"
-#include "instrument/instrument_connection.h"
+#include "instrument/opening.h"
 #include "serial_peers.h"
 
 namespace nelto::test {
@@ -20,8 +20,7 @@ protected:
 };
 
 /// Opens as the worker does: by the state's settings, the reason of a failure into `last_error`.
-std::unique_ptr<InstrumentConnection> Nelto780Open(ProgramState& state);
-std::unique_ptr<Instrument> OpenInstrumentConnection(ProgramState& state);
+std::unique_ptr<Instrument> Nelto780Open(ProgramState& state);
 
 /// Lines of a log in the temporary directory, without its line ends.
 std::vector<std::string> LogLines(const std::wstring& file_name);

@@ -7,6 +7,7 @@
 #include "platform/memory/memory_event.h"
 #include "platform/memory/memory_file_version.h"
 #include "support.h"
+#include "transport/usb_exchange.h"
 
 namespace nelto::test {
 namespace {
@@ -34,7 +35,7 @@ Listing List(std::uint32_t type, std::size_t capacity = 8) {
 
 /// Opens and closes again; gives the index of the device that was opened, -1 for none.
 std::uint32_t TryOpen(const FakeD2xx& library, std::uint32_t type, std::uint32_t serial, std::ptrdiff_t& index) {
-    UsbLink* link              = reinterpret_cast<UsbLink*>(&index);
+    UsbPort* link              = reinterpret_cast<UsbPort*>(&index);
     const std::uint32_t result = NeltoUSBOpen(type, serial, link);
     EXPECT_EQ(link != nullptr, result == kUsbOk);
     index = -1;
@@ -228,7 +229,7 @@ TEST_F(UsbDevices, ClosingReleasesWhateverTheDriverSays) {
     for (const Row& row : rows) {
         FakeD2xx library;
         library.Attach(2, "1");
-        UsbLink* link = nullptr;
+        UsbPort* link = nullptr;
         ASSERT_EQ(NeltoUSBOpen(2, kAny, link), kUsbOk);
         row.arrange(library);
         EXPECT_EQ(NeltoUSBClose(link), row.result);
@@ -272,8 +273,8 @@ protected:
         World().now += 1000;
         peer_.answers.clear();
         peer_.written.clear();
-        link_->late_bytes_possible = true;
-        DropLateUsbBytes(*link_);
+        std::array<std::uint8_t, kUsbAnswerSize> rest;
+        while (ReadQueuedUsb(*link_, rest) > 0) {}
         Answer(kIdentPacket);
         EXPECT_EQ(Transceive(Hex("42")), kUsbOk);
         EXPECT_EQ(reply_, Hex("00 42 00 00 54 37 38 30 01"));
@@ -290,7 +291,7 @@ protected:
 
     ScriptedPeer peer_;
     FakeD2xx library_;
-    UsbLink* link_ = nullptr;
+    UsbPort* link_ = nullptr;
     Bytes reply_;
 };
 
@@ -389,15 +390,71 @@ TEST_F(UsbMessages, RepliesFitTheCallersBufferOrFail) {
     }
 }
 
-TEST_F(UsbMessages, ARepeatedPacketIsSkippedInTheProgramsConversationsAlone) {
-    for (const bool skip : {false, true}) {
-        Answer(kFirstOfTwo);
-        Answer(kFirstOfTwo);
-        Answer(kSecondOfTwo);
-        link_->skip_repetitions = skip;
-        EXPECT_EQ(Transceive(Hex("42")), kUsbOk);
-        EXPECT_EQ(reply_, skip ? Hex("01 02 03 04 05") : Hex("01 02 03 01 02 03 04 05"));
+/// The program's own conversation over the link; `stop` ends it.
+class OwnUsbMessages : public UsbMessages {
+protected:
+    LinkStatus OwnTransceive(std::uint32_t timeout_ms) {
+        reply_.resize(64);
+        std::size_t length      = 0;
+        const LinkStatus status = own_.Transceive(Hex("42"), reply_, length, timeout_ms);
+        reply_.resize(length);
+        return status;
     }
+    void TearDown() override {
+        own_.Close();
+        EXPECT_TRUE(library_.AllReleased());
+    }
+
+    std::atomic<std::uint32_t> stop_{0};
+    UsbLink own_{std::exchange(link_, nullptr), &stop_};
+};
+
+TEST_F(UsbMessages, ARepeatedPacketIsTakenAsItComes) {
+    for (const Bytes& packet : {kFirstOfTwo, kFirstOfTwo, kSecondOfTwo}) Answer(packet);
+    EXPECT_EQ(Transceive(Hex("42")), kUsbOk);
+    EXPECT_EQ(reply_, Hex("01 02 03 01 02 03 04 05"));
+}
+
+TEST_F(OwnUsbMessages, ARepeatedPacketIsSkipped) {
+    for (const Bytes& packet : {kFirstOfTwo, kFirstOfTwo, kSecondOfTwo}) Answer(packet);
+    EXPECT_EQ(OwnTransceive(200), LinkStatus::kOk);
+    EXPECT_EQ(reply_, Hex("01 02 03 04 05"));
+}
+
+TEST_F(UsbMessages, ASignalWithoutBytesIsAFailureOfTheDriver) {
+    library_.signals_early = true;
+    Answer(kIdentPacket);
+    EXPECT_EQ(Transceive(Hex("42")), kUsbDriverFailed);
+    library_.signals_early = false;
+}
+
+TEST_F(OwnUsbMessages, ASignalWithoutBytesIsWaitedOnWithinTheSameTimeout) {
+    library_.signals_early = true;
+    Answer(kIdentPacket);
+    EXPECT_EQ(OwnTransceive(200), LinkStatus::kOk);
+    library_.hides_queue      = true;  // signals, and nothing ever comes
+    const std::uint32_t start = World().now;
+    Answer(kIdentPacket);
+    EXPECT_EQ(OwnTransceive(200), LinkStatus::kTimeOut);
+    EXPECT_EQ(World().now - start, 200U);
+}
+
+TEST_F(OwnUsbMessages, AStopEndsAReplyThatTricklesInAndNoShorterOne) {
+    library_.piece_size = 1;
+    for (const std::uint32_t pause : {100U, 900U}) {
+        library_.piece_pause = pause;  // 17 bytes: 1.7 and 15.3 seconds
+        Answer(kIdentPacket);
+        World().on_wait = [this, before = World().on_wait, at = World().now + 500] {
+            before();
+            if (World().now >= at) stop_ = 1;
+        };
+        const std::uint32_t start = World().now;
+        const bool is_short       = pause == 100;
+        EXPECT_EQ(OwnTransceive(1000), is_short ? LinkStatus::kOk : LinkStatus::kStopped);
+        if (!is_short) EXPECT_LE(World().now - start, 500 + kBlockStopPatience + 200);
+        stop_ = 0;
+    }
+    World().on_wait = nullptr;
 }
 
 TEST_F(UsbMessages, PacketsComeInPiecesOfAnySize) {

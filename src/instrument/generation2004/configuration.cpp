@@ -6,6 +6,7 @@
 
 #include "instrument/generation2004/exchange.h"
 #include "instrument/greek_letters.h"
+#include "instrument/table_builder.h"
 #include "platform/wide_text.h"
 
 namespace nelto {
@@ -55,55 +56,11 @@ struct MeasuredChannel {
     std::uint8_t unit;
 };
 
-/// The table under construction: records are added behind the last one, never past the 64th.
-class TableBuilder {
-public:
-    explicit TableBuilder(ChannelTable& channels) : channels_(channels) {
-        for (ChannelRecord& record : channels_) {
-            record = {};
-            platform::CopyText(record.label, L"?");
-        }
-    }
-
-    [[nodiscard]] std::size_t Count() const { return count_; }
-
-    /// The next record with its ident and unit, or null when the table is full.
-    ChannelRecord* Add(std::uint32_t view_ident, std::uint32_t unit) {
-        if (count_ == channels_.size()) return nullptr;
-        ChannelRecord& record = channels_[count_++];
-        record.view_ident     = view_ident;
-        record.unit           = unit;
-        return &record;
-    }
-
-    void AddNumber(std::uint32_t view_ident, const wchar_t* label, float value) {
-        ChannelRecord* record = Add(view_ident, kPercent);
-        if (record == nullptr) return;
-        platform::CopyText(record->label, label);
-        record->resolution = kOneDecimal;
-        record->value_type = kNumber;
-        record->value      = value;
-    }
-
-    ChannelRecord* AddText(std::uint32_t view_ident, const wchar_t* label, std::wstring_view text) {
-        ChannelRecord* record = Add(view_ident, kNoUnit);
-        if (record == nullptr) return nullptr;
-        platform::CopyText(record->label, label);
-        platform::CopyText(record->text, text);
-        record->value_type = kText;
-        return record;
-    }
-
-private:
-    ChannelTable& channels_;
-    std::size_t count_ = 0;
-};
-
 /// One configuration read, step by step in the order of the conversation. A step that fails returns false.
 class ConfigurationReader {
 public:
-    ConfigurationReader(const InstrumentConnection& connection, ChannelTable& channels)
-        : log_(connection.log), talk_(connection), table_(channels) {}
+    ConfigurationReader(Session& session, ChannelTable& channels)
+        : session_(session), talk_(session), table_(channels, kChannelCapacity, L"?") {}
 
     bool Read() {
         return ReadVisibleViews() && ReadMeasuredChannels() && ReadAdditionalChannels() && ReadFuel() &&
@@ -134,19 +91,19 @@ private:
                          kAnswerTimeout, capacity);
     }
 
-    const BaseLog& log_;
+    Session& session_;
     Conversation2004 talk_;
     TableBuilder table_;
     std::vector<VisibleView> views_;
 };
 
 bool ConfigurationReader::ReadVisibleViews() {
-    log_.Write(L"GetOnlineConfiguration: GET_ALLVISIBLEVIEWIDENTS");
+    session_.log.Write(L"GetOnlineConfiguration: GET_ALLVISIBLEVIEWIDENTS");
     if (!talk_.Ask(kGetAllVisibleIdents)) {
-        log_.Write(L"GetOnlineConfiguration: Error reading ViewIdents");
+        session_.Failed(L"GetOnlineConfiguration: Error reading ViewIdents");
         return false;
     }
-    log_.WriteF(L"Returned buffer size: %u", static_cast<unsigned>(talk_.Answer().Size()));
+    session_.log.WriteF(L"Returned buffer size: %u", static_cast<unsigned>(talk_.Answer().Size()));
     for (std::size_t index = 0; index < talk_.RecordCount(kViewIdentEntrySize); ++index) {
         const ByteView entry = talk_.Record(index, kViewIdentEntrySize);
         views_.push_back({.view_ident = entry.Long(0), .text_key = entry.Word(8)});
@@ -159,7 +116,7 @@ bool ConfigurationReader::ReadMeasuredChannels() {
     if (!talk_.Ask(talk_.Answer().Byte(4) == kMeasConfig4 ? kReadValuesConfig4 : kReadValues)) return false;
 
     const std::size_t count = std::min(talk_.RecordCount(kValueRecordSize), kChannelCapacity);
-    log_.WriteF(L"Number of channels: %u", static_cast<unsigned>(count));
+    session_.log.WriteF(L"Number of channels: %u", static_cast<unsigned>(count));
     // The label reads below replace the answer, so its idents and units are taken over first.
     std::vector<MeasuredChannel> measured;
     for (std::size_t index = 0; index < count; ++index) {
@@ -169,7 +126,7 @@ bool ConfigurationReader::ReadMeasuredChannels() {
     for (std::size_t index = 0; index < count; ++index) {
         ChannelRecord* record = table_.Add(measured[index].view_ident, measured[index].unit);
         if (record == nullptr || !ReadLabel(*record)) return false;
-        log_.WriteF(L"Channel %u", static_cast<unsigned>(index));
+        session_.log.WriteF(L"Channel %u", static_cast<unsigned>(index));
     }
     return true;
 }
@@ -185,7 +142,7 @@ bool ConfigurationReader::ReadLabel(ChannelRecord& record) {
 
 bool ConfigurationReader::ReadAdditionalChannels() {
     if (!talk_.Ask(kReadAdditionalValues)) {
-        log_.Write(L"error reading additional channels");
+        session_.Failed(L"error reading additional channels");
         return false;
     }
     if (table_.Count() >= kRoomForAdditional) return true;
@@ -219,19 +176,19 @@ bool ConfigurationReader::ReadFuel() {
 bool ConfigurationReader::ReadFuelName(std::uint8_t fuel_number) {
     if (!AskAbout(kReadFuelEntry, fuel_number) || !talk_.Answer().Covers(4, 2)) return false;
     if (!AskViewText(talk_.Answer().Word(4), kAnswerCapacity)) return false;
-    ChannelRecord* record = table_.AddText(kFuel, L"Fuel type", Utf16Text(talk_.Payload()));
-    if (record == nullptr) return true;
-    const auto row     = std::ranges::find(kFuelClasses, fuel_number, &FuelClassRow::fuel_number);
-    const bool known   = fuel_number < kFirstNoFuel && row != kFuelClasses.end();
-    record->value      = known ? row->fuel_class : 0.0F;
-    record->value_type = known ? kText : kNoValue;  // a fuel without a class is shown without its name
+    const auto row       = std::ranges::find(kFuelClasses, fuel_number, &FuelClassRow::fuel_number);
+    const bool known     = fuel_number < kFirstNoFuel && row != kFuelClasses.end();
+    ChannelRecord record = TextRecord(kFuel, kNoUnit, L"Fuel type", Utf16Text(talk_.Payload()));
+    record.value         = known ? row->fuel_class : 0.0F;
+    record.value_type    = known ? kText : kNoValue;  // a fuel without a class is shown without its name
+    table_.Add(record);
     return true;
 }
 
 bool ConfigurationReader::ReadFuelParameters(std::uint8_t fuel_number) {
     if (!AskAbout(kReadFuelParameters, fuel_number) || !talk_.Answer().Covers(4, 8)) return false;
-    table_.AddNumber(kMaximumCarbonDioxide, L"CO2max", talk_.Answer().Single(4));
-    table_.AddNumber(kReferenceOxygen, L"O2Ref", talk_.Answer().Single(8));
+    table_.Add(NumberRecord(kMaximumCarbonDioxide, kPercent, L"CO2max", talk_.Answer().Single(4)));
+    table_.Add(NumberRecord(kReferenceOxygen, kPercent, L"O2Ref", talk_.Answer().Single(8)));
     return true;
 }
 
@@ -242,48 +199,48 @@ bool ConfigurationReader::ReadDeviceData() {
         if (table_.Count() >= kRoomForDevice) break;
         if (!(this->*step)()) return false;
     }
-    log_.Write(L"Nelto780GetOnlineConfiguration2004 finished");
+    session_.log.Write(L"Nelto780GetOnlineConfiguration2004 finished");
     return true;
 }
 
 bool ConfigurationReader::AddDeviceType() {
-    log_.Write(L"get device type");
+    session_.log.Write(L"get device type");
     if (!talk_.Ask(kGetDeviceType) || !talk_.Answer().Covers(4, 1)) return false;
     const std::size_t type = talk_.Answer().Byte(4);
-    table_.AddText(kDevice, L"Device", kDeviceNames[type < kDeviceNames.size() ? type : 0]);
+    table_.Add(TextRecord(kDevice, kNoUnit, L"Device", kDeviceNames[type < kDeviceNames.size() ? type : 0]));
     return true;
 }
 
 bool ConfigurationReader::AddFirmwareVersion() {
-    log_.Write(L"get firmware version");
+    session_.log.Write(L"get firmware version");
     if (!talk_.Ask(kGetFirmwareVersion) || !talk_.Answer().Covers(4, 4)) return false;
     std::array<wchar_t, kChannelTextSize> text{};
     platform::FormatText(text, L"%X.%02X", talk_.Answer().Byte(7), talk_.Answer().Byte(6));
-    table_.AddText(kVersion, L"Version", text.data());
+    table_.Add(TextRecord(kVersion, kNoUnit, L"Version", text.data()));
     return true;
 }
 
 bool ConfigurationReader::AddSerialNumber() {
-    log_.Write(L"get serial number");
+    session_.log.Write(L"get serial number");
     if (!talk_.Ask(kGetSerialNumber) || !talk_.Answer().Covers(4, 4)) return false;
     std::array<wchar_t, kChannelTextSize> text{};
     platform::FormatText(text, L"%08u", talk_.Answer().Long(4));
-    table_.AddText(kSerialNumber, L"SerNo", text.data());
+    table_.Add(TextRecord(kSerialNumber, kNoUnit, L"SerNo", text.data()));
     return true;
 }
 
 bool ConfigurationReader::AddSmokePump() {
-    log_.Write(L"get smoke pump number");
+    session_.log.Write(L"get smoke pump number");
     if (!talk_.Ask(kGetSmokePumpNumber)) return false;
     const std::size_t whole_characters = talk_.Payload().Size() / 2 * 2;
-    table_.AddText(kSmokePump, L"SmokeP", Utf16Text(talk_.Payload().Part(0, whole_characters)));
+    table_.Add(TextRecord(kSmokePump, kNoUnit, L"SmokeP", Utf16Text(talk_.Payload().Part(0, whole_characters))));
     return true;
 }
 
 }  // namespace
 
-std::uint32_t Nelto780GetOnlineConfiguration2004(const InstrumentConnection& connection, ChannelTable& channels) {
-    return ConfigurationReader(connection, channels).Read() ? kDone : kBadAnswer;
+std::uint32_t Nelto780GetOnlineConfiguration2004(Session& session, ChannelTable& channels) {
+    return ConfigurationReader(session, channels).Read() ? kDone : kBadAnswer;
 }
 
 }  // namespace nelto

@@ -33,21 +33,23 @@ bool AnswerIsGood(Transport transport, ByteView answer, std::uint8_t command) {
 
 }  // namespace
 
-std::uint32_t Exchange2004(const InstrumentConnection& connection, std::span<const std::uint8_t> command,
-                           std::span<std::uint8_t> answer, std::size_t& received, std::uint32_t timeout_ms) {
+std::uint32_t Exchange2004(Session& session, std::span<const std::uint8_t> command, std::span<std::uint8_t> answer,
+                           std::size_t& received, std::uint32_t timeout_ms, LinkStatus& status) {
     received = 0;
-    if (connection.StopRequested() || command.empty()) return kBadAnswer;
+    status   = LinkStatus::kStopped;
+    if (session.StopRequested() || command.empty()) return kBadAnswer;
     std::size_t count = 0;
-    if (LinkTransceive(connection.link, command, answer, count, timeout_ms) != 0) return kBadAnswer;
+    status            = session.link->Transceive(command, answer, count, timeout_ms);
+    if (status != LinkStatus::kOk) return kBadAnswer;
     const ByteView view(answer.first(std::min(count, answer.size())));
-    if (!AnswerIsGood(connection.link.transport, view, command.front())) return kBadAnswer;
+    if (!AnswerIsGood(session.transport, view, command.front())) return kBadAnswer;
     received = view.Size();
     return kDone;
 }
 
 bool Conversation2004::Ask(std::span<const std::uint8_t> command, std::uint32_t timeout_ms, std::size_t capacity) {
     const auto answer = std::span(storage_).first(std::min(capacity, storage_.size()));
-    return Exchange2004(connection_, command, answer, received_, timeout_ms) == kDone;
+    return Exchange2004(session_, command, answer, received_, timeout_ms, status_) == kDone;
 }
 
 ByteView Conversation2004::Record(std::size_t index, std::size_t size) const {

@@ -8,26 +8,28 @@
 
 #include "instrument/generation2004/answer.h"
 #include "instrument/generation2004/commands.h"
-#include "instrument/instrument_connection.h"
+#include "instrument/session.h"
 
 namespace nelto {
 
 /// Sends `command` and receives its answer: byte 0 is 0, byte 1 repeats the command, and on USB and serial bytes 2 and 3 are 0
-/// (over infrared they hold the frame's length). Returns kDone and the received length, or kBadAnswer and 0. Once a stop
-/// is requested nothing is sent any more and the result is kBadAnswer.
-[[nodiscard]] std::uint32_t Exchange2004(const InstrumentConnection& connection, std::span<const std::uint8_t> command,
+/// (over infrared they hold the frame's length). Returns kDone and the received length, or kBadAnswer and 0; `status` is what the
+/// link said, kOk also for an answer with a bad header. Once a stop is requested nothing is sent any more.
+[[nodiscard]] std::uint32_t Exchange2004(Session& session, std::span<const std::uint8_t> command,
                                          std::span<std::uint8_t> answer, std::size_t& received,
-                                         std::uint32_t timeout_ms);
+                                         std::uint32_t timeout_ms, LinkStatus& status);
 
 /// A conversation through Exchange2004 that keeps the last answer.
 class Conversation2004 {
 public:
-    explicit Conversation2004(const InstrumentConnection& connection) : connection_(connection) {}
+    explicit Conversation2004(Session& session) : session_(session) {}
 
     /// True when the command was answered; the answer replaces the last one.
     [[nodiscard]] bool Ask(std::span<const std::uint8_t> command, std::uint32_t timeout_ms = kAnswerTimeout,
                            std::size_t capacity = kAnswerCapacity);
 
+    /// What the link said of the last question.
+    [[nodiscard]] LinkStatus Status() const { return status_; }
     /// The last answer, its four header bytes included.
     [[nodiscard]] ByteView Answer() const { return ByteView(std::span(storage_).first(received_)); }
     [[nodiscard]] ByteView Payload() const { return Answer().Part(kAnswerHeaderSize); }
@@ -37,7 +39,8 @@ public:
     [[nodiscard]] std::size_t RecordCount(std::size_t size) const { return Payload().Size() / size; }
 
 private:
-    const InstrumentConnection& connection_;
+    Session& session_;
+    LinkStatus status_ = LinkStatus::kOk;
     std::array<std::uint8_t, kAnswerCapacity> storage_{};
     std::size_t received_ = 0;
 };

@@ -20,6 +20,7 @@ constexpr std::size_t kEntrySize         = 12;
 constexpr std::size_t kValueSize         = 4;
 constexpr std::uint16_t kResultBlock     = 21;
 constexpr std::uint16_t kNoReference     = 0xFFFF;
+constexpr std::uint32_t kSpare           = 100;  // milliseconds: an answer that is due now takes a moment to come in
 
 constexpr std::array<std::size_t, 3> kReferenceOffsets = {8, 14, 20};
 
@@ -79,29 +80,26 @@ std::vector<Entry> TakeEntries(const Conversation2004& talk) {
     return entries;
 }
 
-/// One read of the heating check. All requests for results have the same code, and only that code stands in an answer: one that
-/// missed its time-out would pass for the answer to the next request, and all later values for those of other quantities. So a
-/// reply that has not come in time is waited for as long once more, without asking for anything. If it is still owed then, the
-/// next result list is believed only after the line has stayed silent for that time again, and else read a second time.
+/// One read of the heating check. All its requests have the same code, and only that code stands in an answer: a late answer would
+/// pass for that to the next request. So when an answer is missing or damaged, nothing more is asked until the line has been silent
+/// for a little more than twice its time-out; what comes meanwhile is thrown away. A link that has failed itself ends the read, and so does a stop.
 class HeatingCheckReader {
 public:
-    HeatingCheckReader(const InstrumentConnection& connection, ChannelTable& table)
-        : link_(connection.link), talk_(connection), table_(table) {}
+    HeatingCheckReader(Session& session, ChannelTable& table) : link_(*session.link), talk_(session), table_(table) {}
 
     std::uint32_t Read();
+    [[nodiscard]] bool IsWhole() const { return is_whole_; }
 
 private:
-    static constexpr int kAttempts = 2;
-
     bool Ask(std::span<const std::uint8_t> command, std::uint32_t timeout_ms = kAnswerTimeout);
-    bool IsInStep();
-    void ReadReference(const Reference& reference);
-    void TakeResults(const Reference& reference, ChannelTable& table);
+    [[nodiscard]] bool GetInStep(std::uint32_t timeout_ms);
+    bool ReadList(const Reference& reference);
 
-    const Link& link_;
+    Link& link_;
     Conversation2004 talk_;
     ChannelTable& table_;
-    std::size_t owed_ = 0;  // replies that came neither in time nor in as much time again
+    bool is_whole_ = false;
+    bool is_ended_ = false;
 };
 
 std::uint32_t HeatingCheckReader::Read() {
@@ -110,70 +108,65 @@ std::uint32_t HeatingCheckReader::Read() {
 
     const auto list_command = BlockCommand<9>(kReadViewList, talk_.Payload().Bytes());
     if (!Ask(list_command, kShortTimeout)) return kTransportFailure;
+    is_whole_ = true;
     if (talk_.Answer().Size() < kShortestViewList) return kDone;
 
     for (const Reference& reference : FindReferences(talk_.Answer())) {
         if (FirstFreeRecord(table_) == nullptr) break;  // nothing more could be stored
-        ReadReference(reference);
+        if (!ReadList(reference)) is_whole_ = false;
+        if (is_ended_) break;
     }
     return kDone;
 }
 
 bool HeatingCheckReader::Ask(std::span<const std::uint8_t> command, std::uint32_t timeout_ms) {
     if (talk_.Ask(command, timeout_ms)) return true;
-    if (link_.late.owed && !LateReplyArrives(link_, timeout_ms)) ++owed_;
+    is_ended_ = !GetInStep(timeout_ms);
     return false;
 }
 
-/// Listens for what is left of owed replies, of which the later ones have passed for earlier ones; false when there is anything.
-bool HeatingCheckReader::IsInStep() {
-    while (owed_ > 0 && LateReplyArrives(link_, kAnswerTimeout)) --owed_;
-    if (link_.late.seen || IsRequested(link_.stop_request)) return false;
-    owed_ = 0;  // lost: the analyser answers in order
-    return true;
-}
-
-void HeatingCheckReader::ReadReference(const Reference& reference) {
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        ChannelTable results = table_;
-        link_.late.seen      = false;
-        TakeResults(reference, results);
-        if (link_.late.owed) return;
-        if (owed_ != 0 && !IsInStep()) continue;
-        table_ = results;
-        return;
+/// After a question that failed: true once the next one can be asked.
+bool HeatingCheckReader::GetInStep(std::uint32_t timeout_ms) {
+    switch (talk_.Status()) {
+        case LinkStatus::kOk: return true;  // refused, but answered
+        case LinkStatus::kDriverFailed:
+        case LinkStatus::kNotOpen:
+        case LinkStatus::kStopped: return false;
+        default: return link_.WaitForSilence(2 * timeout_ms + kSpare);
     }
 }
 
-/// Reads one result list: its header, its quantities, and its records with one value for each quantity. Whatever fails ends
-/// this list alone.
-void HeatingCheckReader::TakeResults(const Reference& reference, ChannelTable& table) {
-    if (!Ask(BlockCommand<9>(kReadHeader, reference)) || talk_.Answer().Size() < kShortestHeader) return;
+/// Reads one result list: its header, its quantities, and its records with one value for each quantity. False when that fails, which
+/// ends this list alone.
+bool HeatingCheckReader::ReadList(const Reference& reference) {
+    if (!Ask(BlockCommand<9>(kReadHeader, reference)) || talk_.Answer().Size() < kShortestHeader) return false;
     const std::uint16_t record_count = talk_.Answer().Word(kRecordCountOffset);
 
-    if (!Ask(BlockCommand<9>(kReadEntries, reference))) return;
+    if (!Ask(BlockCommand<9>(kReadEntries, reference))) return false;
     const std::vector<Entry> entries = TakeEntries(talk_);
 
     auto read_records = BlockCommand<13>(kReadRecords, reference);
     read_records[11]  = static_cast<std::uint8_t>(record_count);
-    if (!Ask(read_records) || record_count == 0 || entries.empty()) return;
-    // While a reply is owed, this may be an earlier one: then its size tells.
-    const std::size_t expected = std::size_t{read_records[11]} * entries.size() * kValueSize;
-    if (owed_ != 0 && talk_.Payload().Size() != expected) return;
+    if (!Ask(read_records)) return false;
+    if (record_count == 0 || entries.empty()) return true;
 
     const std::size_t values = std::min(talk_.RecordCount(kValueSize), std::size_t{record_count} * entries.size());
     for (std::size_t index = 0; index < values; ++index) {
         const ByteView value = talk_.Record(index, kValueSize);
         const Entry& entry   = entries[index % entries.size()];
         if (value.Long(0) != kNoValueMark && entry.view_ident != kFreeRecord)
-            StoreResult(table, entry, value.Single(0));
+            StoreResult(table_, entry, value.Single(0));
     }
+    return true;
 }
 
 }  // namespace
 
-std::uint32_t ReadHeatingCheck2004(const InstrumentConnection& connection, ChannelTable& heating_check) {
-    return HeatingCheckReader(connection, heating_check).Read();
+std::uint32_t ReadHeatingCheck2004(Session& session, ChannelTable& heating_check, bool& whole) {
+    HeatingCheckReader reader(session, heating_check);
+    const std::uint32_t result = reader.Read();
+    whole                      = reader.IsWhole();
+    return result;
 }
 
 }  // namespace nelto

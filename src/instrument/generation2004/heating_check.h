@@ -4,12 +4,12 @@
 #include <cstdint>
 
 #include "core/channel_table.h"
-#include "instrument/instrument_connection.h"
+#include "instrument/session.h"
 
 namespace nelto {
 
 /// Fills free records of the table with the results that the analyser has stored. Returns kDone, kTransportFailure or, for an
-/// opening answer of the wrong length, kBadAnswer. Used whatever the instrument kind. Worker thread.
-std::uint32_t ReadHeatingCheck2004(const InstrumentConnection& connection, ChannelTable& heating_check);
+/// opening answer of the wrong length, kBadAnswer; `whole` says whether all results were read. Worker thread.
+std::uint32_t ReadHeatingCheck2004(Session& session, ChannelTable& heating_check, bool& whole);
 
 }  // namespace nelto

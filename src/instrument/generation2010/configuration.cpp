@@ -7,7 +7,9 @@
 #include "instrument/generation2010/device_call.h"
 #include "instrument/generation2010/fuel.h"
 #include "instrument/generation2010/ident_translation.h"
-#include "instrument/generation2010/values.h"
+#include "instrument/generation2010/measurement_cache.h"
+#include "instrument/generation2010/value_records.h"
+#include "instrument/table_builder.h"
 #include "platform/wide_text.h"
 
 namespace nelto {
@@ -33,28 +35,20 @@ constexpr std::array kModels = {
 };
 
 ChannelRecord TextChannel(std::uint32_t view_ident, const wchar_t* label, std::wstring_view text) {
-    ChannelRecord channel = {.view_ident = view_ident, .resolution = kOneDecimal, .value_type = kText};
-    platform::CopyText(channel.label, label);
-    platform::CopyText(channel.text, text);
+    ChannelRecord channel = TextRecord(view_ident, 0, label, text);
+    channel.resolution    = kOneDecimal;
     return channel;
 }
 
 ChannelRecord PercentChannel(std::uint32_t ident_2010, const wchar_t* label, float value) {
-    ChannelRecord channel = {.view_ident = ViewIdentOf(ident_2010),
-                             .unit       = kPercent,
-                             .resolution = kOneDecimal,
-                             .value_type = kNumber,
-                             .value      = value};
-    platform::CopyText(channel.label, label);
-    return channel;
+    return NumberRecord(ViewIdentOf(ident_2010), kPercent, label, value);
 }
 
 /// One configuration read, step by step. A step that fails has written its line to the log and returns kBadAnswer.
 class ConfigurationReader {
 public:
-    ConfigurationReader(const InstrumentConnection& connection, std::uint32_t model, const TextMapper& texts,
-                        ChannelTable& channels)
-        : connection_(connection), model_(model), texts_(texts), channels_(channels) {}
+    ConfigurationReader(Session& session, std::uint32_t model, const TextMapper& texts, ChannelTable& channels)
+        : session_(session), model_(model), texts_(texts), channels_(channels, kMostChannels2010, L"") {}
 
     std::uint32_t Read();
 
@@ -62,9 +56,9 @@ private:
     using Step = std::uint32_t (ConfigurationReader::*)();
 
     /// A stop of the program takes effect between two steps.
-    std::uint32_t Do(Step step) { return connection_.StopRequested() ? std::uint32_t{kBadAnswer} : (this->*step)(); }
+    std::uint32_t Do(Step step) { return session_.StopRequested() ? std::uint32_t{kBadAnswer} : (this->*step)(); }
 
-    std::uint32_t AddMeasurementCache() { return GetMeasCache(connection_, texts_, channels_); }
+    std::uint32_t AddMeasurementCache() { return GetMeasCache(session_, texts_, channels_); }
     std::uint32_t AddCurrentValues();
     std::uint32_t ConfirmMeasurement();
     std::uint32_t AddFuel();
@@ -75,15 +69,10 @@ private:
     std::uint32_t AddSerialNumber();
     std::uint32_t AddSmokePump();
 
-    std::uint32_t Failed(const wchar_t* text) const {
-        connection_.log.Write(text);
-        return kBadAnswer;
-    }
-
-    const InstrumentConnection& connection_;
+    Session& session_;
     std::uint32_t model_;
     const TextMapper& texts_;
-    ChannelFiller channels_;
+    TableBuilder channels_;
 };
 
 std::uint32_t ConfigurationReader::Read() {
@@ -106,39 +95,39 @@ std::uint32_t ConfigurationReader::Read() {
         if (channels_.IsFull()) break;
         if (const auto result = Do(step); result != kDone) return result;
     }
-    connection_.log.WriteF(L"Total Number of online channels %u", static_cast<unsigned>(channels_.Used()));
-    connection_.log.Write(L"done reading online configuration");
+    session_.log.WriteF(L"Total Number of online channels %u", static_cast<unsigned>(channels_.Count()));
+    session_.log.Write(L"done reading online configuration");
     return kDone;
 }
 
 std::uint32_t ConfigurationReader::AddCurrentValues() {
     RecordArray records;
-    const std::uint32_t result = ReadCurrentValues(connection_, records);
+    const std::uint32_t result = ReadCurrentValues(session_, records);
     if (result != kDone) return result;
-    for (const ValueRecord2010& record : records.Records()) AddRecord2010(record, texts_, connection_.log, channels_);
+    for (const ValueRecord2010& record : records.Records()) AddRecord2010(record, texts_, session_.log, channels_);
     return kDone;
 }
 
 /// Hands the measurement back to the analyser as it was read.
 std::uint32_t ConfigurationReader::ConfirmMeasurement() {
     RoomyNumber2010<std::uint32_t> measurement;
-    if (CallDevice(connection_, library::kGetCurrentMeasurement, &measurement) != 0) {
-        return Failed(L"NELTO760SPI_GetCurrentMeasurement failed");
+    if (CallDevice(session_, library::kGetCurrentMeasurement, &measurement) != 0) {
+        return session_.Failed(L"NELTO760SPI_GetCurrentMeasurement failed");
     }
-    if (CallDevice(connection_, library::kSetCurrentMeasurement, measurement.value) != 0) {
-        return Failed(L"NELTO760SPI_SetCurrentMeasurement failed");
+    if (CallDevice(session_, library::kSetCurrentMeasurement, measurement.value) != 0) {
+        return session_.Failed(L"NELTO760SPI_SetCurrentMeasurement failed");
     }
     return kDone;
 }
 
 std::uint32_t ConfigurationReader::AddFuel() {
-    if (channels_.Used() >= kRoomForFuel) return kDone;
+    if (channels_.Count() >= kRoomForFuel) return kDone;
     RoomyNumber2010<std::uint32_t> active;
-    if (CallDevice(connection_, library::kGetActiveFuelId, &active) != 0) {
-        return Failed(L"NELTO760SPI_GetActiveFuelID failed");
+    if (CallDevice(session_, library::kGetActiveFuelId, &active) != 0) {
+        return session_.Failed(L"NELTO760SPI_GetActiveFuelID failed");
     }
     const std::uint32_t library_fuel = active.value;
-    connection_.log.WriteF(L"Active FuelID  %u", library_fuel);
+    session_.log.WriteF(L"Active FuelID  %u", library_fuel);
     AddFuelChannel(library_fuel);
     AddFuelData(library_fuel);
     return kDone;
@@ -161,7 +150,7 @@ void ConfigurationReader::AddFuelChannel(std::uint32_t library_fuel) {
 /// An analyser that does not tell them is shown without them.
 void ConfigurationReader::AddFuelData(std::uint32_t library_fuel) {
     FuelData2010 data{};
-    if (CallDevice(connection_, library::kGetAppFuelData, library_fuel, &data) != 0) return;
+    if (CallDevice(session_, library::kGetAppFuelData, library_fuel, &data) != 0) return;
     channels_.Add(PercentChannel(kCarbonDioxide2010, L"CO2max", data.maximum_carbon_dioxide));
     channels_.Add(PercentChannel(kOxygen2010, L"O2Ref", data.reference_oxygen));
 }
@@ -173,8 +162,8 @@ std::uint32_t ConfigurationReader::AddDevice() {
         return kDone;
     }
     RoomyNumber2010<std::uint32_t> type{.value = kUnsetDeviceType};
-    if (CallDevice(connection_, library::kGetDeviceType, &type) != 0)
-        return Failed(L"NELTO760SPI_GetDeviceType failed");
+    if (CallDevice(session_, library::kGetDeviceType, &type) != 0)
+        return session_.Failed(L"NELTO760SPI_GetDeviceType failed");
     std::array<wchar_t, kChannelTextSize> text{};
     platform::FormatText(text, L"nelto 780-%u", type.value & 0xFF);  // the type is one byte
     channels_.Add(TextChannel(kDevice, L"Device", platform::TextIn(text)));
@@ -183,8 +172,8 @@ std::uint32_t ConfigurationReader::AddDevice() {
 
 std::uint32_t ConfigurationReader::AddVersion() {
     RoomyNumber2010<std::uint32_t> version;
-    if (CallDevice(connection_, library::kGetFirmwareVersion, &version) != 0) {
-        return Failed(L"NELTO760SPI_GetFirmwareVersion failed");
+    if (CallDevice(session_, library::kGetFirmwareVersion, &version) != 0) {
+        return session_.Failed(L"NELTO760SPI_GetFirmwareVersion failed");
     }
     std::array<wchar_t, kChannelTextSize> text{};
     platform::FormatText(text, L"%X.%02X", version.value >> 8, version.value & 0xFF);
@@ -194,8 +183,8 @@ std::uint32_t ConfigurationReader::AddVersion() {
 
 std::uint32_t ConfigurationReader::AddSerialNumber() {
     RoomyNumber2010<std::uint32_t> number;
-    if (CallDevice(connection_, library::kGetSerialNumberBox, &number) != 0) {
-        return Failed(L"NELTO760SPI_GetSerialNumberBox failed");
+    if (CallDevice(session_, library::kGetSerialNumberBox, &number) != 0) {
+        return session_.Failed(L"NELTO760SPI_GetSerialNumberBox failed");
     }
     std::array<wchar_t, kChannelTextSize> text{};
     platform::FormatText(text, L"%08u", number.value);
@@ -207,8 +196,8 @@ std::uint32_t ConfigurationReader::AddSmokePump() {
     if (model_ == kKind752) return kDone;  // has none
     Unread2010 unread{};
     LibraryText<kSmokePumpCapacity> number{};
-    if (CallDevice(connection_, library::kGetSmokePumpNumber, unread.data(), number.data(), kSmokePumpCapacity) != 0) {
-        return Failed(L"NELTO760SPI_GetSmokePumpNumber failed");
+    if (CallDevice(session_, library::kGetSmokePumpNumber, unread.data(), number.data(), kSmokePumpCapacity) != 0) {
+        return session_.Failed(L"NELTO760SPI_GetSmokePumpNumber failed");
     }
     // The labelling pass gives this channel its label.
     if (number.front() != L'\0') channels_.Add(TextChannel(kSmokePump, L"", platform::TextIn(number)));
@@ -217,9 +206,9 @@ std::uint32_t ConfigurationReader::AddSmokePump() {
 
 }  // namespace
 
-std::uint32_t GetOnlineConfiguration2010(const InstrumentConnection& connection, std::uint32_t model,
-                                         const TextMapper& texts, ChannelTable& channels) {
-    return ConfigurationReader(connection, model, texts, channels).Read();
+std::uint32_t GetOnlineConfiguration2010(Session& session, std::uint32_t model, const TextMapper& texts,
+                                         ChannelTable& channels) {
+    return ConfigurationReader(session, model, texts, channels).Read();
 }
 
 }  // namespace nelto

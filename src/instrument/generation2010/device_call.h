@@ -1,17 +1,16 @@
-// Library calls that concern the analyser of a connection.
+// Library calls that concern the analyser of a session.
 #pragma once
 
 #include "instrument/generation2010/library_functions.h"
-#include "instrument/instrument_connection.h"
+#include "instrument/session.h"
 
 namespace nelto {
 
 /// CallLibrary with the connection's device handle as first argument.
 template <typename... Arguments>
-std::uint32_t CallDevice(const InstrumentConnection& connection,
-                         const LibraryFunction<DeviceHandle, Arguments...>& function,
+std::uint32_t CallDevice(Session& session, const LibraryFunction<DeviceHandle, Arguments...>& function,
                          std::type_identity_t<Arguments>... arguments) {
-    return CallLibrary(function, static_cast<DeviceHandle>(connection.library_handle), arguments...);
+    return CallLibrary(function, static_cast<DeviceHandle>(session.library_handle), arguments...);
 }
 
 }  // namespace nelto

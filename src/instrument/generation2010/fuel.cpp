@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <array>
 
-#include "instrument/generation2010/device_call.h"
-
 namespace nelto {
 namespace {
 
@@ -29,13 +27,6 @@ std::uint32_t LibraryFuelOf(std::int32_t fuel_number) {
 std::int32_t FuelNumberOf(std::uint32_t library_fuel) {
     const auto row = std::ranges::find(kFuels, library_fuel, &FuelRow::library_fuel);
     return row == kFuels.end() ? 0 : row->fuel_number;
-}
-
-std::uint32_t SetActualFuel2010(const InstrumentConnection& connection, std::int32_t fuel_number) {
-    connection.log.WriteF(L"SetActualFuel. FuelID = %d", fuel_number);
-    const std::uint32_t library_fuel = LibraryFuelOf(fuel_number);
-    if (library_fuel == 0) return kDone;
-    return CallDevice(connection, library::kSetActiveFuelId, library_fuel) == 0 ? kDone : kBadAnswer;
 }
 
 }  // namespace nelto

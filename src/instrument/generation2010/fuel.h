@@ -5,16 +5,10 @@
 
 namespace nelto {
 
-struct InstrumentConnection;
-
 /// The library id of a fuel number; 0 for a number without one.
 [[nodiscard]] std::uint32_t LibraryFuelOf(std::int32_t fuel_number);
 
 /// The fuel number of a library id; 0 for an unknown one.
 [[nodiscard]] std::int32_t FuelNumberOf(std::uint32_t library_fuel);
-
-/// Makes the fuel the analyser's active one. Returns kDone, also for a number without a library id, which sends nothing, or
-/// kBadAnswer. Worker thread.
-std::uint32_t SetActualFuel2010(const InstrumentConnection& connection, std::int32_t fuel_number);
 
 }  // namespace nelto

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "platform/clock.h"
 #include "platform/memory/memory_calls.h"
 #include "platform/memory/memory_irda_socket.h"
 
@@ -96,7 +97,6 @@ std::ptrdiff_t ReceiveIrda(IrdaSocket socket, std::span<std::uint8_t> bytes) {
     ++TheIrdaWorld().receive_calls;
     if (Fails(Call::kReceive)) return -1;
     std::deque<memory::IrdaPiece>& pieces = TheIrdaWorld().pieces;
-    if (pieces.empty() && TheIrdaWorld().on_idle) TheIrdaWorld().on_idle();
     if (pieces.empty()) return -1;
     const memory::IrdaPiece piece = pieces.front();
     pieces.pop_front();
@@ -106,6 +106,15 @@ std::ptrdiff_t ReceiveIrda(IrdaSocket socket, std::span<std::uint8_t> bytes) {
     if (piece->begin() + taken != piece->end())
         pieces.emplace_front(std::in_place, piece->begin() + taken, piece->end());
     return taken;
+}
+
+bool WaitForIrda(IrdaSocket socket, std::uint32_t milliseconds) {
+    CheckOpen(socket);
+    if (!TheIrdaWorld().pieces.empty()) return true;
+    if (TheIrdaWorld().on_idle) TheIrdaWorld().on_idle();
+    if (!TheIrdaWorld().is_silent || !TheIrdaWorld().pieces.empty()) return true;
+    SleepMilliseconds(milliseconds);
+    return false;
 }
 
 std::size_t QueuedIrda(IrdaSocket socket) {

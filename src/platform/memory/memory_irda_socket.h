@@ -29,7 +29,8 @@ struct IrdaWorld {
     std::deque<IrdaPiece> pieces;  // what the receive calls give, one after the other; when empty they fail
     /// Called with each request that was sent whole; may add pieces.
     std::function<void(const std::vector<std::uint8_t>& request)> on_request;
-    /// Called when a receive call finds no pieces; may let time pass and add some.
+    bool is_silent = false;  // connected, but nothing comes: a wait for pieces lasts, instead of ending with a failure
+    /// Called when the program waits for pieces and there are none; may let time pass and add some.
     std::function<void()> on_idle;
 
     // What the program did.

@@ -155,6 +155,7 @@ std::ptrdiff_t ReceiveIrda(IrdaSocket, std::span<std::uint8_t> bytes) {
     const std::size_t count = Quick().peer->Give(bytes);
     return count == 0 && Quick().Fails(quick::kFailReceive) ? -1 : static_cast<std::ptrdiff_t>(count);
 }
+bool WaitForIrda(IrdaSocket, std::uint32_t) { return true; }
 std::size_t QueuedIrda(IrdaSocket) { return Quick().peer->Waiting(); }
 std::uint32_t IrdaError() { return 10047; }
 void CloseIrdaSocket(IrdaSocket) { Require(Quick().sockets-- != 0); }

@@ -37,6 +37,7 @@ struct Winsock {
     decltype(&::send) send;
     decltype(&::recv) recv;
     decltype(&::closesocket) closesocket;
+    decltype(&::select) select;  // may be missing: then a receive call waits without being asked
     bool is_complete = true;
 };
 
@@ -63,6 +64,7 @@ Winsock LoadWinsock() {
     Find(library, "send", winsock.send, winsock.is_complete);
     Find(library, "recv", winsock.recv, winsock.is_complete);
     Find(library, "closesocket", winsock.closesocket, winsock.is_complete);
+    winsock.select = reinterpret_cast<decltype(winsock.select)>(FindFunction(library, "select"));
     return winsock;
 }
 
@@ -114,6 +116,14 @@ std::ptrdiff_t SendIrda(IrdaSocket socket, std::span<const std::uint8_t> bytes) 
 
 std::ptrdiff_t ReceiveIrda(IrdaSocket socket, std::span<std::uint8_t> bytes) {
     return Loaded().recv(Native(socket), reinterpret_cast<char*>(bytes.data()), Count(bytes.size()), 0);
+}
+
+bool WaitForIrda(IrdaSocket socket, std::uint32_t milliseconds) {
+    if (Loaded().select == nullptr) return true;
+    fd_set readable  = {.fd_count = 1, .fd_array = {Native(socket)}};
+    timeval time_out = {.tv_sec  = static_cast<long>(milliseconds / 1000),
+                        .tv_usec = static_cast<long>(milliseconds % 1000 * 1000)};
+    return Loaded().select(0, &readable, nullptr, nullptr, &time_out) != 0;
 }
 
 std::size_t QueuedIrda(IrdaSocket socket) {

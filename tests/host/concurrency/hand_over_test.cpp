@@ -14,7 +14,7 @@
 #include "core/dialog_view.h"
 #include "core/manual_values.h"
 #include "core/serial_output.h"
-#include "instrument/instrument_connection.h"
+#include "instrument/opening.h"
 #include "serial_peers.h"
 
 namespace nelto::test {
@@ -202,7 +202,7 @@ TEST(HandOver, GivesTheDialogWholeMeasurementsAndTakesItsEdits) {
     for (std::uint32_t round = 1; round <= kRounds && !testing::Test::HasFailure(); ++round) {
         state.stop_request = 0;
         state.status       = kSearching;
-        std::thread worker([&state] { AcquisitionWorker(state, OpenInstrumentConnection); });
+        std::thread worker([&state] { AcquisitionWorker(state, Nelto780Open); });
         while (analyser.reads < round * kReadsOfARound && !testing::Test::HasFailure()) {
             dialog.Refresh();
             // The user in the settings dialog.

@@ -1,0 +1,115 @@
+#include "instrument/generation2004/analyser_2004.h"
+
+#include <algorithm>
+#include <array>
+
+#include "instrument/generation2004/configuration.h"
+#include "instrument/generation2004/exchange.h"
+#include "platform/clock.h"
+
+namespace nelto {
+namespace {
+
+constexpr std::size_t kSlaveModeAnswer         = 12;
+constexpr std::size_t kInfraredSlaveModeAnswer = 4;
+
+constexpr std::uint8_t Low(std::uint32_t number) { return static_cast<std::uint8_t>(number); }
+
+/// A channel without a value keeps its last number and resolution.
+void TakeValue(const ByteView& value_record, ChannelRecord& channel) {
+    if (value_record.Long(4) == kNoValueMark) {
+        channel.value_type = kNoValue;
+        return;
+    }
+    channel.value_type = kNumber;
+    channel.value      = value_record.Single(4);
+    channel.resolution = value_record.Byte(10);
+}
+
+}  // namespace
+
+std::uint32_t Analyser2004::SetActiveFuel(std::int32_t /*fuel_number*/) { return kDone; }
+
+std::uint32_t Analyser2004::ReadConfiguration(ChannelTable& channels) {
+    return Nelto780GetOnlineConfiguration2004(session_, channels);
+}
+
+std::uint32_t Analyser2004::ReadValues(ChannelTable& channels) {
+    Conversation2004 talk(session_);
+    session_.log.Write(L"Nelto780GetOnlineValues2004 begin");
+
+    if (!talk.Ask(kGetMeasZeroFlag)) {
+        return session_.Failed(L"Nelto780GetOnlineValues2004 error GET_MEAS_ZEROFLAG (null)");
+    }
+    if (!talk.Answer().Covers(4, 1)) {
+        return session_.Failed(L"Nelto780GetOnlineValues2004 error GET_MEAS_ZEROFLAG (length)");
+    }
+    if (talk.Answer().Byte(4) == 0) {
+        session_.log.Write(L"Nelto780GetOnlineValues2004: zeroing");
+        return kNoValuesZeroing;
+    }
+
+    if (!talk.Ask(kGetMeasConfig)) return session_.Failed(L"Nelto780GetOnlineValues2004 error get MeasConfig");
+    if (talk.Answer().Size() != kMeasConfigAnswer) return session_.Failed(L"Nelto780GetOnlineValues2004 error 6");
+    if (!talk.Ask(talk.Answer().Byte(4) == kMeasConfig4 ? kReadValuesConfig4 : kReadValues)) {
+        return session_.Failed(L"Nelto780GetOnlineValues2004 error 7");
+    }
+
+    const std::size_t count = std::min(talk.RecordCount(kValueRecordSize), channels.size());
+    for (std::size_t index = 0; index < count; ++index) {
+        TakeValue(talk.Record(index, kValueRecordSize), channels[index]);
+    }
+    session_.log.Write(L"Nelto780GetOnlineValues2004 end");
+    return kDone;
+}
+
+std::uint32_t Analyser2004::SynchronizeClock() {
+    if (!IsOver(Transport::kUsb)) return kDone;
+    const platform::CalendarTime now          = platform::LocalTime();
+    const std::array<std::uint8_t, 9> command = {kSetClock,     Low(now.hour),      Low(now.minute), Low(now.second), 0,
+                                                 Low(now.year), Low(now.year >> 8), Low(now.month),  Low(now.day)};
+    DirectAnswer answer{};
+    std::size_t received = 0;
+    return Send(command, answer, received, kAnswerTimeout) == LinkStatus::kOk ? kDone : kTransportFailure;
+}
+
+std::uint32_t Analyser2004::GetSubType() {
+    if (IsOver(Transport::kIrda)) return kDone;
+    const bool serial = IsOver(Transport::kSerial);
+    session_.log.Write(serial ? L"GetSubType2004 (Bluetooth)" : L"GetSubType2004 (USB)");
+
+    const auto command =
+        serial ? std::span<const std::uint8_t>(kGetDeviceTypeSerial) : std::span<const std::uint8_t>(kGetDeviceType);
+    DirectAnswer answer{};
+    std::size_t received = 0;
+    if (Send(command, answer, received, kAnswerTimeout) != LinkStatus::kOk) {
+        if (!serial) session_.Failed(L"GetSubType2004 error");
+        return kTransportFailure;
+    }
+    if (received < 5) return kTransportFailure;
+    SetSubType(answer[4]);
+    return kDone;
+}
+
+std::uint32_t Analyser2004::SetSlaveMode(bool on) {
+    const bool infrared = IsOver(Transport::kIrda);
+    DirectAnswer storage{};
+    std::size_t received = 0;
+    const auto answer    = std::span(storage).first(infrared ? kSlaveModeAnswer : storage.size());
+    if (Send(kGetSlaveMode, answer, received, kShortTimeout) != LinkStatus::kOk) return kTransportFailure;
+    // Over infrared the length is deliberately not checked, beyond that the mode came at all.
+    const ByteView view(answer.first(received));
+    if (infrared ? !view.Covers(4, 1) : view.Size() != kSlaveModeAnswer) return kBadAnswer;
+    if ((view.Byte(4) != 0) == on) return kDone;
+
+    const std::array<std::uint8_t, 2> command = {kSetSlaveMode, static_cast<std::uint8_t>(on ? 1 : 0)};
+    const auto reply = std::span(storage).first(infrared ? kInfraredSlaveModeAnswer : storage.size());
+    return Send(command, reply, received, kShortTimeout) == LinkStatus::kOk ? kDone : kModeChangeFailed;
+}
+
+void Analyser2004::Release() {
+    if (IsOver(Transport::kUsb)) session_.log.Write(L"Connection closed (USB to nelto 780 2004)");
+    session_.link->Close();
+}
+
+}  // namespace nelto

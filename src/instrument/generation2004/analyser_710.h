@@ -1,0 +1,31 @@
+// A 710 on a serial link: it takes the time of day and has no online channels.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "instrument/analyser.h"
+
+namespace nelto {
+
+class Analyser710 final : public Analyser {
+public:
+    explicit Analyser710(Session session) : Analyser(std::move(session), kKind710) {}
+
+    /// It cannot: returns 1.
+    std::uint32_t SetActiveFuel(std::int32_t fuel_number) override;
+    /// Both read nothing and return kDone.
+    [[nodiscard]] std::uint32_t ReadConfiguration(ChannelTable& channels) override;
+    [[nodiscard]] std::uint32_t ReadValues(ChannelTable& channels) override;
+
+    /// Sets date and time. Returns kDone or kBadAnswer.
+    [[nodiscard]] std::uint32_t SynchronizeClock() override;
+    [[nodiscard]] std::uint32_t GetSubType() override;
+    std::uint32_t SetSlaveMode(bool on) override;
+
+private:
+    void Release() override;
+    [[nodiscard]] bool Set(const std::array<std::uint8_t, 5>& command);
+};
+
+}  // namespace nelto
