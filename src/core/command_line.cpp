@@ -1,23 +1,14 @@
 #include "core/command_line.h"
 
-#include <algorithm>
 #include <limits>
 
 #include "core/program_state.h"
+#include "platform/number_text.h"
 
 namespace nelto {
 namespace {
 
 constexpr std::wstring_view kFuelOption = L"6420=";
-
-std::int32_t LeadingNumber(std::wstring_view text) {
-    std::int64_t number = 0;
-    for (const wchar_t character : text) {
-        if (character < L'0' || character > L'9') break;
-        number = std::min<std::int64_t>(number * 10 + (character - L'0'), std::numeric_limits<std::int32_t>::max());
-    }
-    return static_cast<std::int32_t>(number);
-}
 
 }  // namespace
 
@@ -30,7 +21,8 @@ std::int32_t FuelChoice(std::wstring_view command_line) {
     // The last character is left out of the search, so that one at least follows the option.
     const std::size_t option = command_line.substr(0, command_line.size() - 1).find(kFuelOption);
     if (option == std::wstring_view::npos) return kNoFuelChoice;
-    return LeadingNumber(command_line.substr(option + kFuelOption.size()));
+    return static_cast<std::int32_t>(platform::LeadingNumber(command_line.substr(option + kFuelOption.size()),
+                                                             std::numeric_limits<std::int32_t>::max()));
 }
 
 }  // namespace nelto

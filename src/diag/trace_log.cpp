@@ -11,20 +11,29 @@
 namespace nelto {
 namespace {
 
-constexpr const wchar_t* kZivLogName  = L"ZIVNelto780.txt";
-constexpr const wchar_t* kBaseLogName = L"Nelto780Base.txt";
+constexpr const wchar_t* kZivLogName   = L"ZIVNelto780.txt";
+constexpr const wchar_t* kStartLine    = L"=== Start ===";
+constexpr const wchar_t* kBaseLogName  = L"Nelto780Base.txt";
+constexpr const wchar_t* kProtocolName = L"NeltoStackWatcherProtocol.txt";
 
 /// The line in the 8-bit code page, with CR LF for every line feed in it and at its end.
 std::string LineBytes(std::wstring_view line) { return platform::WithCrLf(platform::ToAnsi(line)) + "\r\n"; }
 
-}  // namespace
-
+/// Temporary directory and file name, cut at the size of a log path.
 LogPath MakeLogPath(const wchar_t* file_name) {
     LogPath path{};
     platform::TempDirectory(path);
     platform::AppendText(path, file_name);
     return path;
 }
+
+/// Deletes the file and writes the start line to it.
+void StartTraceFile(const wchar_t* path) {
+    platform::RemoveFile(path);
+    WriteTraceLine(path, kStartLine);
+}
+
+}  // namespace
 
 std::uint32_t WriteTraceLine(const wchar_t* path, const wchar_t* text) {
     if (path == nullptr) return 0;
@@ -35,10 +44,7 @@ std::uint32_t WriteTraceLine(const wchar_t* path, const wchar_t* text) {
     return platform::AppendToFile(path, LineBytes(std::wstring(platform::TextIn(stamp)) + text));
 }
 
-void StartTraceFile(const wchar_t* path) {
-    platform::RemoveFile(path);
-    WriteTraceLine(path, kStartLine);
-}
+void StartProtocolFile() { StartTraceFile(MakeLogPath(kProtocolName).data()); }
 
 void ZivLog(const wchar_t* text) {
     static_cast<void>(platform::AppendToFile(MakeLogPath(kZivLogName).data(), LineBytes(text)));

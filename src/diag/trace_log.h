@@ -10,22 +10,18 @@
 
 namespace nelto {
 
-constexpr std::size_t kLogPathSize  = 512;  // wide characters, NUL included
-constexpr std::size_t kZivLineSize  = 512;
-constexpr const wchar_t* kStartLine = L"=== Start ===";
+constexpr std::size_t kLogPathSize = 512;  // wide characters, NUL included
+constexpr std::size_t kZivLineSize = 512;
 
 using LogPath = std::array<wchar_t, kLogPathSize>;
 using LogLine = std::array<wchar_t, kZivLineSize>;
-
-/// Temporary directory and file name, cut at the size of a log path.
-[[nodiscard]] LogPath MakeLogPath(const wchar_t* file_name);
 
 /// Appends one line with date and time. Returns 0, or the system's error number when the file cannot be opened. A null path
 /// writes nothing and returns 0.
 std::uint32_t WriteTraceLine(const wchar_t* path, const wchar_t* text);
 
-/// Deletes the file and writes the start line to it.
-void StartTraceFile(const wchar_t* path);
+/// Deletes the protocol file and writes its start line, which is all that ever stands in it, on purpose.
+void StartProtocolFile();
 
 /// Appends the text to the ZIV log, without date and time, and echoes it to the debugger. The log is never emptied.
 void ZivLog(const wchar_t* text);

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/file_version.h"
+#include "platform/number_text.h"
 #include "platform/wide_text.h"
 
 namespace nelto::d2xx {
@@ -21,7 +22,7 @@ bool Find(platform::LibraryHandle library, const char* name, Function& function)
 bool ReadIdentification(Identification& identification) {
     std::array<wchar_t, kVersionSize> version{};
     if (!platform::SystemFileVersion(kLibraryName, version)) return false;
-    const std::uint32_t major = LeadingNumber(platform::TextIn(version));
+    const std::uint32_t major = platform::LeadingNumber(platform::TextIn(version), UINT32_MAX);
     identification            = major < kFirstWithDeviceInfo ? Identification::kEeprom : Identification::kDeviceInfo;
     return true;
 }

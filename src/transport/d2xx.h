@@ -1,10 +1,8 @@
 // The D2XX library of FTDI converters: its published functions as far as they are used here, and the loading of it.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
-#include <string_view>
 
 #include "platform/dynamic_library.h"
 
@@ -110,17 +108,5 @@ enum class Purpose : std::uint8_t { kList, kOpen };
 
 /// FT_Close, or null.
 [[nodiscard]] Close FindClose(platform::LibraryHandle library);
-
-/// The number that a text begins with in decimal digits, 0 without any; one that is too large counts as the largest.
-template <typename Character>
-[[nodiscard]] constexpr std::uint32_t LeadingNumber(std::basic_string_view<Character> text) {
-    std::uint64_t number = 0;
-    for (const Character character : text) {
-        if (character < Character{'0'} || character > Character{'9'}) break;
-        number =
-            std::min<std::uint64_t>(number * 10 + static_cast<std::uint64_t>(character - Character{'0'}), UINT32_MAX);
-    }
-    return static_cast<std::uint32_t>(number);
-}
 
 }  // namespace nelto::d2xx

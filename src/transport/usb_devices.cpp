@@ -3,6 +3,8 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/number_text.h"
+
 namespace nelto {
 namespace {
 
@@ -11,7 +13,7 @@ constexpr std::uint32_t kVendorId = 0x3C2D;
 /// The text as a decimal number; it ends at its NUL or with the room, whatever the library wrote.
 template <std::size_t Size>
 std::uint32_t SerialNumberOf(const std::array<char, Size>& text) {
-    return d2xx::LeadingNumber(std::string_view(text.data(), text.size()));
+    return platform::LeadingNumber(std::string_view(text.data(), text.size()), UINT32_MAX);
 }
 
 }  // namespace

@@ -30,8 +30,6 @@ constexpr int kAccepted          = 1;
 constexpr int kCancelled         = 2;
 constexpr UINT kScalingChanged   = WM_APP;
 
-constexpr const wchar_t* kProtocolName = L"NeltoStackWatcherProtocol.txt";
-
 constexpr std::array kTexts = {
     ControlTextRow{IDC_DEVICE_GROUP, IDS_DEVICE},
     ControlTextRow{IDC_COMMUNICATION_GROUP, IDS_COMMUNICATION},
@@ -83,15 +81,13 @@ private:
     SerialOutputThread serial_output_;
     HWND dialog_ = nullptr;
     DialogIcons icons_;
-    LogPath protocol_path_{};
     std::uint32_t shown_status_ = kNeverShown;
     bool typed_fields_filled_   = false;
 };
 
 void MainDialog::Initialise(HWND dialog) {
-    dialog_        = dialog;
-    protocol_path_ = MakeLogPath(kProtocolName);
-    StartTraceFile(protocol_path_.data());
+    dialog_ = dialog;
+    StartProtocolFile();
     icons_.Show(dialog_);
     SetControlTexts(dialog_, kTexts);
     PrepareManualFields(dialog_, state_.decimal_separator);

@@ -3,9 +3,8 @@
 
 namespace nelto {
 
-LogPath MakeLogPath(const wchar_t*) { return {}; }
 std::uint32_t WriteTraceLine(const wchar_t*, const wchar_t*) { return 0; }
-void StartTraceFile(const wchar_t*) {}
+void StartProtocolFile() {}
 void ZivLog(const wchar_t*) {}
 void ZivLogBytes(const wchar_t*, std::span<const std::uint8_t>) {}
 void BaseLog::Start() {
