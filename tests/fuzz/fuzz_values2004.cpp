@@ -51,13 +51,9 @@ void CheckValues(ChannelTable& table, const ChannelTable& before) {
     Require(std::memcmp(&table, &before, sizeof(table)) == 0);
 }
 
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void TryAnalyser2004(test::Input& input) {
     static const ChannelTable before = MakeTable();
     static ChannelTable table;
-    TryByteView({data, size});
-    test::Input input(data, size);
     test::Conversation conversation(input);
     Analyser2004 analyser(std::move(conversation.Session()));
     table                      = before;
@@ -71,10 +67,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(typed <= kTransportFailure && analyser.SubType() <= 0xFF && (typed == kDone || analyser.SubType() == 0));
     Require(analyser.SetSlaveMode(input.Byte() % 2 != 0) <= kModeChangeFailed);
     Require(analyser.SynchronizeClock() <= kTransportFailure);
-    if (input.Byte() % 2 == 0) return 0;
-    test::Conversation other(input);
-    Analyser710 clock(std::move(other.Session()));
-    const std::uint32_t set = clock.SynchronizeClock();
+    Require(analyser.Close() == kDone);
+}
+
+void TryAnalyser710(test::Input& input) {
+    test::Conversation conversation(input);
+    Analyser710 analyser(std::move(conversation.Session()));
+    const std::uint32_t set = analyser.SynchronizeClock();
     Require(set == kDone || set == kBadAnswer);
+    Require(analyser.Close() == kDone);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    TryByteView({data, size});
+    test::Input input(data, size);
+    TryAnalyser2004(input);
+    TryAnalyser710(input);
     return 0;
 }
