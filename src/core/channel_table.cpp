@@ -18,9 +18,11 @@ std::span<const ChannelRecord> UsedRecords(const ChannelTable& table) {
 
 std::span<ChannelRecord> UsedRecords(ChannelTable& table) { return std::span(table).first(UsedCount(table)); }
 
-ChannelRecord* FirstFreeRecord(ChannelTable& table) {
+bool IsFull(const ChannelTable& table) { return UsedCount(table) == table.size(); }
+
+void AppendRecord(ChannelTable& table, const ChannelRecord& record) {
     const std::size_t used = UsedCount(table);
-    return used < table.size() ? &table[used] : nullptr;
+    if (used < table.size()) table[used] = record;
 }
 
 }  // namespace nelto

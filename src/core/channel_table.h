@@ -60,8 +60,11 @@ using ChannelTable = std::array<ChannelRecord, kChannelCapacity>;
 [[nodiscard]] std::span<const ChannelRecord> UsedRecords(const ChannelTable& table);
 [[nodiscard]] std::span<ChannelRecord> UsedRecords(ChannelTable& table);
 
-/// The first free record, or null when all 64 are used.
-[[nodiscard]] ChannelRecord* FirstFreeRecord(ChannelTable& table);
+/// True when all 64 records are used.
+[[nodiscard]] bool IsFull(const ChannelTable& table);
+
+/// Puts the record into the first free one; a full table drops it.
+void AppendRecord(ChannelTable& table, const ChannelRecord& record);
 
 /// True for the smoke numbers, their mean and the oil derivative: they are shown and handed on only with oil as fuel.
 [[nodiscard]] constexpr bool IsSmokeChannel(std::uint32_t view_ident) {

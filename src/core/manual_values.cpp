@@ -76,12 +76,9 @@ bool Update(const SpecialValue& special, std::span<ChannelRecord> records) {
 }
 
 void Append(const SpecialValue& special, ChannelTable& channels) {
-    ChannelRecord* record = FirstFreeRecord(channels);
-    if (record == nullptr) return;
-    *record            = {};
-    record->view_ident = special.view_ident;
-    record->unit       = special.unit_when_appended;
-    Put(special, *record);
+    ChannelRecord record = {.view_ident = special.view_ident, .unit = special.unit_when_appended};
+    Put(special, record);
+    AppendRecord(channels, record);
 }
 
 /// Puts the smoke channels back as the analyser gave them. They are stored and taken back, not left out, so that the heat carrier

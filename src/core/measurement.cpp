@@ -18,10 +18,7 @@ std::wstring_view SerialNumberOf(const Measurement& measurement) {
 }
 
 void Append(ChannelTable& table, std::span<const ChannelRecord> records) {
-    for (const ChannelRecord& record : records) {
-        ChannelRecord* const free = FirstFreeRecord(table);
-        if (free != nullptr) *free = record;
-    }
+    for (const ChannelRecord& record : records) AppendRecord(table, record);
 }
 
 /// Up to and with the last record of the quantity; empty when there is none.

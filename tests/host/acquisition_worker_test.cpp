@@ -69,7 +69,7 @@ public:
         script->calls += 'h';
         EXPECT_TRUE(UsedRecords(heating_check).empty());
         for (const std::uint32_t ident : script->brings)
-            *FirstFreeRecord(heating_check) = {.view_ident = ident, .value = script->number};
+            AppendRecord(heating_check, {.view_ident = ident, .value = script->number});
         if (script->stops_in_heating_check) script->state->stop_request = 1;
         return Take(script->heating_checks) == 0;
     }

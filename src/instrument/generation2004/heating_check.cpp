@@ -61,14 +61,13 @@ std::vector<Reference> FindReferences(const ByteView& list) {
 }
 
 void StoreResult(ChannelTable& table, const Entry& entry, float value) {
-    ChannelRecord* record = FirstFreeRecord(table);
-    if (record == nullptr) return;
-    record->view_ident = entry.view_ident;
-    record->unit       = entry.unit;
-    record->resolution = entry.resolution;
-    record->value_type = kNumber;
-    record->value      = value;
-    platform::FormatText(record->label, L"ID_%04X", entry.view_ident);
+    ChannelRecord record = {.view_ident = entry.view_ident,
+                            .unit       = entry.unit,
+                            .resolution = entry.resolution,
+                            .value_type = kNumber,
+                            .value      = value};
+    platform::FormatText(record.label, L"ID_%04X", entry.view_ident);
+    AppendRecord(table, record);
 }
 
 std::vector<Entry> TakeEntries(const Conversation2004& talk) {
@@ -112,7 +111,7 @@ std::uint32_t HeatingCheckReader::Read() {
     if (talk_.Answer().Size() < kShortestViewList) return kDone;
 
     for (const Reference& reference : FindReferences(talk_.Answer())) {
-        if (FirstFreeRecord(table_) == nullptr) break;  // nothing more could be stored
+        if (IsFull(table_)) break;  // nothing more could be stored
         if (!ReadList(reference)) is_whole_ = false;
         if (is_ended_) break;
     }
