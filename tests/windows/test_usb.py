@@ -17,10 +17,10 @@ ROUNDS = 6
 
 
 class UsbSession(harness.WindowsTestCase):
-    def begin(self, version=NEW, setup="", scenario=None, beside=None):
+    def begin(self, version=NEW, setup="", scenario=None, beside=None, **settings):
         """`beside`: version of a copy of the library in the program's own folder; then the setup is that one's, and the
         installed copy has nothing attached."""
-        self.program = self.session()
+        self.program = self.session(settings=settings)
         self.driver = drop_in_d2xx.Driver(self.program.prefix, version)
         self.driver.set_up("nothing" if beside else setup, scenario)
         folder = self.program.prefix.folder / "drive_c/NeltoStackWatcher"
@@ -62,6 +62,10 @@ class Values(UsbSession):
 
     def test_packets_in_single_bytes_and_the_second_device_type(self):
         self.begin(NEW, 'converter type 16 serial "7"\npieces 1\npayload 50')
+        self.assert_session()
+
+    def test_signals_that_come_before_their_bytes(self):
+        self.begin(setup="early_signal 20")
         self.assert_session()
 
     def test_the_library_beside_the_program_is_the_loaded_one_and_the_systems_version_counts(self):
