@@ -1,5 +1,5 @@
 // One value read of an analyser with 40 channels over a serial line of 19200 baud: how much longer it takes than the wire and
-// the prescribed waits, and what it costs beside a Modbus client that polls as many bytes. The trace logs are written as
+// the waits between two looks at the port, and what it costs beside a Modbus client that polls as many bytes. The trace logs are written as
 // in the shipped program. Only the system's services differ: POSIX in place of Windows.
 #include <array>
 #include <chrono>

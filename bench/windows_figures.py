@@ -164,7 +164,7 @@ def watching_figures(display):
     with paced_analyser() as tty, lone_program(PORT_POLLER, display, {5: tty}) as pid:
         floor = cpu_percent(pid)
     return [figure(f"CPU while watching, {WATCH_SECONDS} s, of one core", cpu, "%", "<=", 0.2),
-            figure("  the prescribed looks at the port alone, smallest program", floor, "%"),
+            figure("  the looks at the port alone, smallest program", floor, "%"),
             figure("  value reads in that time", reads),
             figure("memory while watching (PSS)", size, "MiB", "<=", 16),
             figure("  the minimal dialog, nearly all of it Wine's own", minimal, "MiB"),

@@ -99,7 +99,7 @@ private:
         std::uint32_t SubType() const override { return real_->SubType(); }
         std::uint32_t SetActiveFuel(std::int32_t fuel) override { return real_->SetActiveFuel(fuel); }
         std::uint32_t ReadConfiguration(ChannelTable& channels) override { return real_->ReadConfiguration(channels); }
-        bool ReadHeatingCheck(ChannelTable& results) override { return real_->ReadHeatingCheck(results); }
+        std::uint32_t ReadHeatingCheck(ChannelTable& results) override { return real_->ReadHeatingCheck(results); }
         std::uint32_t ReadValues(ChannelTable& channels) override {
             the_run->BeforeRead();
             const std::uint32_t result = real_->ReadValues(channels);

@@ -74,7 +74,7 @@ struct FakeD2xxFunctions {
         WriteText(data->manufacturer, std::string(31, 'm'));
         WriteText(data->manufacturer_id, std::string(15, 'i'));
         WriteText(data->description, std::string(63, 'd'));
-        WriteText(data->serial_number, "99");  // in the field it may differ from the listed one
+        WriteText(data->serial_number, "99");  // another one than the listed one
         data->further_settings.fill(0xEE);
         return d2xx::kOk;
     }

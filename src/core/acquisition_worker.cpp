@@ -72,19 +72,17 @@ std::uint32_t Worker::ReadConfiguration(Instrument& instrument) {
     if (result != 0) return result;
     LabelChannelTable(fresh.channels);
     TakeSpecialChannels(fresh);
-    if (IsSameAnalyser(fresh, configured_)) fresh.heating_check = configured_.heating_check;
+    // Another analyser may have been configured meanwhile, without values.
+    for (const Measurement& known : {state_.measurement.Copy(), configured_}) {
+        if (IsSameAnalyser(fresh, known)) fresh.heating_check = known.heating_check;
+    }
     configured_   = fresh;
     is_published_ = false;
     return result;
 }
 
-/// A whole read shows that there are no other results; of one that failed, the earlier ones stay that it has not brought.
 void Worker::ReadHeatingCheck(Instrument& instrument) {
-    if (state_.heating_check != 0) {
-        ChannelTable results{};
-        if (instrument.ReadHeatingCheck(results)) configured_.heating_check = {};
-        ReplaceResults(configured_.heating_check, results);
-    }
+    if (state_.heating_check != 0) instrument.ReadHeatingCheck(configured_.heating_check);
     LabelHeatingCheckTable(configured_.heating_check);
 }
 

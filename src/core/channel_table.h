@@ -52,6 +52,7 @@ struct ChannelRecord {
     float value              = 0.0F;
     std::array<wchar_t, kChannelTextSize> text{};
     std::array<wchar_t, kChannelTextSize> label{};
+    std::uint64_t source = 0;  // for its reader alone: which result list of the analyser it stands in
 };
 
 using ChannelTable = std::array<ChannelRecord, kChannelCapacity>;

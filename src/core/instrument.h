@@ -41,9 +41,9 @@ public:
     virtual std::uint32_t SetActiveFuel(std::int32_t fuel_number) = 0;
     /// Fills the empty channel table from its start. After a failure it holds what was read so far.
     [[nodiscard]] virtual std::uint32_t ReadConfiguration(ChannelTable& channels) = 0;
-    /// Fills free records of the heating-check table. True when all results that the analyser has were read; otherwise the table
-    /// holds those that were.
-    [[nodiscard]] virtual bool ReadHeatingCheck(ChannelTable& heating_check) = 0;
+    /// Renews the results of the heating check, list by list: those of a list that could not be read stay as they are, and so does
+    /// the whole table when nothing could be read.
+    virtual std::uint32_t ReadHeatingCheck(ChannelTable& heating_check) = 0;
     /// Updates the values of the channel table; kZeroing when the analyser has none.
     [[nodiscard]] virtual std::uint32_t ReadValues(ChannelTable& channels) = 0;
     /// Leaves the analyser and releases all that the connection holds. A second call finds nothing to release and returns 0.

@@ -81,12 +81,22 @@ void Append(const SpecialValue& special, ChannelTable& channels) {
     AppendRecord(channels, record);
 }
 
+/// A smoke channel of the analyser as the dialog takes it over: smoke numbers with one decimal, the answer by its position.
+ChannelRecord TakenOver(ChannelRecord record) {
+    if (record.value_type == kNoValue) return record;
+    const bool is_answer = record.view_ident == kOilDerivative;
+    record.value_type    = kNumber;
+    record.resolution    = is_answer ? kWholeNumber : kOneDecimal;
+    if (is_answer) record.value = record.value < 0.5F ? 1.0F : 2.0F;
+    return record;
+}
+
 /// Puts the smoke channels back as the analyser gave them. They are stored and taken back, not left out, so that the heat carrier
 /// temperature finds the same room in a nearly full table whatever the fuel.
 void TakeBackSmokeChannels(const ChannelTable& given, ChannelTable& channels) {
     const std::size_t standing = UsedRecords(given).size();
     for (std::size_t index = 0; index < standing; ++index) {
-        if (IsSmokeChannel(given[index].view_ident)) channels[index] = given[index];
+        if (IsSmokeChannel(given[index].view_ident)) channels[index] = TakenOver(given[index]);
     }
     const auto appended = channels.begin() + static_cast<std::ptrdiff_t>(standing);
     const auto is_smoke = [](const ChannelRecord& record) { return IsSmokeChannel(record.view_ident); };

@@ -1,7 +1,6 @@
 #include "core/measurement.h"
 
 #include <algorithm>
-#include <span>
 #include <string_view>
 
 #include "platform/wide_text.h"
@@ -12,20 +11,8 @@ namespace {
 using platform::ShortLockGuard;
 
 std::wstring_view SerialNumberOf(const Measurement& measurement) {
-    const auto records = UsedRecords(measurement.channels);
-    const auto record  = std::ranges::find(records, kSerialNumber, &ChannelRecord::view_ident);
-    return record == records.end() ? std::wstring_view() : platform::TextIn(record->text);
-}
-
-void Append(ChannelTable& table, std::span<const ChannelRecord> records) {
-    for (const ChannelRecord& record : records) AppendRecord(table, record);
-}
-
-/// Up to and with the last record of the quantity; empty when there is none.
-std::span<const ChannelRecord> UpToLast(std::uint32_t view_ident, std::span<const ChannelRecord> records) {
-    std::size_t count = records.size();
-    while (count > 0 && records[count - 1].view_ident != view_ident) --count;
-    return records.first(count);
+    const auto record = std::ranges::find(measurement.channels, kSerialNumber, &ChannelRecord::view_ident);
+    return record == measurement.channels.end() ? std::wstring_view() : platform::TextIn(record->text);
 }
 
 }  // namespace
@@ -40,24 +27,7 @@ void TakeSpecialChannels(Measurement& measurement) {
 bool IsSameAnalyser(const Measurement& measurement, const Measurement& other) {
     return measurement.kind == other.kind &&
            platform::TextIn(measurement.device_name) == platform::TextIn(other.device_name) &&
-           SerialNumberOf(measurement) == SerialNumberOf(other);
-}
-
-void ReplaceResults(ChannelTable& results, const ChannelTable& brought) {
-    const ChannelTable earlier = results;
-    const auto all_brought     = UsedRecords(brought);
-    auto left                  = all_brought;
-    results                    = {};
-    for (const ChannelRecord& record : UsedRecords(earlier)) {
-        if (UpToLast(record.view_ident, all_brought).empty()) {
-            Append(results, {&record, 1});
-            continue;
-        }
-        const auto next = UpToLast(record.view_ident, left);
-        Append(results, next);
-        left = left.subspan(next.size());
-    }
-    Append(results, left);
+           !SerialNumberOf(measurement).empty() && SerialNumberOf(measurement) == SerialNumberOf(other);
 }
 
 Measurement SharedMeasurement::Copy() const {

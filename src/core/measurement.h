@@ -23,12 +23,8 @@ struct Measurement {
 /// Without the channel each stays as it is.
 void TakeSpecialChannels(Measurement& measurement);
 
-/// True when kind, device name and serial number are the same.
+/// True when kind, device name and serial number are the same. An analyser without a serial number is never known again.
 [[nodiscard]] bool IsSameAnalyser(const Measurement& measurement, const Measurement& other);
-
-/// Puts what a read that was not whole has brought in the place of earlier results of the same view idents. The others stay, the
-/// order is that of the earlier ones, and what finds no free record is dropped.
-void ReplaceResults(ChannelTable& results, const ChannelTable& brought);
 
 /// The hand-over of the measurement between the two threads, whole in both directions. While the worker reads, the busy flag is
 /// raised, and what stands here is the measurement before.

@@ -22,7 +22,7 @@ public:
     /// called.
     [[nodiscard]] bool Begin(const ProgramState& state, const Measurement& measurement);
     /// Writer: opens the port, sends the block and closes the port. A port that cannot be opened is left out silently, and so is
-    /// the rest of a block after a line for which the port takes longer than any receiver's speed explains.
+    /// the rest of a block after a line for which the port takes longer than 500 ms and 40 ms a byte.
     void Write();
     /// Dialog: gives up a block that was begun and finds no writer.
     void Drop() { under_way_ = 0; }

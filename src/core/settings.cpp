@@ -11,8 +11,8 @@
 namespace nelto {
 namespace {
 
-/// The temporary directory ends in a backslash and the name begins with one: other programs look for the file by this
-/// very path, two backslashes included.
+/// The temporary directory ends in a backslash and the name begins with one: both are
+/// kept on purpose.
 void NameExchangeFile(std::span<wchar_t> path) {
     std::array<wchar_t, 256> directory{};
     platform::TempDirectory(directory);

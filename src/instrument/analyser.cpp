@@ -24,10 +24,12 @@ bool Analyser::Prepare(const char*& error) {
     return true;
 }
 
-bool Analyser::ReadHeatingCheck(ChannelTable& heating_check) {
-    bool whole = false;
-    if (session_.link != nullptr) ReadHeatingCheck2004(session_, heating_check, whole);
-    return whole;
+std::uint32_t Analyser::ReadHeatingCheck(ChannelTable& heating_check) {
+    if (session_.link == nullptr) return kTransportFailure;
+    ChannelTable results{};
+    const std::uint32_t result = ReadHeatingCheck2004(session_, heating_check, results);
+    if (result == kDone) heating_check = results;
+    return result;
 }
 
 std::uint32_t Analyser::Close() {

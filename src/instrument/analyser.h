@@ -17,10 +17,10 @@ public:
     [[nodiscard]] std::uint32_t SubType() const final { return sub_type_; }
 
     /// By the commands of generation 2004, whatever the analyser's own.
-    [[nodiscard]] bool ReadHeatingCheck(ChannelTable& heating_check) final;
+    std::uint32_t ReadHeatingCheck(ChannelTable& heating_check) final;
 
-    /// What follows identification: sets the clock, reads the sub type, starts up. False on failure, or when a stop is requested
-    /// meanwhile; then `error` says why, but for a stop.
+    /// What follows identification: sets the clock, reads the sub type, starts up. False on failure, with the reason in `error`, or
+    /// when a stop is requested meanwhile.
     [[nodiscard]] bool Prepare(const char*& error);
 
     /// Switches slave mode off, whatever comes of it, and releases the way to the analyser. A second call finds nothing to do.

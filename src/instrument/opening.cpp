@@ -17,15 +17,14 @@ bool OpenOverIrda(Opening& opening) {
     IrdaOpenResult result = kIrdaOpenOk;
     opening.session.link  = IrdaLink::Open(opening.session.stop_request, result);
     if (opening.session.link == nullptr) {
-        opening.session.log.WriteF(L"Instrument opening via IRDA failed, Error code %u", std::uint32_t{result});
-        opening.error = "open analyzer connection via IrDA failed";
-        return false;
+        return opening.Failed(L"Instrument opening via IRDA failed, Error code %u", result,
+                              "open analyzer connection via IrDA failed");
     }
     opening.session.log.Write(L"Instrument opened via IrDA");
     return true;
 }
 
-/// Infrared reaches the 780 of firmware 2004 alone, so it is never asked: the kind stays 780 and the sub type 0.
+/// Over infrared the analyser is not asked: the kind stays 780 and the sub type 0.
 bool IdentifyOverIrda(Opening&) { return true; }
 
 OpeningWay WayOver(Transport transport) {

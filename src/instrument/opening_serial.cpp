@@ -98,9 +98,9 @@ bool OpenOverSerial(Opening& opening) {
     SayReturnCode(result);
     Settle(opening.session);
     if (link == nullptr) {
-        opening.session.log.WriteF(L"Instrument opening via Bluetooth failed, Error code %u", result);
-        opening.error = "open analyzer connection via Bluetooth SPP failed";
-        return false;
+        opening.session.is_cut = opening.session.StopRequested();  // the call may have been cancelled
+        return opening.Failed(L"Instrument opening via Bluetooth failed, Error code %u", result,
+                              "open analyzer connection via Bluetooth SPP failed");
     }
     opening.session.link = std::move(link);
     opening.session.log.Write(L"Instrument opened via Bluetooth");
@@ -112,12 +112,10 @@ bool IdentifyOverSerial(Opening& opening) {
     if (session.StopRequested()) return false;
     DirectAnswer answer;
     std::size_t received    = 0;
-    const LinkStatus status = session.link->Transceive(kGetIdent, answer, received, kGetIdentTimeoutSerial);
+    const LinkStatus status = session.Transceive(kGetIdent, answer, received, kGetIdentTimeoutSerial);
     if (status != LinkStatus::kOk) {
-        std::array<wchar_t, 64> line{};
-        platform::FormatText(line, L"GET_IDENT [Bluetooth] failed, Error code %u",
-                             std::uint32_t{SerialResultOf(status)});
-        return opening.Failed(line.data(), "GET_IDENT [Bluetooth] failed");
+        return opening.Failed(L"GET_IDENT [Bluetooth] failed, Error code %u", SerialResultOf(status),
+                              "GET_IDENT [Bluetooth] failed");
     }
     session.log.Write(L"GET_IDENT [Bluetooth] OK");
     session.log.WriteF(L"RS232 dwReceived %u number of Byte", static_cast<unsigned>(received));

@@ -26,6 +26,13 @@ struct Opening {
         return false;
     }
 
+    /// The same with a number in the line.
+    bool Failed(platform::TextFormat<std::uint32_t> format, std::uint32_t number, const char* why) {
+        LogLine line{};
+        platform::FormatText(line, format, number);
+        return Failed(line.data(), why);
+    }
+
     std::uint32_t communication;
     Session session;
     std::uint32_t kind = kKind780;  // until identification knows better

@@ -46,7 +46,7 @@ bool IdentifyOverUsb(Opening& opening) {
     if (opening.session.link == nullptr) return true;
     DirectAnswer answer;
     std::size_t received = 0;
-    if (opening.session.link->Transceive(kGetIdent, answer, received, kGetIdentTimeoutUsb) != LinkStatus::kOk) {
+    if (opening.session.Transceive(kGetIdent, answer, received, kGetIdentTimeoutUsb) != LinkStatus::kOk) {
         return opening.Failed(L"GET_IDENT [nelto 780 2004] failed: instrument is switched off",
                               "GET_IDENT [nelto 780 2004] failed: instrument is switched off");
     }

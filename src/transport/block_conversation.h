@@ -31,7 +31,7 @@ enum class BlockEnd : std::uint8_t {
     kBadIndex,
     kBadChecksum,
     kTooLong,
-    kEndless,  // more useless blocks than any analyser sends
+    kEndless,  // more than kMaxUselessBlocks
     kStopped,
 };
 

@@ -28,7 +28,7 @@ bool ReadIdentification(Identification& identification) {
 }
 
 bool FindDeviceFunctions(platform::LibraryHandle library, Purpose purpose, DeviceFunctions& functions) {
-    // Early libraries do not have this one; whoever needs it looks whether it is there.
+    // May be missing; whoever needs it looks whether it is there.
     static_cast<void>(Find(library, "FT_GetDeviceInfo", functions.get_device_info));
     const bool can_set_up = Find(library, "FT_SetBaudRate", functions.set_baud_rate) || purpose == Purpose::kList;
     return Find(library, "FT_ListDevices", functions.list_devices) && Find(library, "FT_OpenEx", functions.open_ex) &&

@@ -28,7 +28,8 @@ constexpr std::size_t kRestReadSize = 512;
 constexpr int kMostRestReads        = 256;  // a device that never stops sending is left to the exchange's own end
 
 constexpr std::uint32_t kLook         = 100;   // milliseconds between two looks at the stop
-constexpr std::uint32_t kStopPatience = 1500;  // milliseconds that a reply is waited for after a stop
+constexpr std::uint32_t kStopPatience = 1400;  // milliseconds without a byte that a reply is waited for after a stop
+constexpr std::uint32_t kMostPatience = 3000;  // and in all
 
 // Compared with the NUL that ends them: a longer name is another device.
 constexpr std::size_t kAcceptedNameSize = 11;
@@ -127,7 +128,7 @@ IrdaOpenResult IrdaLink::Connect() {
     const std::optional<Device> device = FirstAccepted(list, log_);
     if (!device) return kIrdaNoAcceptedName;
 
-    // The analysers offer their one service under their own name.
+    // The service asked for has the device's own name.
     if (!platform::ConnectIrda(socket_, device->id, device->name)) return ConnectFailed(platform::IrdaError());
     return kIrdaOpenOk;
 }
@@ -157,13 +158,13 @@ LinkStatus IrdaLink::Transceive(std::span<const std::uint8_t> request, std::span
 
 /// Receives a reply into `reply`, at most all of it. On success `length` is what the reply says and what has arrived.
 LinkStatus IrdaLink::ReceiveReply(std::span<std::uint8_t> reply, std::size_t& length) {
-    StopPatience patience(stop_request_, kStopPatience);
+    StopPatience in_all(stop_request_, kMostPatience);
     std::size_t arrived  = 0;
     std::size_t expected = reply.size();
     bool is_first        = true;
     // A reply that says it is shorter than what has arrived cannot become whole.
     while (is_first || (arrived < expected && expected <= reply.size())) {
-        if (!WaitForBytes(patience)) return LinkStatus::kStopped;
+        if (!WaitForBytes(in_all)) return LinkStatus::kStopped;
         const std::ptrdiff_t count = platform::ReceiveIrda(socket_, reply.first(expected).subspan(arrived));
         if (count < 0) return Fault(L"2", LinkStatus::kDriverFailed);
         if (count == 0) return LinkStatus::kDriverFailed;  // the analyser is gone; nothing more will come
@@ -178,24 +179,35 @@ LinkStatus IrdaLink::ReceiveReply(std::span<std::uint8_t> reply, std::size_t& le
 }
 
 /// Without limit; false when a stop has been requested for long enough.
-bool IrdaLink::WaitForBytes(StopPatience& patience) const {
-    do {
+bool IrdaLink::WaitForBytes(StopPatience& in_all) const {
+    StopPatience patience(stop_request_, kStopPatience);
+    while (!platform::WaitForIrda(socket_, kLook)) {
         patience.Look();
-        if (patience.IsOver()) return false;
-    } while (!platform::WaitForIrda(socket_, kLook));
-    return true;
+        in_all.Look();
+        if (patience.IsOver() || in_all.IsOver()) return false;
+    }
+    in_all.Look();
+    return !in_all.IsOver();
 }
 
 /// Throws away what is left of an earlier reply, so that the next one begins with its own first byte.
 void IrdaLink::DropRest() {
     if (!std::exchange(rest_possible_, false)) return;
-    std::array<std::uint8_t, kRestReadSize> rest;
-    for (int round = 0; round < kMostRestReads && platform::QueuedIrda(socket_) != 0; ++round) {
-        if (platform::ReceiveIrda(socket_, rest) <= 0) return;
-    }
+    for (int round = 0; round < kMostRestReads && DropQueued() > 0; ++round) {}
 }
 
-bool IrdaLink::WaitForSilence(std::uint32_t /*silence_ms*/) { return true; }
+/// Less than 0 when the analyser is gone.
+std::ptrdiff_t IrdaLink::DropQueued() const {
+    if (platform::QueuedIrda(socket_) == 0) return 0;
+    std::array<std::uint8_t, kRestReadSize> rest;
+    const std::ptrdiff_t size = platform::ReceiveIrda(socket_, rest);
+    return size == 0 ? -1 : size;
+}
+
+bool IrdaLink::WaitForSilence(std::uint32_t silence_ms) {
+    if (socket_ == platform::IrdaSocket::kNone) return false;
+    return ListenUntilSilent(silence_ms, stop_request_, [this] { return DropQueued(); });
+}
 
 void IrdaLink::Close() {
     if (socket_ != platform::IrdaSocket::kNone) {

@@ -33,10 +33,9 @@ public:
     ~IrdaLink() override { Close(); }
 
     /// The reply's length of 16 bits stands behind its second byte and counts all of it. There is no time-out: a connected analyser
-    /// that stays silent is waited for, after a stop for 1.5 seconds.
+    /// that stays silent is waited for, after a stop for 1.4 seconds since its last byte and 3 in all.
     [[nodiscard]] LinkStatus Transceive(std::span<const std::uint8_t> request, std::span<std::uint8_t> reply,
                                         std::size_t& received, std::uint32_t timeout_ms) override;
-    /// Nothing comes late here: true at once.
     [[nodiscard]] bool WaitForSilence(std::uint32_t silence_ms) override;
     void Close() override;
 
@@ -46,8 +45,9 @@ private:
     [[nodiscard]] IrdaOpenResult Connect();
     [[nodiscard]] IrdaOpenResult ConnectFailed(std::uint32_t error) const;
     [[nodiscard]] LinkStatus ReceiveReply(std::span<std::uint8_t> reply, std::size_t& length);
-    [[nodiscard]] bool WaitForBytes(StopPatience& patience) const;
+    [[nodiscard]] bool WaitForBytes(StopPatience& in_all) const;
     void DropRest();
+    [[nodiscard]] std::ptrdiff_t DropQueued() const;
 
     StopRequest stop_request_;
     IrdaLog log_;

@@ -65,10 +65,12 @@ platform::SerialHandle OpenFailed(const wchar_t* log_line) {
     return platform::SerialHandle::kNone;
 }
 
-platform::SerialHandle OpenPort(const wchar_t* path) {
+/// A call that a stop has cancelled is no failure of the port, and not logged as one.
+platform::SerialHandle OpenPort(const wchar_t* path, StopRequest stop_request) {
     std::uint32_t error               = 0;
     const platform::SerialHandle port = platform::OpenSerialPort(path, error);
     if (port == platform::SerialHandle::kNone) {
+        if (IsRequested(stop_request)) return port;
         ZivLogF(L"Error Number %u", error);
         return OpenFailed(L"Port open failed");
     }
@@ -97,7 +99,7 @@ std::unique_ptr<SerialLink> SerialLink::Open(std::uint32_t port_number, StopRequ
     std::array<wchar_t, platform::kSerialPathSize> path{};
     platform::SerialPath(port_number, path);
     ZivLogF(L"NeltoRS232Open uPort = %u, %ls", port_number, path.data());
-    const platform::SerialHandle port = OpenPort(path.data());
+    const platform::SerialHandle port = OpenPort(path.data(), stop_request);
     return port == platform::SerialHandle::kNone ? nullptr : std::make_unique<SerialLink>(port, stop_request);
 }
 
@@ -108,9 +110,9 @@ LinkStatus SerialLink::Transceive(std::span<const std::uint8_t> request, std::sp
     timeout_ms_ = timeout_ms;
     DropLateBytes(port_);
 
-    StopPatience patience(stop_request_, kBlockStopPatience);
+    patience_ = StopPatience(stop_request_, kBlockStopPatience);
     ReplyBuffer assembly{.storage = reply, .skip_repetitions = true};
-    const LinkStatus status = Report(ConverseInBlocks(*this, kSerialPayloadLimit, patience, request, assembly));
+    const LinkStatus status = Report(ConverseInBlocks(*this, kSerialPayloadLimit, patience_, request, assembly));
     if (status == LinkStatus::kOk) received = assembly.length;
     return status == LinkStatus::kTimeOut && !is_sent_ ? LinkStatus::kDriverFailed : status;
 }
@@ -126,7 +128,8 @@ LinkStatus SerialLink::Exchange(std::span<const std::uint8_t> frame, std::span<c
 
     ZivLogBytes(L"RECV: ", answer);
     ZivLogF(L"Receive time %u msec", elapsed);
-    return is_cut ? LinkStatus::kStopped : LinkStatus::kOk;
+    const bool is_over = patience_.IsOver() && !IsWholeAnswer(answer);
+    return is_cut || is_over ? LinkStatus::kStopped : LinkStatus::kOk;
 }
 
 void SerialLink::Send(std::span<const std::uint8_t> frame) {
@@ -136,7 +139,7 @@ void SerialLink::Send(std::span<const std::uint8_t> frame) {
     is_sent_ = written >= frame.size();
 }
 
-/// One answer, or whatever has come when the time is over.
+/// One answer, or whatever has come when the time or the patience is over.
 std::size_t SerialLink::Receive() {
     std::size_t received      = 0;
     const std::uint32_t start = platform::TickMilliseconds();
@@ -144,6 +147,8 @@ std::size_t SerialLink::Receive() {
         platform::SleepMilliseconds(kPollWait);
         received += platform::ReadSerial(port_, std::span(answer_).subspan(received));
         if (IsWholeAnswer(std::span(answer_).first(received))) break;
+        patience_.Look();
+        if (patience_.IsOver()) break;
     }
     return received;
 }

@@ -50,10 +50,11 @@ private:
     [[nodiscard]] LinkStatus Exchange(std::span<const std::uint8_t> frame,
                                       std::span<const std::uint8_t>& answer) override;
     void Send(std::span<const std::uint8_t> frame);
-    std::size_t Receive();
+    [[nodiscard]] std::size_t Receive();
 
     platform::SerialHandle port_;
     StopRequest stop_request_;
+    StopPatience patience_{nullptr, 0};  // of the message under way
     std::uint32_t timeout_ms_ = 0;
     bool is_sent_             = false;  // the last frame, whole
     std::array<std::uint8_t, 1024> answer_{};

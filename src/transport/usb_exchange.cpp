@@ -85,13 +85,14 @@ private:
     LinkStatus WaitPatiently(std::uint32_t& queued) {
         const std::uint32_t start = platform::TickMilliseconds();
         while (true) {
-            const std::uint32_t waited = platform::TickMilliseconds() - start;
-            if (waited >= port_.timeout_ms) return LinkStatus::kTimeOut;
+            const std::uint32_t waited = std::min(platform::TickMilliseconds() - start, port_.timeout_ms);
             patience_->Look();
             if (patience_->IsOver()) return LinkStatus::kStopped;
-            if (!event_.Wait(std::min(port_.timeout_ms - waited, kLook))) continue;
-            if (!CountQueued(port_, queued)) return LinkStatus::kDriverFailed;
-            if (queued != 0) return LinkStatus::kOk;
+            if (event_.Wait(std::min(port_.timeout_ms - waited, kLook))) {
+                if (!CountQueued(port_, queued)) return LinkStatus::kDriverFailed;
+                if (queued != 0) return LinkStatus::kOk;
+            }
+            if (waited == port_.timeout_ms) return LinkStatus::kTimeOut;
         }
     }
 

@@ -9,7 +9,7 @@ namespace nelto {
 namespace {
 
 constexpr std::uint32_t kAnySerialNumber = 0;
-constexpr int kMostLateReads             = 4096;  // a device that never stops sending is left to the exchange's own end
+constexpr std::uint32_t kRestWait        = 20;  // milliseconds in which the rest of a packet comes in
 
 }  // namespace
 
@@ -31,25 +31,25 @@ LinkStatus UsbLink::Transceive(std::span<const std::uint8_t> request, std::span<
     ReplyBuffer assembly{.storage = reply, .skip_repetitions = true};
     const LinkStatus status =
         UsbStatusOf(ConverseInBlocks(line, port_->packet_payload_limit, patience, request, assembly));
-    late_bytes_possible_ =
-        status == LinkStatus::kTimeOut || status == LinkStatus::kDriverFailed || status == LinkStatus::kStopped;
+    late_bytes_possible_ = status != LinkStatus::kOk;
     if (status == LinkStatus::kOk) received = assembly.length;
     return status;
 }
 
-/// The driver is asked only when there may be something: after a time-out or a failed call.
+/// The driver is asked only when there may be something: after a message that failed.
 void UsbLink::DropLateBytes() {
     if (!std::exchange(late_bytes_possible_, false)) return;
+    static_cast<void>(ListenUntilSilent(kRestWait, nullptr, [this] { return DropQueued(); }));
+}
+
+std::ptrdiff_t UsbLink::DropQueued() {
     std::array<std::uint8_t, kUsbAnswerSize> late;
-    for (int round = 0; round < kMostLateReads && ReadQueuedUsb(*port_, late) > 0; ++round) {}
+    return ReadQueuedUsb(*port_, late);
 }
 
 bool UsbLink::WaitForSilence(std::uint32_t silence_ms) {
     if (port_ == nullptr) return false;
-    return ListenUntilSilent(silence_ms, stop_request_, [this] {
-        std::array<std::uint8_t, kUsbAnswerSize> late;
-        return ReadQueuedUsb(*port_, late);
-    });
+    return ListenUntilSilent(silence_ms, stop_request_, [this] { return DropQueued(); });
 }
 
 void UsbLink::Close() { NeltoUSBClose(std::exchange(port_, nullptr)); }

@@ -28,6 +28,7 @@ public:
 
 private:
     void DropLateBytes();
+    [[nodiscard]] std::ptrdiff_t DropQueued();
 
     UsbPort* port_;
     StopRequest stop_request_;

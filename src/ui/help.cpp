@@ -36,7 +36,7 @@ std::wstring NotFoundText(std::wstring_view path) {
     return text;
 }
 
-/// The shell is loaded when the help is first asked for: it is the heaviest of the system's libraries.
+/// The shell is loaded when the help is first asked for: nothing else needs it.
 bool OpenDocument(HWND dialog, const wchar_t* path) {
     constexpr INT_PTR kHighestError = 32;
     using platform::LibraryHandle;

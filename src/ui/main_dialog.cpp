@@ -29,6 +29,7 @@ constexpr DWORD kBusyWait        = 10;    // milliseconds between two of them
 constexpr int kAccepted          = 1;
 constexpr int kCancelled         = 2;
 constexpr UINT kScalingChanged   = WM_APP;
+constexpr UINT kActivated        = WM_APP + 1;
 
 constexpr std::array kTexts = {
     ControlTextRow{IDC_DEVICE_GROUP, IDS_DEVICE},
@@ -58,6 +59,7 @@ public:
     void Refresh();
     bool HandleCommand(int command);
     void FitScaling();
+    void FindFocus() const;
     /// What the system tells top-level windows only and the list must hear too.
     void PassToList(UINT message, WPARAM w_param, LPARAM l_param) const;
 
@@ -167,6 +169,13 @@ bool MainDialog::TakeOverOilAnswer(Measurement& measurement, OilDerivativeEntry 
     return state_.measurement.Edit(measurement);
 }
 
+/// A field that was locked while another program was in front has lost the focus: the next one takes it, or no key would be heard.
+void MainDialog::FindFocus() const {
+    const HWND focus = GetFocus();
+    const bool lost  = focus == nullptr || focus == dialog_ || !IsWindowEnabled(focus);
+    if (lost && IsWindowEnabled(dialog_)) SendMessageW(dialog_, WM_NEXTDLGCTL, 0, FALSE);
+}
+
 void MainDialog::FitScaling() {
     icons_.Show(dialog_);
     FitValueColumns(ValueList());
@@ -211,12 +220,15 @@ void MainDialog::ReturnToDialog(bool ok_was_enabled) const {
 void MainDialog::Accept() {
     worker_.Stop();
     Measurement measurement = state_.measurement.Copy();
+    // The first refresh with values may have been kept from filling them.
+    if (state_.status == kValuesAvailable) FillTypedFieldsOnce(measurement);
     StoreManualValues(ReadManualFields(dialog_), measurement.channels);
     WriteExchangeFile(state_, measurement);
     Close(kAccepted);
 }
 
 void MainDialog::Close(int result) {
+    KillTimer(dialog_, kRefreshTimer);  // a window above the dialog would let it go on
     worker_.Stop();
     serial_output_.Stop();
     EndDialog(dialog_, result);
@@ -234,6 +246,10 @@ INT_PTR CALLBACK MainProcedure(HWND dialog, UINT message, WPARAM w_param, LPARAM
         case WM_SYSCOLORCHANGE: open_dialog->PassToList(message, w_param, l_param); return TRUE;
         // Posted, so that it comes after the dialog manager has given the controls their new sizes.
         case WM_DPICHANGED: PostMessageW(dialog, kScalingChanged, 0, 0); return FALSE;
+        case WM_ACTIVATE: PostMessageW(dialog, kActivated, w_param, 0); return FALSE;
+        case kActivated:
+            if (LOWORD(w_param) != WA_INACTIVE) open_dialog->FindFocus();
+            return TRUE;
         case kScalingChanged: open_dialog->FitScaling(); return TRUE;
         default: return FALSE;
     }

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t kLongestText = 260;
 
-/// Looked up by name: Windows before 10 does not have these functions, and there all screens share one scaling.
+/// Looked up by name: where a Windows does not have these functions, the main screen's scaling is used.
 template <typename Function>
 Function ScalingFunction(const char* name) {
     const FARPROC function = GetProcAddress(GetModuleHandleW(L"user32.dll"), name);

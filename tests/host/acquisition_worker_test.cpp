@@ -14,9 +14,10 @@ struct Script {
     std::deque<std::uint32_t> configurations;  // results, 0 once used up
     std::deque<std::uint32_t> values;          // results; used up: the stop is requested
     std::deque<std::uint32_t> heating_checks;  // results, 0 once used up
-    std::uint32_t kind                = kKind780;
-    const wchar_t* name               = L"T7";
-    const wchar_t* serial_number      = L"1";
+    std::uint32_t kind           = kKind780;
+    const wchar_t* name          = L"T7";
+    const wchar_t* serial_number = L"1";
+    std::deque<const wchar_t*> serials;  // those of the next configurations, before it
     float fuel_value                  = 1;
     bool stops_in_configuration       = false;
     bool stops_in_heating_check       = false;
@@ -56,6 +57,10 @@ public:
         if (script->stops_in_configuration) script->state->stop_request = 1;
         const std::uint32_t result = Take(script->configurations);
         if (script->kind == kKind710) return result;
+        if (!script->serials.empty()) {
+            script->serial_number = script->serials.front();
+            script->serials.pop_front();
+        }
         channels[0].view_ident = kFuel;
         channels[0].value      = script->fuel_value;
         if (result != 0) return result;  // half-way
@@ -65,13 +70,15 @@ public:
         platform::CopyText(channels[2].text, script->serial_number);
         return result;
     }
-    bool ReadHeatingCheck(ChannelTable& heating_check) override {
+    std::uint32_t ReadHeatingCheck(ChannelTable& heating_check) override {
         script->calls += 'h';
-        EXPECT_TRUE(UsedRecords(heating_check).empty());
+        const std::uint32_t result = Take(script->heating_checks);
+        if (script->stops_in_heating_check) script->state->stop_request = 1;
+        if (result != 0) return result;
+        heating_check = {};
         for (const std::uint32_t ident : script->brings)
             AppendRecord(heating_check, {.view_ident = ident, .value = script->number});
-        if (script->stops_in_heating_check) script->state->stop_request = 1;
-        return Take(script->heating_checks) == 0;
+        return result;
     }
     std::uint32_t ReadValues(ChannelTable& channels) override {
         script->calls += 'v';
@@ -254,36 +261,6 @@ TEST_F(WorkerTest, LeavesNothingOfAnEarlierAnalyserButTheFuelThatNoneHasTold) {
     }
 }
 
-TEST_F(WorkerTest, KeepsHeatingCheckResultsOfTheSameAnalyserThatAReadHasNotBrought) {
-    state_.heating_check = 1;
-    struct Case {
-        const char* name;
-        std::vector<std::uint32_t> brings;
-        std::uint32_t result;
-        const char* shown;  // each read brings the next number
-    };
-    const Case cases[] = {
-        {"the first one", {0xFF2E, 0xFF3F, 0xFF40, 0xFF3F, 0xFF40, 0xFF45}, 0, "2E:0 3F:0 40:0 3F:0 40:0 45:0"},
-        {"nothing came", {}, 1, "2E:0 3F:0 40:0 3F:0 40:0 45:0"},
-        {"a list came", {0xFF3F, 0xFF40, 0xFF3F, 0xFF40}, 1, "2E:0 3F:2 40:2 3F:2 40:2 45:0"},
-        {"fewer and new ones", {0xFF3F, 0xFF40, 0xFF41, 0xFF45, 0xFF46}, 1, "2E:0 3F:3 40:3 41:3 45:3 46:3"},
-        {"more than before", {0xFF2E, 0xFF2E}, 1, "2E:4 2E:4 3F:3 40:3 41:3 45:3 46:3"},
-        {"too many", std::vector<std::uint32_t>(60, 0xFF47), 1, nullptr},
-        {"a whole one", {0xFF45}, 0, "45:6"},
-        {"which is empty", {}, 0, ""},
-    };
-    for (const Case& row : cases) {
-        SCOPED_TRACE(row.name);
-        script_.brings         = row.brings;
-        script_.heating_checks = {row.result};
-        const Measurement read = Connect();
-        EXPECT_EQ(script_.calls, "ofchvz");
-        if (row.shown != nullptr) EXPECT_EQ(ResultsOf(read), row.shown);
-        EXPECT_LE(UsedRecords(read.heating_check).size(), kChannelCapacity);
-        ++script_.number;
-    }
-}
-
 TEST_F(WorkerTest, DropsHeatingCheckResultsWithTheirAnalyserAlone) {
     state_.heating_check    = 1;
     const Measurement first = Connect();
@@ -293,9 +270,9 @@ TEST_F(WorkerTest, DropsHeatingCheckResultsWithTheirAnalyserAlone) {
     script_.stops_in_heating_check = true;
     EXPECT_EQ(ResultsOf(Connect({}, {2})), "2E:0");
     script_.stops_in_heating_check = false;
-    script_.heating_checks         = {1, 1};
     script_.brings                 = {0xFF2F};
-    script_.serial_number          = L"2";  // whose values come only after a second, failed read of its results
+    script_.serial_number          = L"2";
+    script_.heating_checks         = {0, 1};  // the second read fails, when the values come at last
     EXPECT_EQ(ResultsOf(Connect({}, {6})), "2F:1");
     state_.heating_check = 0;
     EXPECT_EQ(ResultsOf(Connect({2})), "2F:1");
@@ -306,6 +283,19 @@ TEST_F(WorkerTest, DropsHeatingCheckResultsWithTheirAnalyserAlone) {
     EXPECT_EQ(ResultsOf(Connect()), "2F:1");
     state_.heating_check = 0;
     script_.kind         = kKind781;
+    EXPECT_EQ(ResultsOf(Connect()), "");
+}
+
+TEST_F(WorkerTest, KeepsHeatingCheckResultsWhenAnotherAnalyserCameWithoutValues) {
+    state_.heating_check   = 1;
+    script_.heating_checks = {0, 1, 1};
+    EXPECT_EQ(ResultsOf(Connect()), "2E:0");
+    script_.serials = {L"2", L"1"};  // the other one zeroes, then the first one is back
+    EXPECT_EQ(ResultsOf(Connect({}, {6})), "2E:0");
+    script_.serial_number  = L"";  // without one, nobody is known again
+    script_.heating_checks = {0};
+    EXPECT_EQ(ResultsOf(Connect()), "2E:0");
+    script_.heating_checks = {1};
     EXPECT_EQ(ResultsOf(Connect()), "");
 }
 

@@ -53,9 +53,9 @@ const Command kCommands[] = {
     {"smoke pump",          "B7",                                  1, 1, 3000, 4096, "oCz",   true,  true,  true},
     {"open heating check",  "49 00 00 F0 01 00 00 06 00 00 00",    1, 1,  200, 4096, "ocH",   true,  true,  true},
     {"view list",           "A5 10 00 00 F0 01 00 06 00",          2, 1,  200, 4096, "ocH",   true,  true,  true},
-    {"list header",         "A5 08 00 01 00 00 F0 06 00",          2, 1, 3000, 4096, "ocH",   true,  true,  true},
-    {"list entries",        "A5 0A 00 01 00 00 F0 06 00",          2, 1, 3000, 4096, "ocH",   true,  true,  true},
-    {"list records",        "A5 09 00 01 00 00 F0 06 00 00 00 01 00", 2, 1, 3000, 4096, "ocH", true, true,  true},
+    {"list header",         "A5 08 00 01 00 00 F0 06 00",          2, 1, 3000, 4096, "och",   true,  true,  true},
+    {"list entries",        "A5 0A 00 01 00 00 F0 06 00",          2, 1, 3000, 4096, "och",   true,  true,  true},
+    {"list records",        "A5 09 00 01 00 00 F0 06 00 00 00 01 00", 2, 1, 3000, 4096, "och", true, true,  true},
     {"zero flag",           "AA",                                  1, 1, 3000, 4096, "ochVz", true,  true,  true},
     {"configuration again", "53",                                  1, 2, 3000, 4096, "ochVz", true,  true,  true},
     {"values",              "9C",                                  1, 2, 3000, 4096, "ochVz", true,  true,  true},
@@ -250,7 +250,7 @@ std::uint32_t NumberOf(Transport transport, LinkStatus status) {
     }
 }
 
-/// What the link returns for the struck exchange alone; `expected` is then its result as stated.
+/// What the link returns for the struck exchange alone; `expected` is then the result that the table gives it.
 std::uint32_t LinkResult(const Cell& cell, std::uint32_t& expected) {
     Stage stage(cell.transport, cell.shape.block);
     const auto link = OpenLink(cell.transport);
@@ -292,7 +292,7 @@ std::string WorkerWrong(const Cell& cell, bool fails) {
     const bool is_one = cell.command.timeout == 3000 &&
                         cell.fault.results[cell.Link()] != kDriverFailure[cell.Link()] &&
                         cell.fault.name != std::string_view("link error");
-    if (fails && trace == "ocHvvz") results -= is_one ? 2 : results;
+    if (fails && (trace == "ocHvvz" || (expected == "och" && trace == "ochvvz"))) results -= is_one ? 2 : results;
     const bool lost_more = cell.fault.name == std::string_view("link gone");
     stage.Expect(stage.HeatingCheckValues().size() == results || lost_more, "heating check");
     return stage.Wrong();
@@ -306,7 +306,7 @@ std::string StopWrong(const Cell& cell) {
     stage.waits_for_strike  = cell.command.trace[0] != '\0';
     stage.stops_at_strike   = true;
     const std::string trace = stage.RunWorker();
-    stage.Expect(World().now - stage.struck_at <= kBlockStopPatience + kCloseTimeout + kStopStep,
+    stage.Expect(World().now - stage.struck_at <= kBlockStopPatience + 2 * kCloseTimeout + kStopStep,
                  "ended " + std::to_string(World().now - stage.struck_at) + " ms after the stop, " + trace);
     return stage.Wrong();
 }
@@ -367,7 +367,7 @@ std::string LifeFrom(std::uint32_t start, Transport transport) {
 TEST(FaultMatrix, TheTickCountMayBeginAnewAtAnyMoment) {
     for (const Transport transport : kLinks) {
         const std::string usual = LifeFrom(1000, transport);
-        ASSERT_TRUE(usual.starts_with(transport == Transport::kIrda ? "ochvvz" : "ocHvvz")) << usual;
+        ASSERT_TRUE(usual.starts_with("ochvvz")) << usual;
         for (std::uint32_t before = 70; before < 16000; before += 370) {
             ASSERT_EQ(LifeFrom(0U - before, transport), usual) << before;
         }
@@ -380,6 +380,7 @@ TEST(FaultMatrix, AStopAtAnyMomentIsHonoured) {
     // The reply under way, then the replies to 90 and 20 in three blocks.
     constexpr std::uint32_t kBound = kStopStep + kBlockStopPatience + 4 * (kBlock + 10);
     int tried                      = 0;
+    std::uint32_t longest          = 0;
     for (const Transport transport : {Transport::kSerial, Transport::kUsb}) {
         bool cut_short = true;
         for (std::uint32_t at = 0; cut_short; at += 190) {
@@ -396,7 +397,7 @@ TEST(FaultMatrix, AStopAtAnyMomentIsHonoured) {
             const std::string trace = stage.RunWorker();
             cut_short               = !trace.ends_with("vvz");
             ASSERT_EQ(stage.Wrong(), "") << at;
-            // The analyser is left as it should be, and no line reads like a fault of it.
+            // The analyser is left out of slave mode, and no line reads like a fault of it.
             if (!stage.requests.empty()) ASSERT_EQ(stage.requests.back(), Hex("20 00")) << at << " " << trace;
             for (const wchar_t* log : {L"Nelto780Base.txt", L"ZIVNelto780.txt"}) {
                 for (const std::string& line : LogLines(log)) {
@@ -404,12 +405,13 @@ TEST(FaultMatrix, AStopAtAnyMomentIsHonoured) {
                     ASSERT_EQ(line.find("failed"), std::string::npos) << line << " " << at;
                 }
             }
-            if (cut_short) ASSERT_LE(World().now - stopped, kBound) << trace << ", stopped after " << at;
+            if (cut_short) longest = std::max(longest, World().now - stopped);
             ++tried;
         }
     }
-    std::printf("stopped at %d moments\n", tried);
+    std::printf("stopped at %d moments, ended within %u ms\n", tried, longest);
     EXPECT_GT(tried, 100);
+    EXPECT_LE(longest, kBound);
 }
 
 }  // namespace

@@ -73,7 +73,7 @@ public:
         switch (section) {
             case Section::kOpen: connection_ = Nelto780Open(stage.state); return connection_ == nullptr ? 1 : 0;
             case Section::kConfiguration: return connection_->ReadConfiguration(table);
-            case Section::kHeatingCheck: return connection_->ReadHeatingCheck(table) ? 0 : 1;
+            case Section::kHeatingCheck: return connection_->ReadHeatingCheck(table);
             case Section::kValues: return connection_->ReadValues(table);
             case Section::kClose: return std::exchange(connection_, nullptr)->Close();
         }
@@ -114,7 +114,7 @@ bool FailedAsStated(Section section, std::size_t index, std::uint32_t result, co
     if (gone)
         left =
             std::accumulate(kListSizes.begin(), kListSizes.begin() + static_cast<std::ptrdiff_t>(list), std::size_t{0});
-    return result == 1 && UsedRecords(talk.table).size() == left && NewRecords(talk.table, whole) == 0;
+    return result == 0 && UsedRecords(talk.table).size() == left && NewRecords(talk.table, whole) == 0;
 }
 
 bool ValuesAsSent(const Talk& talk) {

@@ -76,8 +76,8 @@ public:
     std::uint32_t ReadConfiguration(ChannelTable& channels) override {
         return Told(inner_->ReadConfiguration(channels), "cC", 2);
     }
-    bool ReadHeatingCheck(ChannelTable& table) override {
-        return Told(inner_->ReadHeatingCheck(table) ? 0 : 1, "hH", 1) == 0;
+    std::uint32_t ReadHeatingCheck(ChannelTable& table) override {
+        return Told(inner_->ReadHeatingCheck(table), "hH", 1);
     }
     std::uint32_t ReadValues(ChannelTable& channels) override {
         const std::uint32_t result = inner_->ReadValues(channels);

@@ -344,7 +344,7 @@ TEST_F(Generation2004Test, ReadsTheHeatingCheckList) {
     peer_.Answer("A5 09 00 0A 0B 0C 0D 0E 0F 00 00 02 00", "00 00 A0 40 FF FF FF FF 00 00 C0 40 00 00 E0 40");
     Open();
     ChannelTable results{};
-    ASSERT_TRUE(connection_->ReadHeatingCheck(results));
+    ASSERT_EQ(connection_->ReadHeatingCheck(results), 0U);
     // The second block of length 0 is read once and ends the walk.
     ASSERT_EQ(UsedRecords(results).size(), 6U);
     EXPECT_EQ(Label(results[0]), L"ID_FF2E");
@@ -354,9 +354,45 @@ TEST_F(Generation2004Test, ReadsTheHeatingCheckList) {
     EXPECT_EQ(results[2].value, 7.0F);
 
     peer_.Answer("49", "01 02 03 04 05 06 07");
-    EXPECT_FALSE(connection_->ReadHeatingCheck(results));
+    EXPECT_EQ(connection_->ReadHeatingCheck(results), 2U);
     peer_.answers.erase(Hex("49"));
-    EXPECT_FALSE(connection_->ReadHeatingCheck(results));
+    EXPECT_EQ(connection_->ReadHeatingCheck(results), 1U);
+    EXPECT_EQ(UsedRecords(results).size(), 6U);  // as they were
+}
+
+/// Two lists, of reference 1 and 2, that hold the same quantity and one of their own each.
+TEST_F(Generation2004Test, KeepsOfTheHeatingCheckTheListsThatCannotBeReadAndNoOthers) {
+    const std::string header = std::string("00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 01 00 00 00 ") +
+                               "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00";
+    const auto list = [&](const std::string& reference, const std::string& entry, const std::string& values) {
+        peer_.Answer("A5 08 00 " + reference, header);
+        peer_.Answer("A5 0A 00 " + reference, "01 01 00 00 01 00 FF 00 00 00 00 00 " + entry);
+        peer_.Answer("A5 09 00 " + reference + " 00 00 01 00", values);
+    };
+    const std::string first = "01 01 01 01 01 01", second = "02 02 02 02 02 02";
+    peer_.Answer("49", "01 02 03 04 05 06");
+    peer_.Answer("A5 10", "00 00 15 00 00 00 1A 00 00 00 " + first + " " + second + " FF FF 00 00 00 00");
+    list(first, "2E FF 00 00 FF 00 FF 00 00 00 00 00", "00 00 80 3F 00 00 80 3F");
+    list(second, "02 01 00 00 FF 00 FF 00 00 00 00 00", "00 00 00 40 00 00 00 40");
+    Open();
+    ChannelTable results{};
+    const auto shown = [&] {
+        connection_->ReadHeatingCheck(results);
+        std::string text;
+        for (const ChannelRecord& record : UsedRecords(results)) {
+            text +=
+                std::to_string(record.view_ident & 0xFF) + "=" + std::to_string(static_cast<int>(record.value)) + " ";
+        }
+        return text;
+    };
+    EXPECT_EQ(shown(), "1=1 46=1 1=2 2=2 ");
+    peer_.answers.erase(Hex("A5 0A 00 " + first));
+    list(second, "02 01 00 00 FF 00 FF 00 00 00 00 00", "00 00 40 40 FF FF FF FF");  // and one value less
+    EXPECT_EQ(shown(), "1=1 46=1 1=3 ");
+    peer_.answers.erase(Hex("A5 08 00 " + second));
+    EXPECT_EQ(shown(), "1=1 46=1 1=3 ");
+    peer_.Answer("A5 10", "00 00 15 00 00 00 1A 00 00 00 " + second + " FF FF 00 00 00 00 FF FF 00 00 00 00");
+    EXPECT_EQ(shown(), "1=3 ");
 }
 
 TEST_F(Generation2004Test, AsksForNoMoreHeatingCheckListsThanATableHolds) {
@@ -367,7 +403,7 @@ TEST_F(Generation2004Test, AsksForNoMoreHeatingCheckListsThanATableHolds) {
     Open();
     peer_.requests.clear();
     ChannelTable results{};
-    EXPECT_FALSE(connection_->ReadHeatingCheck(results));
+    EXPECT_EQ(connection_->ReadHeatingCheck(results), 0U);
     EXPECT_LE(peer_.requests.size(), 70U);
 }
 

@@ -194,7 +194,7 @@ TEST_F(Search2010Test, TheHeatingCheckIsNotAskedForOverTheBytesOfALink) {
         const std::size_t requests = peer.requests.size();
         const std::size_t calls    = Maker().calls.size();
         ChannelTable heating_check{};
-        EXPECT_FALSE(opened->ReadHeatingCheck(heating_check));
+        EXPECT_NE(opened->ReadHeatingCheck(heating_check), 0U);
         EXPECT_EQ(peer.requests.size(), requests);
         EXPECT_EQ(Maker().calls.size(), calls);
         opened->Close();

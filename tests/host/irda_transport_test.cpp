@@ -246,6 +246,37 @@ TEST_F(IrdaTransport, ASilentAnalyserIsWaitedForUntilAStop) {
     }
 }
 
+TEST_F(IrdaTransport, AReplyThatIsComingInIsFinishedAfterAStop) {
+    for (const std::uint32_t pause : {150U, 400U}) {  // 12 bytes: 1.8 and 4.8 seconds
+        SetUp();
+        Connect();
+        TheIrdaWorld().is_silent  = true;
+        stop_                     = 1;
+        const std::uint32_t start = TheWorld().now;
+        std::size_t given         = 0;
+        TheIrdaWorld().on_idle    = [&] {
+            if (given == kTwelve.size() || TheWorld().now - start < (given + 1) * pause) return;
+            TheIrdaWorld().pieces.push_back(Part(given, given + 1));
+            ++given;
+        };
+        EXPECT_EQ(Transceive(4096), pause == 150 ? kGood : LinkStatus::kStopped);
+        EXPECT_LE(TheWorld().now - start, 3200U);
+        TearDown();
+    }
+}
+
+TEST_F(IrdaTransport, WhatIsLeftOfAReplyIsThrownAwayUntilTheLineIsSilent) {
+    Connect();
+    const std::uint32_t start = TheWorld().now;
+    TheWorld().on_wait        = [&] {
+        if (TheWorld().now - start == 500) TheIrdaWorld().pieces = {Part(0, 4), Part(4, 12)};
+    };
+    EXPECT_TRUE(link_->WaitForSilence(1000));
+    EXPECT_TRUE(TheIrdaWorld().pieces.empty());
+    EXPECT_EQ(TheWorld().now - start, 1510U);
+    TheWorld().on_wait = nullptr;
+}
+
 TEST_F(IrdaTransport, SendingThatFailsEndsTheExchange) {
     const std::array<void (*)(IrdaLink&), 3> causes = {
         [](IrdaLink&) { TheIrdaWorld().sending_fails = true; },

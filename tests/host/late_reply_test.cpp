@@ -48,7 +48,7 @@ const LateRow kLateRows[] = {
     {"a header as late as two time-outs", "A5 08", 6010, nullptr, 0, {1}},
     {"quantities as late as two time-outs", "A5 0A", 6500, nullptr, 0, {1}},
     {"records as late as two time-outs", "A5 09", 8900, nullptr, 0, {1}},
-    {"a header as late as four time-outs", "A5 08", 12500, nullptr, 0, {1, 2}},
+    {"a header as late as four time-outs", "A5 08", 12500, nullptr, 0, {1, 2, 3}},
     {"all records late", nullptr, 0, "A5 09", 3010, {1, 2, 3}},
     {"a header lost and records late", "A5 08", kNever, "A5 09", 2900, {1}},
     {"a header as late as two time-outs, noise", "A5 08", 8000, nullptr, 0, {1}, true},
@@ -80,7 +80,7 @@ TEST(LateReply, NeverStandsUnderAnotherIdentInTheHeatingCheck) {
                              reply.unasked_ms = row.unasked;
                          });
             ChannelTable table{};
-            EXPECT_EQ(connection->ReadHeatingCheck(table), row.missing.empty());
+            EXPECT_EQ(connection->ReadHeatingCheck(table), 0U);
             Values values;
             for (const ChannelRecord& record : UsedRecords(table)) values.push_back(record.value);
             EXPECT_EQ(values, Results(row.missing));
@@ -167,12 +167,31 @@ TEST(LateReply, IsWaitedForUntilAStop) {
             stage.state.stop_request = 1;
         };
         ChannelTable table{};
-        EXPECT_FALSE(connection->ReadHeatingCheck(table));
+        EXPECT_EQ(connection->ReadHeatingCheck(table), 0U);
         EXPECT_NE(stopped, 0U);
         EXPECT_LE(World().now - stopped, 100U);
         EXPECT_TRUE(UsedRecords(table).empty());
         World().on_wait = nullptr;
         connection->Close();
+    }
+}
+
+TEST(LateReply, DoesNotKeepAnAnalyserInSlaveMode) {
+    for (const Transport transport : {Transport::kSerial, Transport::kUsb}) {
+        for (const std::uint32_t delay : {3050U, 3100U}) {
+            Stage stage(transport);
+            const auto connection = Nelto780Open(stage.state);
+            ASSERT_NE(connection, nullptr);
+            stage.Strike(Hex("A5 0A"), 1, nullptr, [=](Stage&, Reply& reply) { reply.delay_ms = delay; });
+            World().on_wait = [&, before = World().on_wait] {
+                before();
+                if (stage.struck && World().now - stage.struck_at >= 3040) stage.state.stop_request = 1;
+            };
+            ChannelTable table{};
+            EXPECT_EQ(connection->ReadHeatingCheck(table), 0U);
+            connection->Close();
+            EXPECT_EQ(stage.requests.back(), Hex("20 00")) << delay;
+        }
     }
 }
 

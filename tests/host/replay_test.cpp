@@ -58,8 +58,7 @@ Lines Connect(int reads) {
     if (connection == nullptr) return {state.last_error.load()};
     ChannelTable channels{}, heating_check{};
     shown.push_back("configuration " + std::to_string(connection->ReadConfiguration(channels)));
-    const bool whole = connection->ReadHeatingCheck(heating_check);
-    shown.push_back(whole ? "heating check" : "heating check in part");
+    shown.push_back("heating check " + std::to_string(connection->ReadHeatingCheck(heating_check)));
     Tell(shown, heating_check);
     for (std::uint32_t result = 0; reads > 0 && result == 0; --reads) {
         result = connection->ReadValues(channels);

@@ -10,6 +10,8 @@
 namespace nelto {
 namespace {
 
+static_assert(kNoValuesZeroing == std::uint32_t{kZeroing});
+
 constexpr std::size_t kSlaveModeAnswer         = 12;
 constexpr std::size_t kInfraredSlaveModeAnswer = 4;
 
@@ -96,7 +98,7 @@ std::uint32_t Analyser2004::SetSlaveMode(bool on) {
     DirectAnswer storage{};
     std::size_t received = 0;
     const auto answer    = std::span(storage).first(infrared ? kSlaveModeAnswer : storage.size());
-    if (Send(kGetSlaveMode, answer, received, kShortTimeout) != LinkStatus::kOk) return kTransportFailure;
+    if (AskSlaveMode(answer, received) != LinkStatus::kOk) return kTransportFailure;
     // Over infrared the length is deliberately not checked, beyond that the mode came at all.
     const ByteView view(answer.first(received));
     if (infrared ? !view.Covers(4, 1) : view.Size() != kSlaveModeAnswer) return kBadAnswer;
@@ -105,6 +107,15 @@ std::uint32_t Analyser2004::SetSlaveMode(bool on) {
     const std::array<std::uint8_t, 2> command = {kSetSlaveMode, static_cast<std::uint8_t>(on ? 1 : 0)};
     const auto reply = std::span(storage).first(infrared ? kInfraredSlaveModeAnswer : storage.size());
     return Send(command, reply, received, kShortTimeout) == LinkStatus::kOk ? kDone : kModeChangeFailed;
+}
+
+/// A late answer to the message before may come first; then this one is asked for once more.
+LinkStatus Analyser2004::AskSlaveMode(std::span<std::uint8_t> room, std::size_t& received) {
+    const bool is_owed      = session_.is_answer_owed;
+    const LinkStatus status = Send(kGetSlaveMode, room, received, kShortTimeout);
+    const bool is_another   = status == LinkStatus::kOk ? received < 2 || room[1] != kGetSlaveMode.front()
+                                                        : status != LinkStatus::kDriverFailed;
+    return is_owed && is_another ? Send(kGetSlaveMode, room, received, kShortTimeout) : status;
 }
 
 void Analyser2004::Release() {

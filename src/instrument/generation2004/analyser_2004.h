@@ -27,11 +27,12 @@ public:
 
 private:
     void Release() override;
+    [[nodiscard]] LinkStatus AskSlaveMode(std::span<std::uint8_t> room, std::size_t& received);
     [[nodiscard]] bool IsOver(Transport transport) const { return session_.transport == transport; }
     /// Straight to the link, without a check of the header; the answer has at most `room`.
     [[nodiscard]] LinkStatus Send(std::span<const std::uint8_t> command, std::span<std::uint8_t> room,
                                   std::size_t& received, std::uint32_t timeout_ms) {
-        return session_.link->Transceive(command, room, received, timeout_ms);
+        return session_.Transceive(command, room, received, timeout_ms);
     }
 };
 

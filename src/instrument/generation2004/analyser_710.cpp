@@ -40,7 +40,7 @@ std::uint32_t Analyser710::SynchronizeClock() {
 bool Analyser710::Set(const std::array<std::uint8_t, 5>& command) {
     DirectAnswer answer{};
     std::size_t received = 0;
-    static_cast<void>(session_.link->Transceive(command, answer, received, kAnswerTimeout));
+    static_cast<void>(session_.Transceive(command, answer, received, kAnswerTimeout));
     return received >= kAnswerHeaderSize && answer[0] == 0;
 }
 

@@ -35,11 +35,12 @@ bool AnswerIsGood(Transport transport, ByteView answer, std::uint8_t command) {
 
 std::uint32_t Exchange2004(Session& session, std::span<const std::uint8_t> command, std::span<std::uint8_t> answer,
                            std::size_t& received, std::uint32_t timeout_ms, LinkStatus& status) {
-    received = 0;
-    status   = LinkStatus::kStopped;
-    if (session.StopRequested() || command.empty()) return kBadAnswer;
+    received       = 0;
+    status         = LinkStatus::kStopped;
+    session.is_cut = session.StopRequested();
+    if (session.is_cut || command.empty()) return kBadAnswer;
     std::size_t count = 0;
-    status            = session.link->Transceive(command, answer, count, timeout_ms);
+    status            = session.Transceive(command, answer, count, timeout_ms);
     if (status != LinkStatus::kOk) return kBadAnswer;
     const ByteView view(answer.first(std::min(count, answer.size())));
     if (!AnswerIsGood(session.transport, view, command.front())) return kBadAnswer;

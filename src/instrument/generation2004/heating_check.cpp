@@ -20,7 +20,9 @@ constexpr std::size_t kEntrySize         = 12;
 constexpr std::size_t kValueSize         = 4;
 constexpr std::uint16_t kResultBlock     = 21;
 constexpr std::uint16_t kNoReference     = 0xFFFF;
-constexpr std::uint32_t kSpare           = 100;  // milliseconds: an answer that is due now takes a moment to come in
+constexpr int kMostUnanswered            = 2;
+constexpr std::uint32_t kLeastSilence    = 1500;  // milliseconds
+constexpr std::uint32_t kSpare           = 100;   // milliseconds: an answer that is due now takes a moment to come in
 
 constexpr std::array<std::size_t, 3> kReferenceOffsets = {8, 14, 20};
 
@@ -60,12 +62,20 @@ std::vector<Reference> FindReferences(const ByteView& list) {
     return references;
 }
 
-void StoreResult(ChannelTable& table, const Entry& entry, float value) {
+/// The reference as a number, by which a record tells its list.
+std::uint64_t SourceOf(const Reference& reference) {
+    std::uint64_t source = 0;
+    for (const std::uint8_t byte : reference) source = (source << 8) | byte;
+    return source;
+}
+
+void StoreResult(ChannelTable& table, std::uint64_t source, const Entry& entry, float value) {
     ChannelRecord record = {.view_ident = entry.view_ident,
                             .unit       = entry.unit,
                             .resolution = entry.resolution,
                             .value_type = kNumber,
-                            .value      = value};
+                            .value      = value,
+                            .source     = source};
     platform::FormatText(record.label, L"ID_%04X", entry.view_ident);
     AppendRecord(table, record);
 }
@@ -79,26 +89,29 @@ std::vector<Entry> TakeEntries(const Conversation2004& talk) {
     return entries;
 }
 
-/// One read of the heating check. All its requests have the same code, and only that code stands in an answer: a late answer would
-/// pass for that to the next request. So when an answer is missing or damaged, nothing more is asked until the line has been silent
-/// for a little more than twice its time-out; what comes meanwhile is thrown away. A link that has failed itself ends the read, and so does a stop.
+/// One read of the heating check. All its requests have the same code, and only that code stands in an answer: a late answer
+/// would pass for that to the next request. So when an answer is missing or damaged, nothing more is asked until the line has been
+/// silent for a little more than twice its time-out; what comes meanwhile is thrown away. A link that has failed itself ends the
+/// read, and so do a stop and two lists in a row that get no answer: nobody is there any more.
 class HeatingCheckReader {
 public:
-    HeatingCheckReader(Session& session, ChannelTable& table) : link_(*session.link), talk_(session), table_(table) {}
+    HeatingCheckReader(Session& session, const ChannelTable& earlier, ChannelTable& results)
+        : link_(*session.link), talk_(session), earlier_(earlier), results_(results) {}
 
     std::uint32_t Read();
-    [[nodiscard]] bool IsWhole() const { return is_whole_; }
 
 private:
     bool Ask(std::span<const std::uint8_t> command, std::uint32_t timeout_ms = kAnswerTimeout);
     [[nodiscard]] bool GetInStep(std::uint32_t timeout_ms);
-    bool ReadList(const Reference& reference);
+    [[nodiscard]] bool ReadList(const Reference& reference);
+    void KeepList(const Reference& reference);
 
     Link& link_;
     Conversation2004 talk_;
-    ChannelTable& table_;
-    bool is_whole_ = false;
-    bool is_ended_ = false;
+    const ChannelTable& earlier_;
+    ChannelTable& results_;
+    bool is_ended_  = false;
+    int unanswered_ = 0;  // lists in a row
 };
 
 std::uint32_t HeatingCheckReader::Read() {
@@ -107,15 +120,24 @@ std::uint32_t HeatingCheckReader::Read() {
 
     const auto list_command = BlockCommand<9>(kReadViewList, talk_.Payload().Bytes());
     if (!Ask(list_command, kShortTimeout)) return kTransportFailure;
-    is_whole_ = true;
     if (talk_.Answer().Size() < kShortestViewList) return kDone;
 
     for (const Reference& reference : FindReferences(talk_.Answer())) {
-        if (IsFull(table_)) break;  // nothing more could be stored
-        if (!ReadList(reference)) is_whole_ = false;
-        if (is_ended_) break;
+        if (IsFull(results_)) break;  // nothing more could be stored
+        if (is_ended_ || !ReadList(reference)) KeepList(reference);
+        unanswered_ = talk_.Status() == LinkStatus::kTimeOut ? unanswered_ + 1 : 0;
+        if (unanswered_ == kMostUnanswered) is_ended_ = true;
     }
     return kDone;
+}
+
+/// What was read earlier of a list that cannot be read now.
+void HeatingCheckReader::KeepList(const Reference& reference) {
+    const std::uint64_t source = SourceOf(reference);
+    if (std::ranges::find(results_, source, &ChannelRecord::source) != results_.end()) return;
+    for (const ChannelRecord& record : UsedRecords(earlier_)) {
+        if (record.source == source) AppendRecord(results_, record);
+    }
 }
 
 bool HeatingCheckReader::Ask(std::span<const std::uint8_t> command, std::uint32_t timeout_ms) {
@@ -131,14 +153,15 @@ bool HeatingCheckReader::GetInStep(std::uint32_t timeout_ms) {
         case LinkStatus::kDriverFailed:
         case LinkStatus::kNotOpen:
         case LinkStatus::kStopped: return false;
-        default: return link_.WaitForSilence(2 * timeout_ms + kSpare);
+        default: return link_.WaitForSilence(std::max(2 * timeout_ms, kLeastSilence) + kSpare);
     }
 }
 
-/// Reads one result list: its header, its quantities, and its records with one value for each quantity. False when that fails, which
-/// ends this list alone.
+/// Reads one result list: its header, its quantities, and its records with one value for each quantity. False when that fails,
+/// which ends this list alone; a list whose header is too short is read, and empty.
 bool HeatingCheckReader::ReadList(const Reference& reference) {
-    if (!Ask(BlockCommand<9>(kReadHeader, reference)) || talk_.Answer().Size() < kShortestHeader) return false;
+    if (!Ask(BlockCommand<9>(kReadHeader, reference))) return false;
+    if (talk_.Answer().Size() < kShortestHeader) return true;
     const std::uint16_t record_count = talk_.Answer().Word(kRecordCountOffset);
 
     if (!Ask(BlockCommand<9>(kReadEntries, reference))) return false;
@@ -154,18 +177,15 @@ bool HeatingCheckReader::ReadList(const Reference& reference) {
         const ByteView value = talk_.Record(index, kValueSize);
         const Entry& entry   = entries[index % entries.size()];
         if (value.Long(0) != kNoValueMark && entry.view_ident != kFreeRecord)
-            StoreResult(table_, entry, value.Single(0));
+            StoreResult(results_, SourceOf(reference), entry, value.Single(0));
     }
     return true;
 }
 
 }  // namespace
 
-std::uint32_t ReadHeatingCheck2004(Session& session, ChannelTable& heating_check, bool& whole) {
-    HeatingCheckReader reader(session, heating_check);
-    const std::uint32_t result = reader.Read();
-    whole                      = reader.IsWhole();
-    return result;
+std::uint32_t ReadHeatingCheck2004(Session& session, const ChannelTable& earlier, ChannelTable& results) {
+    return HeatingCheckReader(session, earlier, results).Read();
 }
 
 }  // namespace nelto

@@ -8,8 +8,9 @@
 
 namespace nelto {
 
-/// Fills free records of the table with the results that the analyser has stored. Returns kDone, kTransportFailure or, for an
-/// opening answer of the wrong length, kBadAnswer; `whole` says whether all results were read. Worker thread.
-std::uint32_t ReadHeatingCheck2004(Session& session, ChannelTable& heating_check, bool& whole);
+/// Fills free records of `results` with what the analyser has stored, list by list; for a list that cannot be read, with what
+/// `earlier` holds of it. Returns kDone, kTransportFailure or, for an opening answer of the wrong length, kBadAnswer. Worker
+/// thread.
+std::uint32_t ReadHeatingCheck2004(Session& session, const ChannelTable& earlier, ChannelTable& results);
 
 }  // namespace nelto

@@ -9,7 +9,7 @@
 namespace nelto {
 
 enum class LibraryFamily : std::uint8_t {
-    kInstrument,  // "nelto7XXE.dll", then "nelto7XXT.dll": which of them holds a function is not known
+    kInstrument,  // "nelto7XXE.dll", then "nelto7XXT.dll"
     kEmUsb,       // "neltoEmUSB.dll"
     kRs232,       // "neltoRS232.dll"
 };
@@ -89,8 +89,8 @@ constexpr Row<Device, Code, FuelData2010*>           kGetAppFuelData            
 // clang-format on
 
 /// Address of the function, or null with the reason in `error`. A library is looked for by its bare name each time that it
-/// is needed and not there yet; once found it stays for the rest of the process, since an analyser's library keeps threads and
-/// handles of its own that do not outlive it. So a search of hours leaves nothing behind.
+/// is needed and not there yet; once found it stays for the rest of the process, so that a search of hours
+/// loads nothing twice and leaves nothing behind.
 [[nodiscard]] void* Find(LibraryFamily family, const char* name, std::uint32_t& error);
 
 }  // namespace library

@@ -51,7 +51,7 @@ static_assert(sizeof(DateTime2010) == 8);
 static_assert(offsetof(DateTime2010, year) == 4);
 static_assert(offsetof(DateTime2010, day) == 7);
 
-/// Parameters of a fuel. Only the two numbers at its start are known; the rest is room for what the library writes behind them.
+/// Parameters of a fuel. Only the two numbers at its start are used; the rest is room for what the library writes behind them.
 struct FuelData2010 {
     float maximum_carbon_dioxide;  // percent
     float reference_oxygen;        // percent

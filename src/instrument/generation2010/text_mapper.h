@@ -30,7 +30,7 @@ public:
     [[nodiscard]] std::wstring FuelText(std::uint32_t fuel_id) const;
 
 private:
-    /// Language tag, number of the text, text out, scratch out, characters of each. What it returns is not known.
+    /// Language tag, number of the text, text out, scratch out, characters of each. What it returns is not looked at.
     using GetString = std::uint32_t(NELTO_LIBRARY_CALL*)(const wchar_t* language, std::uint32_t number, wchar_t* text,
                                                          wchar_t* scratch, std::uint32_t capacity);
 

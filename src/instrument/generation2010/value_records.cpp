@@ -14,7 +14,6 @@ namespace {
 
 constexpr std::uint32_t kAllValues = 0;
 
-/// Far beyond what an analyser measures or remembers.
 constexpr std::uint32_t kMostRecords = 4096;
 
 constexpr std::array<std::uint32_t, 8> kStatusWords = {128, 129, 130, 131, 132, 133, 138, 0xFFFFFFFF};

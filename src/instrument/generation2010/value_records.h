@@ -18,7 +18,7 @@ namespace nelto {
 /// Records that a channel table takes from an analyser of generation 2010; the last one stays free.
 constexpr std::size_t kMostChannels2010 = 63;
 
-/// Room for the records that a library announces. A number that no analyser reaches is refused, whatever the library says.
+/// Room for the records that a library announces. More than 4096 are refused.
 class RecordArray {
 public:
     /// False when the room is refused.

@@ -1,4 +1,4 @@
-// Winsock is loaded with the first infrared connection, since most technicians never need it. It is wsock32.dll, not ws2_32.dll:
+// Winsock is loaded with the first infrared connection, since the other links do not need it. It is wsock32.dll, not ws2_32.dll:
 // it holds all of Winsock 1.1, and a drop-in of either name works, since the system's own wsock32.dll hands these calls on to
 // ws2_32.dll.
 #include "platform/irda_socket.h"
