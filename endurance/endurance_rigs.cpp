@@ -209,7 +209,7 @@ private:
     FakeD2xx driver_;
 };
 
-/// A silent analyser holds the program until the link drops: here it drops at once, since no time passes in a receive.
+/// A silent analyser holds the program until a stop: here it drops at once, since no time passes in a receive.
 class Infrared final : public Rig {
 public:
     Infrared() {

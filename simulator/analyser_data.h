@@ -66,7 +66,7 @@ constexpr std::uint16_t kCheckBlockType  = 21;
 constexpr std::size_t kListsPerBlock     = 3;
 constexpr std::uint16_t kCheckBlockBytes = 8 + 6 * kListsPerBlock;
 
-/// One block of the heating check's view list; programs skip the types that they do not know.
+/// One block of the heating check's view list; type 21 holds results.
 struct CheckBlock {
     std::uint16_t type   = kCheckBlockType;
     std::uint16_t length = kCheckBlockBytes;  // as told on the wire; always kCheckBlockBytes are sent

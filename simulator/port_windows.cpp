@@ -45,7 +45,7 @@ std::optional<std::size_t> Port::Read(std::span<std::uint8_t> buffer, std::uint3
     if (!ReadFile(Handle(handle_), buffer.data(), static_cast<DWORD>(buffer.size()), &count, nullptr))
         return std::nullopt;
     if (count == 0) {
-        // Not every driver fails the read of a port that is gone.
+        // The read of a port that is gone may succeed.
         DWORD errors = 0;
         if (!ClearCommError(Handle(handle_), &errors, nullptr)) return std::nullopt;
         Rest(wait_ms);

@@ -54,7 +54,7 @@ NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_SetCurrentMeasurement(std::uint32
                       });
 }
 
-/// One byte, as real libraries may write it.
+/// One byte, the least that a caller has to cope with.
 NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_GetMeasCacheCounter(std::uint32_t device, std::uint8_t* positions) {
     return CallDevice("NELTO760SPI_GetMeasCacheCounter", device, [&](const Analyser2010& analyser, std::string& told) {
         *positions = static_cast<std::uint8_t>(analyser.Data().cache.size());

@@ -1,4 +1,4 @@
-// Serial reply assembly: whatever arrives, in whatever pieces, a transceive ends with a stated result and stays inside its
+// Serial reply assembly: whatever arrives, in whatever pieces, a message ends with one of the link's results and stays inside its
 // buffers. Input: request size, reply capacity (2 bytes), then what StepPeer takes.
 #include "peers.h"
 #include "transport/serial_link.h"
