@@ -109,13 +109,13 @@ std::uint32_t Analyser2004::SetSlaveMode(bool on) {
     return Send(command, reply, received, kShortTimeout) == LinkStatus::kOk ? kDone : kModeChangeFailed;
 }
 
-/// A late answer to the message before may come first; then this one is asked for once more.
+/// When the user ends while an answer is owed, that one may come in the place of this; then it is asked for once more.
 LinkStatus Analyser2004::AskSlaveMode(std::span<std::uint8_t> room, std::size_t& received) {
-    const bool is_owed      = session_.is_answer_owed;
+    const bool is_owed      = session_.is_answer_owed && session_.StopRequested();
     const LinkStatus status = Send(kGetSlaveMode, room, received, kShortTimeout);
-    const bool is_another   = status == LinkStatus::kOk ? received < 2 || room[1] != kGetSlaveMode.front()
-                                                        : status != LinkStatus::kDriverFailed;
-    return is_owed && is_another ? Send(kGetSlaveMode, room, received, kShortTimeout) : status;
+    const bool is_this      = status == LinkStatus::kOk && received > 1 && room[1] == kGetSlaveMode.front();
+    const bool is_lost      = status == LinkStatus::kDriverFailed || status == LinkStatus::kStopped;
+    return is_owed && !is_this && !is_lost ? Send(kGetSlaveMode, room, received, kShortTimeout) : status;
 }
 
 void Analyser2004::Release() {
