@@ -96,7 +96,8 @@ void TryManualValues(const std::wstring& text, bool smoke_entered, ChannelTable&
     for (const ChannelRecord& record : channels) Require(record.text.back() == L'\0');
     for (std::size_t index = 0; !smoke_entered && index < channels.size(); ++index) {
         const bool is_smoke = IsSmokeChannel(channels[index].view_ident);
-        Require(!is_smoke || (index < used && channels[index].value_type == given[index].value_type));
+        if (!is_smoke) continue;
+        Require(index < used && (channels[index].value_type == kNoValue) == (given[index].value_type == kNoValue));
     }
 }
 
