@@ -133,7 +133,6 @@ private:
         std::unique_ptr<Instrument> opened = Nelto780Open(communication, stop_request, error);
         if (opened == nullptr) return nullptr;
         ++the_run->connections;
-        the_run->repeated_before_ = the_run->RepeatedBlocks();
         return std::make_unique<Watched>(std::move(opened));
     }
 
@@ -183,15 +182,7 @@ private:
         if (cycles_done >= cycles_ - cycles_ / 10) heap_late = std::min(heap_late, HEAP_IN_USE);
     }
 
-    /// Indexes of reply blocks are not checked for their sequence: after a block that came twice, values stand in wrong rows
-    /// until the configuration is read anew.
-    [[nodiscard]] std::uint32_t RepeatedBlocks() const {
-        const auto row = rig_.struck.find("duplicate_block");
-        return row == rig_.struck.end() ? 0 : row->second;
-    }
-
     void CheckValues(const ChannelTable& channels) const {
-        if (RepeatedBlocks() != repeated_before_) return;
         for (const ChannelRecord& record : UsedRecords(channels)) {
             const float value = rig_.ValueOf(record.view_ident);
             if (record.view_ident >= kHeatCarrierTemperature || record.value_type != kNumber || std::isnan(value))
@@ -238,7 +229,6 @@ private:
     SerialOutput output_;
     Receiver receiver_{sent_bytes};
     std::map<std::string, std::uint32_t> counts_;
-    std::uint32_t repeated_before_ = 0;  // when the connection was opened
     const Trouble* trouble_        = nullptr;
     std::uint64_t trouble_end_     = 0;
     std::uint64_t last_good_       = 0;

@@ -63,6 +63,14 @@ simulator::AnalyserData AnalyserOfTheRuns() {
     return scenario ? scenario->analyser : simulator::AnalyserData();
 }
 
+/// The analyser's values stand still in the runs. Not a number where it has no such channel.
+float StartValue(const simulator::AnalyserData& data, std::uint32_t view_ident) {
+    for (const simulator::Channel& channel : data.channels) {
+        if (channel.ident == view_ident) return channel.value.steps.front().value_or(0);
+    }
+    return std::numeric_limits<float>::quiet_NaN();
+}
+
 /// Counts the faults among what a session tells.
 simulator::EventSink CountFaults(std::map<std::string, std::uint32_t>& struck) {
     return [&struck](const std::string& line) {
@@ -94,12 +102,7 @@ public:
     void Closed() override { session_.Reset(); }
 
     void Strike(const std::vector<simulator::Fault>& faults) { script_ = FaultScript(faults); }
-    [[nodiscard]] float ValueOf(std::uint32_t view_ident) const {
-        for (const simulator::Channel& channel : analyser_.Data().channels) {
-            if (channel.ident == view_ident) return channel.value.steps.front().value_or(0);
-        }
-        return std::numeric_limits<float>::quiet_NaN();
-    }
+    [[nodiscard]] float ValueOf(std::uint32_t view_ident) const { return StartValue(analyser_.Data(), view_ident); }
 
     std::size_t most_written = std::numeric_limits<std::size_t>::max();
     bool is_noisy            = false;
@@ -237,12 +240,16 @@ public:
         if (TheIrdaWorld().open_sockets != 0) return;
         session_.Disconnect();
         is_connected_ = false;
+        flips_before_ = Flips();
     }
     std::size_t Held() const override {
         return TheIrdaWorld().open_sockets + TheIrdaWorld().references + World().open_files;
     }
-    /// There is no checksum over infrared: a flipped bit may well be a value.
-    float ValueOf(std::uint32_t) const override { return std::numeric_limits<float>::quiet_NaN(); }
+    /// There is no checksum over infrared: until the next connection a flipped bit may well be a value.
+    float ValueOf(std::uint32_t view_ident) const override {
+        if (Flips() != flips_before_) return std::numeric_limits<float>::quiet_NaN();
+        return StartValue(analyser_.Data(), view_ident);
+    }
 
 private:
     void Answer(const Bytes& request) {
@@ -270,8 +277,14 @@ private:
         world.connect_error                                                                            = 0;
     }
 
-    bool is_connected_ = false;
-    bool is_deaf_      = false;
+    [[nodiscard]] std::uint32_t Flips() const {
+        const auto row = struck.find("flip_bit");
+        return row == struck.end() ? 0 : row->second;
+    }
+
+    bool is_connected_          = false;
+    bool is_deaf_               = false;
+    std::uint32_t flips_before_ = 0;  // when the connection was opened
     simulator::Analyser2004 analyser_{AnalyserOfTheRuns()};
     FaultScript script_;
     InfraredSession session_{analyser_, script_, {}, CountFaults(struck)};
