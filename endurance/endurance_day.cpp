@@ -229,10 +229,10 @@ private:
     SerialOutput output_;
     Receiver receiver_{sent_bytes};
     std::map<std::string, std::uint32_t> counts_;
-    const Trouble* trouble_        = nullptr;
-    std::uint64_t trouble_end_     = 0;
-    std::uint64_t last_good_       = 0;
-    std::uint64_t next_refresh_    = 0;
+    const Trouble* trouble_     = nullptr;
+    std::uint64_t trouble_end_  = 0;
+    std::uint64_t last_good_    = 0;
+    std::uint64_t next_refresh_ = 0;
 };
 
 void Tell(const Run& run, double seconds) {
