@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "instrument/analyser.h"
 #include "instrument/generation2010/text_mapper.h"
