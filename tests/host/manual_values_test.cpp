@@ -139,12 +139,14 @@ TEST_F(ManualValuesTest, TypedNumbersAreWrittenAsTheTableSays) {
         std::array<std::wstring, 9> fields;
         std::wistringstream words(std::wstring(row.begin(), row.end()));
         for (std::wstring& field : fields) words >> field;
-        const auto& [smoke1, smoke2, smoke3, heat, key6020, key6120, key6220, key6520, key1401] = fields;
         Measurement measurement{};
         measurement.oil_fuel = true;
-        StoreManualValues({{smoke1, smoke2, smoke3}, heat}, measurement.channels);
-        EXPECT_EQ(ExchangeText(state, measurement), L"6020=" + key6020 + L"\n6120=" + key6120 + L"\n6220=" + key6220 +
-                                                        L"\n6520=" + key6520 + L"\n1401=" + key1401 + L"\n6320=0\n");
+        StoreManualValues({{fields[0], fields[1], fields[2]}, fields[3]}, measurement.channels);
+        std::wstring written;
+        std::size_t field = 4;
+        for (const wchar_t* key : {L"6020=", L"6120=", L"6220=", L"6520=", L"1401="})
+            written.append(key).append(fields[field++]).append(L"\n");
+        EXPECT_EQ(ExchangeText(state, measurement), written + L"6320=0\n");
         ++rows;
     }
     EXPECT_GT(rows, 4);
