@@ -119,13 +119,18 @@ VIProductVersion ${VERSION}.0
     done:
     FunctionEnd
 
-    ; A program that runs cannot be opened for writing, in whatever session it runs.
+    ; A program that runs cannot be opened for writing, in whatever session it runs. One that was closed a moment ago is given two
+    ; seconds to let go of its file.
     Function ${un}RefuseWhileRunning
+        StrCpy $R1 10
     again:
         IfFileExists "$INSTDIR\${PROGRAM}" 0 free
         ClearErrors
         FileOpen $R0 "$INSTDIR\${PROGRAM}" a
         IfErrors 0 opened
+        IntOp $R1 $R1 - 1
+        Sleep 200
+        IntCmp $R1 0 0 0 again
         MessageBox MB_RETRYCANCEL|MB_ICONEXCLAMATION "$(RUNNING)" /SD IDCANCEL IDRETRY again
         SetErrorLevel 32
         Quit

@@ -9,6 +9,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import time
 import zipfile
 from pathlib import Path
 
@@ -144,9 +145,11 @@ class Installed(Installing):
         self.assertEqual(self.run_to_end(SETUP, "/S")[0], 32)
         self.assertEqual(contents(folder), before)
         self.assert_values()
+        # A program that is being closed is waited for.
+        setup = self.prefix.start(SETUP, "/S")
+        time.sleep(1)
         self.assertEqual(self.program.leave(OK), 0)
-
-        self.assertEqual(self.run_to_end(SETUP, "/S")[0], 0)
+        self.assertEqual(setup.wait(2 * PATIENCE), 0)
         installed = contents(folder)
         self.assertIsNotNone(installed.pop("Uninstall.exe", None))
         self.assertEqual(installed, contents(WORK / ARCH / "NeltoStackWatcher") | {"nelto7XXE.dll": b"of the maker"})
