@@ -26,6 +26,13 @@ std::unique_ptr<World>& Holder() {
 
 World& TheWorld() { return *Holder(); }
 
+std::uint64_t RunningMilliseconds() {
+    World& world = TheWorld();
+    world.running += std::uint32_t{world.now - world.looked_at};
+    world.looked_at = world.now;
+    return world.running;
+}
+
 void ResetWorld() {
     Holder()   = std::make_unique<World>();
     TheCalls() = {};

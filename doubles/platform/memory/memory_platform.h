@@ -48,6 +48,8 @@ struct SerialPortState {
 
 struct World {
     std::uint32_t now     = 1000;  // tick count
+    std::uint32_t looked_at = 1000;  // tick count at the last look at RunningMilliseconds
+    std::uint64_t running   = 0;     // up to then
     CalendarTime calendar = {.year = 2011, .month = 3, .day = 7, .hour = 14, .minute = 5, .second = 9};
     /// Called after each wait, with the new time in place.
     std::function<void()> on_wait;
@@ -77,5 +79,8 @@ struct World {
 
 /// Puts a fresh world in place.
 void ResetWorld();
+
+/// Milliseconds that have passed in this world going on where the tick count begins anew.
+[[nodiscard]] std::uint64_t RunningMilliseconds();
 
 }  // namespace nelto::platform::memory
