@@ -48,8 +48,11 @@ private:
 /// The driver, and a thread that lets in one piece each USB frame.
 class Bus {
 public:
-    explicit Bus(const simulator::Scenario& scenario) : driver_({.piece = kUsbPiece}, [](const std::string&) {}) {
-        driver_.Attach({.product_id = kSimulatedDeviceType, .serial = std::to_string(scenario.analyser.serial_number)},
+    explicit Bus(const simulator::Scenario& scenario) {
+        driver_.Setup().piece = kUsbPiece;
+        simulator::ConverterSetup converter;
+        converter.serial = std::to_string(scenario.analyser.serial_number);
+        driver_.Attach(converter,
                        std::make_unique<CountedSession>(scenario, driver_.Setup().payload, account_.answer_packets));
         thread_ = std::thread([this] { Work(); });
     }
@@ -95,7 +98,7 @@ private:
     }
 
     std::mutex mutex_;
-    simulator::Driver driver_;
+    simulator::Driver driver_{{}, [](const std::string&) {}};
     DriverAccount account_;
     std::uint32_t writes_before_ = 0;
     Clock::time_point start_, last_end_, last_signal_;

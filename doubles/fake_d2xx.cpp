@@ -71,7 +71,7 @@ void FakeD2xx::Spoil(CallFaultKind kind, std::uint32_t amount) {
 }
 
 bool FakeD2xx::AllReleased() const {
-    return TimesLoaded() == 0 && driver.OpenConverters().empty() && platform::memory::OpenEvents() == 0;
+    return TimesLoaded() == 0 && driver.OpenCount() == 0 && platform::memory::OpenEvents() == 0;
 }
 
 std::size_t FakeD2xx::TimesLoaded() const { return platform::memory::TimesLoaded(kD2xxName); }
@@ -89,8 +89,9 @@ using nelto::rigs::the_library;
 DriverCall::DriverCall() : driver(the_library->driver), now_ms(nelto::platform::memory::RunningMilliseconds()) {}
 
 DriverCall::~DriverCall() {
-    the_library->most_open = std::max(the_library->most_open, driver.OpenConverters().size());
+    the_library->most_open = std::max(the_library->most_open, driver.OpenCount());
     the_library->Deliver();
+    nelto::platform::memory::TheWorld().idle = !driver.HasQueued();
 }
 
 }  // namespace simulator

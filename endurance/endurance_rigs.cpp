@@ -13,6 +13,7 @@
 #include "fake_d2xx.h"
 #include "fake_maker_libraries.h"
 #include "infrared_session.h"
+#include "platform/memory/memory_calls.h"
 #include "platform/memory/memory_event.h"
 #include "platform/memory/memory_irda_socket.h"
 #include "scenario.h"
@@ -20,6 +21,8 @@
 namespace nelto::endurance {
 namespace {
 
+using platform::memory::AlwaysFail;
+using platform::memory::Call;
 using platform::memory::TheIrdaWorld;
 using simulator::CallFaultKind;
 using simulator::InfraredSession;
@@ -166,7 +169,7 @@ public:
             Fail({"FT_Write"});
             InstallD2xx("FT_Read");
         });
-        Add("no events", [] { platform::memory::FailEventsAfter(0); });
+        Add("no events", [] { AlwaysFail(Call::kCreateEvent); });
         Add("short writes", [this] { driver_.Spoil(CallFaultKind::kShortWrite); });
         Add("short reads", [this] { driver_.Spoil(CallFaultKind::kShortRead); });
         Add("hidden queue", [this] { driver_.Spoil(CallFaultKind::kEmptyQueue); });
@@ -175,7 +178,7 @@ public:
     }
     void Strike(const std::vector<simulator::Fault>& faults) override { analyser_.Strike(faults); }
     std::size_t Held() const override {
-        return driver_.TimesLoaded() + driver_.driver.OpenConverters().size() + platform::memory::OpenEvents();
+        return driver_.TimesLoaded() + driver_.driver.OpenCount() + platform::memory::OpenEvents();
     }
     float ValueOf(std::uint32_t view_ident) const override { return analyser_.ValueOf(view_ident); }
 
@@ -192,7 +195,7 @@ private:
         driver_.driver.SetUnplugged({}, RunningMilliseconds());
         driver_.driver.Setup().piece = 0;
         analyser_.is_noisy           = false;
-        platform::memory::FailEventsAfter(SIZE_MAX);
+        AlwaysFail(Call::kCreateEvent, false);
     }
 
     WiredAnalyser analyser_{struck};
@@ -206,16 +209,13 @@ public:
         communication = kIrda;
         platform::memory::ResetIrdaWorld();
         TheIrdaWorld().on_request = [this](const Bytes& request) { Answer(request); };
-        const auto add            = [this](const char* name, void (*begin)()) {
-            troubles.push_back({name, begin, [this] { Repair(); }});
-        };
-        add("no Winsock", [] { TheIrdaWorld().sending_fails = true, TheIrdaWorld().has_winsock = false; });
-        add("no infrared", [] { TheIrdaWorld().sending_fails = true, TheIrdaWorld().has_family = false; });
-        add("not blocking", [] { TheIrdaWorld().sending_fails = TheIrdaWorld().blocking_fails = true; });
-        add("no listing", [] { TheIrdaWorld().sending_fails = TheIrdaWorld().listing_fails = true; });
-        add("refused", [] { TheIrdaWorld().sending_fails = true, TheIrdaWorld().connect_error = 10061; });
-        add("sending fails", [] { TheIrdaWorld().sending_fails = true; });
-        add("half sent", [] { TheIrdaWorld().sends_half = true; });
+        Add("no Winsock", Call::kStartSockets);
+        Add("no infrared", Call::kOpenSocket);
+        Add("not blocking", Call::kSetBlocking);
+        Add("no listing", Call::kListDevices);
+        Add("refused", Call::kConnect);
+        Add("sending fails", Call::kSend);
+        troubles.push_back({"half sent", [] { TheIrdaWorld().sends_half = true; }, [this] { Repair(); }});
         troubles.push_back({"receiving fails", [this] { is_deaf_ = true; }, [this] { Repair(); }});
     }
     ~Infrared() override { platform::memory::ResetIrdaWorld(); }
@@ -257,11 +257,17 @@ private:
             if (!is_connected_) return;
         }
     }
+    /// Sending fails too, so that the program comes upon it.
+    void Add(const char* name, Call call) {
+        const auto begin = [call] {
+            AlwaysFail(call);
+            AlwaysFail(Call::kSend);
+        };
+        troubles.push_back({name, begin, [this] { Repair(); }});
+    }
     void Repair() {
-        auto& world       = TheIrdaWorld();
-        world.has_winsock = world.has_family = true;
-        world.blocking_fails = world.listing_fails = world.sending_fails = world.sends_half = is_deaf_ = false;
-        world.connect_error                                                                            = 0;
+        platform::memory::TheCalls().always = 0;
+        TheIrdaWorld().sends_half = is_deaf_ = false;
     }
 
     [[nodiscard]] std::uint32_t Flips() const {

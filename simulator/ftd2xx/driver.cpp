@@ -146,6 +146,10 @@ bool Driver::IsExpecting() const {
         handles_, [](const auto& entry) { return !entry.second.is_dead && entry.second.converter->IsExpecting(); });
 }
 
+bool Driver::HasQueued() const {
+    return std::ranges::any_of(handles_, [](const auto& entry) { return entry.second.converter->Queued() != 0; });
+}
+
 const CallFault* Driver::Begin(std::string_view function) {
     auto calls = calls_.find(function);
     if (calls == calls_.end()) calls = calls_.emplace(function, 0).first;

@@ -40,6 +40,7 @@ public:
     /// What is changed here holds from the next call on.
     [[nodiscard]] DriverSetup& Setup() { return setup_; }
     [[nodiscard]] std::vector<const Converter*> OpenConverters() const;
+    [[nodiscard]] std::size_t OpenCount() const { return handles_.size(); }
     [[nodiscard]] std::uint32_t CallsOf(std::string_view function) const;
 
     /// Serial numbers that the control file names as unplugged; "" stands for all. A handle to a converter that has
@@ -63,6 +64,8 @@ public:
     [[nodiscard]] std::vector<void*> Deliver(std::uint64_t now_ms);
     /// True while an open converter may still receive something without a call.
     [[nodiscard]] bool IsExpecting() const;
+    /// True while an open converter holds something to read.
+    [[nodiscard]] bool HasQueued() const;
 
 private:
     struct OpenHandle {

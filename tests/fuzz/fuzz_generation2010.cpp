@@ -7,12 +7,12 @@
 #include "fuzz.h"
 #include "instrument/generation2010/analyser_2010.h"
 #include "instrument/opening_emusb.h"
+#include "platform/memory/memory_dynamic_library.h"
 
 namespace {
 
 using namespace nelto;
 using test::Input;
-using test::Quick;
 using test::Require;
 using NumberOut = RoomyNumber2010<std::uint32_t>*;
 
@@ -101,47 +101,52 @@ std::uint32_t GetMappedText(const wchar_t* language, std::uint32_t, wchar_t* tex
     return 4711;
 }
 
-struct Row {
-    std::string_view name;
-    void* address;
-};
-
 template <typename Function>
 void* Export(Function* function) {
     return reinterpret_cast<void*>(function);
 }
 
-void* FindFunction(std::string_view name) {
-    static const std::array kRows = {
-        Row{"NELTO760SPI_StartLogging", Export(StartLogging)},
-        Row{"NELTO760SPI_GetIdent", Export(GetNumber)},
-        Row{"NELTO760SPI_Close", Export(Close)},
-        Row{"NELTO760SPI_SetDeviceMode", Export(SetNumber)},
-        Row{"NELTO760SPI_SetDateTime", Export(SetDateTime)},
-        Row{"NELTO760SPI_SetShutdown", Export(SetNumber)},
-        Row{"NELTO760SPI_GetDeviceType", Export(GetNumber)},
-        Row{"NELTO760SPI_GetDeviceName", Export(GetText)},
-        Row{"NELTO760SPI_GetFirmwareVersion", Export(GetNumber)},
-        Row{"NELTO760SPI_GetSerialNumberBox", Export(GetNumber)},
-        Row{"NELTO760SPI_GetSmokePumpNumber", Export(GetText)},
-        Row{"NELTO760SPI_GetNumberOfCurrentViewValues", Export(CountRecords)},
-        Row{"NELTO760SPI_GetCurrentViewValues", Export(GetRecords)},
-        Row{"NELTO760SPI_GetCurrentMeasurement", Export(GetNumber)},
-        Row{"NELTO760SPI_SetCurrentMeasurement", Export(SetNumber)},
-        Row{"NELTO760SPI_GetMeasCacheCounter", Export(CountPositions)},
-        Row{"NELTO760SPI_GetMeasCacheNumberOfValues", Export(CountRecords)},
-        Row{"NELTO760SPI_GetMeasCacheValues", Export(GetRecords)},
-        Row{"NELTO760SPI_GetActiveFuelID", Export(GetNumber)},
-        Row{"NELTO760SPI_SetActiveFuelID", Export(SetNumber)},
-        Row{"NELTO760SPI_GetAppFuelData", Export(GetAppFuelData)},
-        Row{"NELTOEMUSB_GetNumberOfDevices", Export(GetNumberOfDevices)},
-        Row{"NELTOEMUSB_GetSerialNumber", Export(GetUsbSerialNumber)},
-        Row{"NELTOEMUSB_OpenBySerialNumber", Export(OpenBySerialNumber)},
-        Row{"GetViewString", Export(GetMappedText)},
-        Row{"GetFuelString", Export(GetMappedText)},
+constexpr std::array kMappers = {L"IDTEXTMAPPER.DLL", L"IDTEXTMAPPER_T752.DLL", L"IDTEXTMAPPER_T780.DLL"};
+
+/// Every library but the second one of the device, with or without the text mappers.
+void Install(bool with_mappers) {
+    static const test::LibraryFunctions kFunctions = {
+        {"NELTO760SPI_StartLogging", Export(StartLogging)},
+        {"NELTO760SPI_GetIdent", Export(GetNumber)},
+        {"NELTO760SPI_Close", Export(Close)},
+        {"NELTO760SPI_SetDeviceMode", Export(SetNumber)},
+        {"NELTO760SPI_SetDateTime", Export(SetDateTime)},
+        {"NELTO760SPI_SetShutdown", Export(SetNumber)},
+        {"NELTO760SPI_GetDeviceType", Export(GetNumber)},
+        {"NELTO760SPI_GetDeviceName", Export(GetText)},
+        {"NELTO760SPI_GetFirmwareVersion", Export(GetNumber)},
+        {"NELTO760SPI_GetSerialNumberBox", Export(GetNumber)},
+        {"NELTO760SPI_GetSmokePumpNumber", Export(GetText)},
+        {"NELTO760SPI_GetNumberOfCurrentViewValues", Export(CountRecords)},
+        {"NELTO760SPI_GetCurrentViewValues", Export(GetRecords)},
+        {"NELTO760SPI_GetCurrentMeasurement", Export(GetNumber)},
+        {"NELTO760SPI_SetCurrentMeasurement", Export(SetNumber)},
+        {"NELTO760SPI_GetMeasCacheCounter", Export(CountPositions)},
+        {"NELTO760SPI_GetMeasCacheNumberOfValues", Export(CountRecords)},
+        {"NELTO760SPI_GetMeasCacheValues", Export(GetRecords)},
+        {"NELTO760SPI_GetActiveFuelID", Export(GetNumber)},
+        {"NELTO760SPI_SetActiveFuelID", Export(SetNumber)},
+        {"NELTO760SPI_GetAppFuelData", Export(GetAppFuelData)},
+        {"NELTOEMUSB_GetNumberOfDevices", Export(GetNumberOfDevices)},
+        {"NELTOEMUSB_GetSerialNumber", Export(GetUsbSerialNumber)},
+        {"NELTOEMUSB_OpenBySerialNumber", Export(OpenBySerialNumber)},
+        {"GetViewString", Export(GetMappedText)},
+        {"GetFuelString", Export(GetMappedText)},
     };
-    const auto row = std::ranges::find(kRows, name, &Row::name);
-    return row == kRows.end() ? nullptr : row->address;
+    static bool is_there = false;
+    static bool mapped   = false;
+    if (std::exchange(is_there, true) && std::exchange(mapped, with_mappers) == with_mappers) return;
+    for (const wchar_t* name : {L"nelto7XXE.dll", L"neltoEmUSB.dll"}) test::InstallLibrary(name, kFunctions);
+    for (const wchar_t* name : kMappers) {
+        test::InstallLibrary(name, kFunctions);
+        if (!with_mappers) test::RemoveLibrary(name);
+    }
+    mapped = with_mappers;
 }
 
 /// Of the records that the library gave, before those that the program adds, each quantity and unit is there once.
@@ -197,11 +202,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     open                      = 0;
     const std::uint8_t choice = input.Byte();
     has_mapper                = choice / kKinds.size() % 2 == 0;
-    test::ResetQuick();
-    Quick().has_library = [](std::wstring_view name) {
-        return name.starts_with(L"IDTEXT") ? has_mapper : name != L"nelto7XXT.dll";
-    };
-    Quick().find_function = FindFunction;
+    test::FreshWorld();
+    Install(has_mapper);
     {
         Opening opening(kUsb, nullptr);
         opening.kind                   = kKinds[choice % kKinds.size()];
@@ -212,6 +214,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         TryAnalyser(analyser);
         if (open != 0) Require(analyser.Close() == kDone);
     }
-    Require(open == 0 && Quick().libraries == 0);
+    Require(open == 0);
+    for (const wchar_t* name : kMappers) Require(test::TimesLoaded(name) == 0);
     return 0;
 }

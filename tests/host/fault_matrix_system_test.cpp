@@ -8,7 +8,6 @@
 namespace nelto::test {
 namespace {
 
-using platform::memory::Call;
 using platform::memory::TheCalls;
 
 struct SystemCall {
@@ -22,7 +21,8 @@ struct SystemCall {
 constexpr SystemCall kSystemCalls[] = {
     {"open port",           Call::kOpenSerial,     Transport::kSerial},
     {"set port time-outs",  Call::kSerialTimeouts, Transport::kSerial, SystemCall::End::kStaysLocked},
-    {"set line",            Call::kSerialLine,     Transport::kSerial, SystemCall::End::kStaysLocked},
+    {"get line",            Call::kGetLine,        Transport::kSerial, SystemCall::End::kStaysLocked},
+    {"set line",            Call::kSetLine,        Transport::kSerial, SystemCall::End::kStaysLocked},
     {"write port",          Call::kWriteSerial,    Transport::kSerial},
     {"read port",           Call::kReadSerial,     Transport::kSerial},
     {"append to file",      Call::kAppendFile,     Transport::kSerial},

@@ -111,7 +111,7 @@ TEST_F(UsbDevices, EachCauseHasItsResultAndReleasesWhatItLoaded) {
         EXPECT_EQ(library.TimesLoaded(), row.loads_left);
         EXPECT_EQ(TryOpen(library, 2), row.opened);
         EXPECT_EQ(library.TimesLoaded(), 2 * row.loads_left);
-        EXPECT_TRUE(library.driver.OpenConverters().empty());
+        EXPECT_EQ(library.driver.OpenCount(), 0U);
     }
 }
 
@@ -239,7 +239,7 @@ TEST_F(UsbDevices, ClosingReleasesWhateverTheDriverSays) {
         row.arrange(library);
         EXPECT_EQ(NeltoUSBClose(link), row.result);
         EXPECT_EQ(library.TimesLoaded(), 0u);
-        EXPECT_EQ(library.driver.OpenConverters().size(), row.devices_left);
+        EXPECT_EQ(library.driver.OpenCount(), row.devices_left);
     }
 }
 
@@ -522,7 +522,7 @@ constexpr DriverRow kDriverFaults[] = {
     {"queue empty", [](FakeD2xx& library) { library.Spoil(CallFaultKind::kEmptyQueue); }},
     {"read refused", [](FakeD2xx& library) { library.Fail("FT_Read"); }},
     {"short read", [](FakeD2xx& library) { library.Spoil(CallFaultKind::kShortRead); }},
-    {"no event", [](FakeD2xx&) { platform::memory::FailEventsAfter(0); }},
+    {"no event", [](FakeD2xx&) { AlwaysFail(Call::kCreateEvent); }},
 };
 
 TEST_F(UsbMessages, EveryDriverFaultEndsTheMessageAndNotTheLink) {
@@ -532,6 +532,7 @@ TEST_F(UsbMessages, EveryDriverFaultEndsTheMessageAndNotTheLink) {
         Answer(kIdentPacket);
         EXPECT_EQ(Transceive(Hex("42")), kUsbDriverFailed);
         library_.Repair();
+        platform::memory::TheCalls() = {};
         platform::memory::ResetEvents();
         ExpectGoodExchange();
     }
