@@ -212,7 +212,8 @@ private:
         const StatusView view = ViewStatus(state_.status, kNeverShown, false);
         if (!view.lists_values || state_.measurement.Busy()) return;
         Measurement measurement = state_.measurement.Copy();
-        EXPECT_LE(ListRows(measurement, L',').size(), 2 * kChannelCapacity);
+        EXPECT_EQ(ListRows(measurement, L',').size(),
+                  UsedRecords(measurement.channels).size() + UsedRecords(measurement.heating_check).size());
         SetOilDerivativeText(measurement.channels, L"NO");
         EXPECT_TRUE(state_.measurement.Edit(measurement));
         if (output_.Begin(state_, measurement)) output_.Write();

@@ -126,16 +126,28 @@ bool ValuesAsSent(const Talk& talk) {
     return true;
 }
 
-/// True when the section's result and records are such that one reply has brought something else, or less, than usual.
-bool IsOtherButTrue(Section section, std::uint32_t result, const Talk& talk, bool shortened) {
+/// An ident is whole or none, a device type has its byte behind the header, and of the clock's answer nothing is looked at.
+bool OpensAsStated(const Talk& talk, std::size_t index, std::uint32_t result, std::size_t size) {
+    const std::uint8_t command = talk.replies[static_cast<std::size_t>(Section::kOpen)][index].message[1];
+    const bool opens           = command == 0x85 ? size >= 5 : command != 0x42;
+    return opens ? result == 0 : result == 1 && *talk.stage.state.last_error != '\0';
+}
+
+constexpr std::size_t kWholeSize = SIZE_MAX;
+
+/// True when the section's result and records are such that the reply to its exchange `index` has brought something else than
+/// usual, or only its first `size` bytes.
+bool IsOtherButTrue(Section section, std::size_t index, std::uint32_t result, const Talk& talk, std::size_t size) {
     const std::size_t fresh = NewRecords(talk.table, talk.whole[static_cast<std::size_t>(section)]);
+    const bool shortened    = size != kWholeSize;
     switch (section) {
-        case Section::kOpen: return result <= 1;
+        case Section::kOpen: return OpensAsStated(talk, index, result, size);
         case Section::kClose: return result == 0;
         // A bit of a view's ident gives its text to another channel; a short list leaves all three without.
         case Section::kConfiguration:
             return (result == 0 || result == 2) && fresh <= (shortened ? Stage::kMeasured : 2);
-        case Section::kHeatingCheck: return result <= 2 && fresh <= kMostNewResults;
+        case Section::kHeatingCheck:
+            return result == 0 ? fresh <= kMostNewResults : result <= 2 && UsedRecords(talk.table).empty();
         case Section::kValues: break;
     }
     if (result == 2 || result == 6)
@@ -167,7 +179,7 @@ bool PassesFlipped(Talk& talk, Section section, std::size_t index, std::size_t b
     const std::uint32_t result = talk.RunSpoilt(section, index, nullptr, flip);
     if (talk.stage.transport != Transport::kIrda || bit < 32)
         return FailedAsStated(section, index, result, talk, false);
-    return IsOtherButTrue(section, result, talk, false);
+    return IsOtherButTrue(section, index, result, talk, kWholeSize);
 }
 
 /// True when the flipped length over infrared announces more than comes, and no more than there is room for.
@@ -222,7 +234,7 @@ void CutEveryReply(Transport transport, const char* name, std::size_t limit = 40
             for (std::size_t size = least; size < replies[index].message.size(); ++size) {
                 const auto shorten         = [=](Stage&, Reply& reply) { reply.message.resize(size); };
                 const std::uint32_t result = talk.RunSpoilt(section, index, shorten, nullptr);
-                tally.Count(IsOtherButTrue(section, result, talk, true), "answer of size", section, index, size);
+                tally.Count(IsOtherButTrue(section, index, result, talk, size), "answer of size", section, index, size);
             }
         }
     }
