@@ -199,9 +199,9 @@ bool Reader2010::ReadValue(Value2010& value) {
 
 }  // namespace
 
-std::optional<AnalyserData2010> ParseScenario2010(std::string_view text, std::string& error) {
+std::optional<AnalyserData2010> ParseScenario2010(std::string_view text, std::string& error, const std::string& path) {
     Reader2010 reader;
-    if (!ReadScenarioLines(text, reader, error)) return std::nullopt;
+    if (!ReadScenarioLines(text, {path}, reader, error)) return std::nullopt;
     if (reader.Finish()) return std::move(reader.Result());
     error = "at the end: " + reader.Error();
     return std::nullopt;
@@ -209,7 +209,7 @@ std::optional<AnalyserData2010> ParseScenario2010(std::string_view text, std::st
 
 std::optional<AnalyserData2010> LoadScenario2010(const std::string& path, std::string& error) {
     std::string text;
-    if (ReadScenarioFile(path, text)) return ParseScenario2010(text, error);
+    if (ReadScenarioFile(path, text)) return ParseScenario2010(text, error, path);
     error = "cannot be read";
     return std::nullopt;
 }
