@@ -1,6 +1,7 @@
 // The simulated analysers and their scenario files.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <filesystem>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "block_session.h"
+#include "options.h"
 #include "scenario.h"
 #include "scenario_2010.h"
 
@@ -102,6 +104,22 @@ TEST(Analyser2010Test, FuelsAreRefusedTwiceOrWithoutTheActiveOne) {
     Make(
         "\xEF\xBB\xBF"
         "fuel 100 \"Oil\"");  // with a byte-order mark
+}
+
+// The command line.
+
+TEST(Options, IdentAndSeedMakeAnotherAnalyser) {
+    const auto noise = [](std::string seed) {
+        std::array<std::string, 7> words = {"nelto-simulator", "--port", "COM6", "--ident", "790", "--seed", seed};
+        std::array<char*, words.size()> pointers{};
+        std::ranges::transform(words, pointers.begin(), [](std::string& word) { return word.data(); });
+        AnalyserData analyser;
+        ApplyOptions(ReadOptions(pointers).value_or(Options{}), analyser);
+        EXPECT_EQ(analyser.model, 790U);
+        return ValueAt({.steps = {20.0F}, .noise = 1}, analyser.seed, 0, 5000);
+    };
+    EXPECT_EQ(noise("7"), noise("7"));
+    EXPECT_NE(noise("7"), noise("8"));
 }
 
 // Scenario files.
