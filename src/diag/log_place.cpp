@@ -23,7 +23,7 @@ void KeepNoLogs() { are_kept = false; }
 void KeepLogsIn(std::wstring_view folder) {
     const bool is_separated = folder.ends_with(L'\\') || folder.ends_with(L'/') || folder.ends_with(L':');
     platform::CopyText(chosen_folder, folder);
-    if (!is_separated) platform::AppendText(chosen_folder, L"\\");
+    if (!folder.empty() && !is_separated) platform::AppendText(chosen_folder, L"\\");
     are_kept = true;
 }
 

@@ -13,6 +13,7 @@ constexpr std::size_t kLogPathSize = 512;  // wide characters, NUL included
 using LogPath = std::array<wchar_t, kLogPathSize>;
 
 void KeepNoLogs();
+/// An empty folder stands for where the support looks for them.
 void KeepLogsIn(std::wstring_view folder);
 [[nodiscard]] bool AreLogsKept();
 
