@@ -116,7 +116,7 @@ std::uint32_t SmallPicture(std::uint32_t status) { return FindStatus(status).sma
 std::vector<ListRow> ListRows(const Measurement& measurement, wchar_t decimal_separator) {
     std::vector<ListRow> rows;
     for (const ChannelRecord& record : UsedRecords(measurement.channels)) {
-        if (IsSmokeChannel(record.view_ident) && !measurement.oil_fuel) continue;
+        if (!IsHandedOn(record, measurement)) continue;
         AddRow(rows, record, decimal_separator);
     }
     for (const ChannelRecord& record : UsedRecords(measurement.heating_check)) AddRow(rows, record, decimal_separator);

@@ -7,6 +7,7 @@
 #include "core/dialog_view.h"
 #include "core/exchange_file.h"
 #include "core/manual_values.h"
+#include "core/worker_thread.h"
 #include "diag/trace_log.h"
 #include "ui/dialog_icons.h"
 #include "ui/help.h"
@@ -17,7 +18,6 @@
 #include "ui/status_text.h"
 #include "ui/value_list.h"
 #include "ui/window_text.h"
-#include "ui/worker_thread.h"
 
 namespace nelto::ui {
 namespace {
