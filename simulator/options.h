@@ -12,7 +12,6 @@ extern const char* const kUsage;
 
 struct Options {
     std::string port;
-    bool with_pair   = false;
     bool with_frames = false;
 
     // An analyser made from a scenario.
