@@ -30,8 +30,7 @@ std::optional<Scenario> ChosenScenario(const Options& options) {
         std::fprintf(stderr, "scenario %s: %s\n", options.scenario.c_str(), error.c_str());
         return std::nullopt;
     }
-    if (options.ident) scenario->analyser.model = *options.ident;
-    if (options.seed) scenario->analyser.seed = *options.seed;
+    simulator::ApplyOptions(options, scenario->analyser);
     return scenario;
 }
 

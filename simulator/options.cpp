@@ -84,4 +84,9 @@ std::optional<Options> ReadOptions(std::span<char* const> words) {
     return IsSensible(options) ? std::optional(options) : std::nullopt;
 }
 
+void ApplyOptions(const Options& options, AnalyserData& analyser) {
+    if (options.ident) analyser.model = *options.ident;
+    if (options.seed) analyser.seed = *options.seed;
+}
+
 }  // namespace simulator

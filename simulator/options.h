@@ -6,6 +6,8 @@
 #include <span>
 #include <string>
 
+#include "analyser_data.h"
+
 namespace simulator {
 
 extern const char* const kUsage;
@@ -25,6 +27,9 @@ struct Options {
     bool with_times = false;
     bool list       = false;
 };
+
+/// What the options say about the analyser of a scenario.
+void ApplyOptions(const Options& options, AnalyserData& analyser);
 
 /// The options in the words of a command line, the program's name first; none when they make no sense.
 [[nodiscard]] std::optional<Options> ReadOptions(std::span<char* const> words);

@@ -52,7 +52,7 @@ void GiveNumber(std::size_t number, NumberOut out, std::string& told) {
 
 void GiveByte(std::size_t number, NumberOut out, std::string& told) {
     const auto byte = static_cast<std::uint8_t>(number);
-    std::memcpy(out, &byte, sizeof(byte));
+    std::memcpy(&out->value, &byte, sizeof(byte));
     TellNumber(told, byte);
 }
 
