@@ -106,6 +106,12 @@ std::uint32_t CourseRecorder::FirstBlock() const {
     return block;
 }
 
+void CourseRecorder::CopyLatest(const CourseSeries& series, std::span<float> values) const {
+    const std::size_t known = std::min<std::size_t>(values.size(), now_ + 1U);
+    std::ranges::fill(values.first(values.size() - known), kGap);
+    series.Copy(now_ + 1 - static_cast<std::uint32_t>(known), values.last(known));
+}
+
 LocalSecond CourseRecorder::LocalTimeOf(std::uint32_t second) const {
     const auto later = std::ranges::upper_bound(clocks_, second, {}, &Clock::second);
     const auto clock = later == clocks_.begin() ? later : later - 1;

@@ -37,6 +37,8 @@ public:
     /// The second of the latest measurement, and the earliest one that may have values; without any measurement both are 0.
     [[nodiscard]] std::uint32_t Last() const { return last_; }
     [[nodiscard]] std::uint32_t First() const { return std::max(begin_, FirstBlock() * kBlockSeconds); }
+    /// The values of the latest seconds, now the last; what was before the first second is a gap.
+    void CopyLatest(const CourseSeries& series, std::span<float> values) const;
     /// The local time of a second: by the clock as it was then.
     [[nodiscard]] LocalSecond LocalTimeOf(std::uint32_t second) const;
     /// Of the latest measurement; empty where the analyser tells none.

@@ -39,9 +39,10 @@ std::optional<float> LatestOf(std::span<const float> values) {
 }  // namespace
 
 CourseStatistics Summarise(std::span<const float> values) {
-    CourseStatistics statistics{.now     = LatestOf(LastOf(values, kLongestHold + 1)),
-                                .mean_30 = Sum(LastOf(values, kMeanSeconds)).Mean(kLeastMeanSeconds),
-                                .mean    = Sum(values).Mean(1)};
+    CourseStatistics statistics;
+    statistics.now     = LatestOf(LastOf(values, kLongestHold + 1));
+    statistics.mean_30 = Sum(LastOf(values, kMeanSeconds)).Mean(kLeastMeanSeconds);
+    statistics.mean    = Sum(values).Mean(1);
     for (const float value : values) {
         if (std::isnan(value)) continue;
         if (!statistics.minimum || value < *statistics.minimum) statistics.minimum = value;
