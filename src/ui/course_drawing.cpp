@@ -179,8 +179,8 @@ private:
     template <typename Draw>
     void ForRoundTimes(Draw draw) const {
         const std::uint32_t step = TimeStep(picture_.span_minutes);
-        for (std::uint32_t index = FirstKnown(picture_); index < Seconds(); ++index) {
-            const LocalSecond time = picture_.recorder->LocalTimeOf(AxisSecond(picture_, index));
+        for (std::uint32_t index = 0; index < Seconds(); ++index) {
+            const LocalSecond time = ShownTime(picture_, index);
             if (time % step == 0) draw(index, time);
         }
     }

@@ -42,6 +42,12 @@ RECT DrawCourses(HDC canvas, SIZE area, const CoursePicture& picture);
     return picture.recorder->Now() + 1 + index - SecondsShown(picture);
 }
 
+/// The local time of any of them.
+[[nodiscard]] inline LocalSecond ShownTime(const CoursePicture& picture, std::uint32_t index) {
+    const std::uint32_t known = std::max(index, FirstKnown(picture));
+    return picture.recorder->LocalTimeOf(AxisSecond(picture, known)) - (known - index);
+}
+
 /// "O2 4.2 %" at the second that is looked at, or now.
 [[nodiscard]] std::wstring CourseTitle(const CoursePicture& picture, const CourseSeries& series);
 

@@ -50,7 +50,7 @@ void CourseList::FitColumns() const {
     const int number = MulDiv(kNumberWidth, dpi, USER_DEFAULT_SCREEN_DPI);
     RECT place{};
     GetWindowRect(list_, &place);
-    const int frame = DialogMetric(list_, SM_CXVSCROLL) + 2 * DialogMetric(list_, SM_CXBORDER);
+    const int frame = DialogMetric(list_, SM_CXVSCROLL) + 2 * DialogMetric(list_, SM_CXEDGE);
     const int name  = place.right - place.left - frame - (static_cast<int>(kCourseColumnCount) - 1) * number;
     for (std::size_t column = 0; column < kColumnTexts.size(); ++column) {
         SendMessageW(list_, LVM_SETCOLUMNWIDTH, column, column == kCourseChannel ? name : number);

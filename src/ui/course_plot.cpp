@@ -95,7 +95,8 @@ void CoursePlot::LookAtColumn(int column) {
     TrackMouseEvent(&leaving);
     if (column < charts_.left || column >= charts_.right) return LookAt({});
     const auto seconds = static_cast<LONG>(SecondsShown(Picture()));
-    LookAt(static_cast<std::uint32_t>(MulDiv(column - charts_.left, seconds, charts_.right - charts_.left)));
+    const auto index = static_cast<std::uint32_t>(MulDiv(column - charts_.left, seconds, charts_.right - charts_.left));
+    LookAt(index < FirstKnown(Picture()) ? std::nullopt : std::optional(index));
 }
 
 /// By a pixel where one is longer than a second, otherwise by a second.
