@@ -16,13 +16,17 @@ BUILT = ROOT / f"build/windows-{ARCH}"
 DRIVER = BUILT / "bin/ui_driver.exe"
 CAPTION = "Nelto StackWatcher Version " + VERSION.rpartition(".")[0]
 SETTINGS_CAPTION = "Nelto StackWatcher Einstellungen"
+COURSE_CAPTION = {"en": "Course of values", "de": "Werteverlauf"}
 EXCHANGE_FILE = "NeltoStackWatcher.txt"
 
 # Control ids of the two dialogs.
 DEVICE_BOX, SETTINGS, OK, CANCEL, STATUS, CONNECTION, HELP = 500, 503, 504, 505, 506, 507, 508
 SMOKE, OIL_DERIVATIVE, HEAT_CARRIER, LIST = (590, 591, 592), 593, 594, 595
+COURSE_SPAN, COURSE_PLOT, COURSE_HINT, COURSE_LIST, COURSE_SAVE, COURSE_CLOSE = 701, 702, 703, 704, 705, 706
+COPY_COMMAND, COURSE_COMMAND, SAVE_COMMAND = 801, 802, 803
 USB, IRDA, BLUETOOTH, BLUETOOTH_PORT, HEATING_CHECK, RS232, RS232_PORT = 560, 561, 562, 563, 567, 570, 572
 
+DESKTOP_ATTEMPTS = 3
 PATIENCE = 60  # seconds until a wait is given up: a bound against hanging, not an expectation
 
 
@@ -57,19 +61,37 @@ class Session:
 
     def __init__(self, display, language="en", settings=None, ports=None, own_frames=True):
         self.program = None
-        self.prefix = wine_env.Prefix(language, display, own_frames=own_frames)
-        atexit.register(self.prefix.close)  # for a run that is broken off: no clean-up of a test runs then
+        self.make_windows(language, display, own_frames)
         self.temp = self.prefix.temp_folder()
         for number, device in (ports or {}).items():
             self.prefix.connect_port(number, device)
-        self.driver = Driver(self.prefix)
-        self.ask = self.driver.ask
         for name, value in (settings or {}).items():
             self.ask("regset", name, "dword" if isinstance(value, int) else "string", value)
 
+    def make_windows(self, language, display, own_frames):
+        """A Windows with a desktop. Where Wine's own desktop takes too long to start, on a machine that stalls, no window can ever be
+        made in that one, so another is made."""
+        for left in reversed(range(DESKTOP_ATTEMPTS)):
+            self.prefix = wine_env.Prefix(language, display, own_frames=own_frames)
+            atexit.register(self.prefix.close)  # for a run that is broken off: no clean-up of a test runs then
+            self.driver = Driver(self.prefix)
+            self.ask = self.driver.ask
+            try:
+                return self.ask("desktop")
+            except DriverError as fault:
+                self.close()
+                if not left:
+                    raise
+                print(f"Wine has no desktop ({fault}); it is started anew", flush=True)
+
     def start(self, *arguments, program=PROGRAM, **options):
         self.program = self.prefix.start(program, *arguments, **options)
-        self.pid = self.window(CAPTION)["pid"]
+        try:
+            self.pid = self.window(CAPTION)["pid"]
+        except DriverError as fault:
+            ended = self.program.poll()
+            raise DriverError(f"{fault}; the program {'runs' if ended is None else f'has ended with {ended}'}; "
+                              f"Wine says: {self.prefix.messages()}") from None
         return self
 
     def restart(self, language, registry):

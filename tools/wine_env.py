@@ -50,7 +50,7 @@ def environment(prefix, language, display):
     kept.update(
         WINEPREFIX=str(prefix),
         WINEARCH="win64",
-        WINEDEBUG=os.environ.get("WINEDEBUG", "-all"),
+        WINEDEBUG=os.environ.get("WINEDEBUG", "-all,err+all"),
         WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d",
         LOCPATH=str(WINE_HOME / "locale"),
         LC_ALL=LOCALES[language] + ".UTF-8",
@@ -177,6 +177,10 @@ class Prefix:
         options.setdefault("stdout", self.log)
         options.setdefault("stderr", self.log)
         return subprocess.Popen(["wine", *map(str, command)], env=self.environment, start_new_session=True, **options)
+
+    def messages(self):
+        """The end of what Wine and the programs have written."""
+        return (self.folder / "wine.log").read_text(errors="replace")[-2000:]
 
     def close(self):
         """Ends every program of this prefix and removes it; a second call does nothing."""

@@ -4,6 +4,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <string_view>
 
 #include "core/channel_table.h"
 #include "platform/lock.h"
@@ -22,6 +23,14 @@ struct Measurement {
 /// Takes the device name from its channel and whether the fuel is oil from the fuel channel, whose value is then exactly 1.0.
 /// Without the channel each stays as it is.
 void TakeSpecialChannels(Measurement& measurement);
+
+/// True for what is shown and handed on: smoke channels with oil as fuel only.
+[[nodiscard]] inline bool IsHandedOn(const ChannelRecord& channel, const Measurement& measurement) {
+    return measurement.oil_fuel || !IsSmokeChannel(channel.view_ident);
+}
+
+/// The analyser's serial number; empty where it tells none.
+[[nodiscard]] std::wstring_view SerialNumberOf(const Measurement& measurement);
 
 /// True when kind, device name and serial number are the same. An analyser without a serial number is never known again.
 [[nodiscard]] bool IsSameAnalyser(const Measurement& measurement, const Measurement& other);

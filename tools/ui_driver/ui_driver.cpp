@@ -10,6 +10,7 @@
 //   measure TEXT | ideal ID width of a text in the font of the values | [width, height] that a button needs
 //   activate | focus [ID] | windows | messagebox [ID] | controls | resources PID
 //   regset NAME dword|string VALUE | regget NAME | temp
+//   desktop                 whether windows can be made at all
 #include <windows.h>
 
 #include <commctrl.h>
@@ -245,6 +246,13 @@ Answer Wait(Words& words) {
     }
 }
 
+Answer Desktop(Words&) {
+    HWND made = CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr);
+    if (made == nullptr) return Fail("no window can be made");
+    DestroyWindow(made);
+    return {};
+}
+
 Answer Click(Words& words, bool and_wait) {
     HWND button = words.NextControl();
     if (button == nullptr) return Fail("no such control");
@@ -477,6 +485,7 @@ constexpr Command kCommands[] = {
     {L"controls", Controls},
     {L"windows", Windows},
     {L"resources", Resources},
+    {L"desktop", Desktop},
     {L"regset", RegistrySet},
     {L"regget", RegistryGet},
     {L"temp", TempFolder},

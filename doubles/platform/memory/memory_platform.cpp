@@ -83,6 +83,14 @@ std::uint32_t AppendToFile(const wchar_t* path, std::string_view bytes) {
     return Write(TheFile(path), bytes) ? 0 : kDiskFull;
 }
 
+std::uint32_t MoveFileOver(const wchar_t* path, const wchar_t* new_path) {
+    if (TheWorld().unwritable_files.contains(new_path)) return kAccessDenied;
+    auto file = TheWorld().files.extract(path);
+    if (file.empty()) return kFileNotFound;
+    TheWorld().files[new_path] = std::move(file.mapped());
+    return 0;
+}
+
 FileHandle OpenEmptiedFile(const wchar_t* path) {
     if (Fails(Call::kOpenFile) || TheWorld().unwritable_files.contains(path)) return FileHandle::kNone;
     File& file  = TheFile(path);
