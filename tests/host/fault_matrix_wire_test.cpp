@@ -96,13 +96,18 @@ private:
     std::unique_ptr<Instrument> connection_;
 };
 
+std::uint8_t CommandOf(const Talk& talk, Section section, std::size_t index) {
+    return talk.replies[static_cast<std::size_t>(section)][index].message[1];
+}
+
 /// True when the section ends as it must without a whole reply to its exchange `index`; one that is `gone` is asked for no more.
 bool FailedAsStated(Section section, std::size_t index, std::uint32_t result, const Talk& talk, bool gone) {
     const ChannelTable& whole = talk.whole[static_cast<std::size_t>(section)];
     switch (section) {
         case Section::kOpen: return result == 1 && *talk.stage.state.last_error != '\0';
         case Section::kConfiguration:
-            return result == 2 && NewRecords(talk.table, whole) <= 1;  // the last label is missing
+            // Without its text a channel has no label yet; everything before is as it was.
+            return result == 2 && NewRecords(talk.table, whole) <= (CommandOf(talk, section, index) == 0xB1 ? 1 : 0);
         case Section::kValues:
             return result == 2 && SameTable(talk.table, talk.whole[static_cast<std::size_t>(Section::kConfiguration)]);
         case Section::kClose: return result == 0;
@@ -128,7 +133,7 @@ bool ValuesAsSent(const Talk& talk) {
 
 /// An ident is whole or none, a device type has its byte behind the header, and of the clock's answer nothing is looked at.
 bool OpensAsStated(const Talk& talk, std::size_t index, std::uint32_t result, std::size_t size) {
-    const std::uint8_t command = talk.replies[static_cast<std::size_t>(Section::kOpen)][index].message[1];
+    const std::uint8_t command = CommandOf(talk, Section::kOpen, index);
     const bool opens           = command == 0x85 ? size >= 5 : command != 0x42;
     return opens ? result == 0 : result == 1 && *talk.stage.state.last_error != '\0';
 }
