@@ -148,6 +148,13 @@ class Appearance(SerialSession):
         dark = sum(screen.row(y).count(b"\0\0\0") for y in range(screen.height))
         self.assertGreater(dark, 0.8 * screen.width * screen.height)  # but for texts, lines and pictures
 
+    def test_a_change_of_the_scaling_fits_the_columns_anew(self):
+        """Wine has one scaling for all screens, so the dialog manager's part is done by hand."""
+        program = self.begin()
+        for width in (600, 330):
+            program.ask("rescale", LIST, width)
+            program.wait_until(lambda: program.ask("items", LIST)["widths"] == 3 * [width // 3 - 8], f"columns of a list of {width}")
+
     def test_unchanged_values_paint_nothing(self):
         program = self.prepare()
         program.prefix.environment["WINEDEBUG"] = "+message"  # of the program only: the driver runs already
