@@ -4,12 +4,13 @@ import re
 import string
 
 import harness
+from link_session import AVAILABLE, BROKEN, INVALID, SEARCHING
 from pixels import MAGENTA, picture, place
 from program_session import (BLUETOOTH, BLUETOOTH_PORT, CANCEL, CAPTION, CONNECTION, DEVICE_BOX, HEAT_CARRIER, HEATING_CHECK,
                              HELP, IRDA, LIST, OIL_DERIVATIVE, OK, PATIENCE, RS232, RS232_PORT, SETTINGS, SETTINGS_CAPTION, SMOKE,
                              STATUS, USB)
 from serial_peer import Analyser780
-from test_session import AVAILABLE, BROKEN, INVALID, SEARCHING, SerialSession
+from test_session import SerialSession
 
 READING = {"en": "Reading measure values", "de": "Lese Messwerte"}
 COMMUNICATION_BOX, LARGE_PICTURE, SMALL_PICTURE = 550, 540, 541
