@@ -14,7 +14,6 @@ extern const char* const kUsage;
 
 struct Options {
     std::string port;
-    bool with_pair   = false;
     bool with_frames = false;
 
     // An analyser made from a scenario.
