@@ -107,6 +107,17 @@ fs::path Save(const Places& places, const fs::path& other_folder, const std::str
     return {};
 }
 
+/// A window that is just closing may keep a file for a moment.
+void RemoveAll(const fs::path& folder) {
+    constexpr int kTries   = 50;
+    constexpr DWORD kPause = 100;  // milliseconds
+    std::error_code error;
+    for (int tries = 0; tries < kTries && fs::exists(folder, error); ++tries) {
+        fs::remove_all(folder, error);
+        if (error) Sleep(kPause);
+    }
+}
+
 int Run(const fs::path& kit, const std::vector<std::wstring>& ports) {
     wchar_t program[MAX_PATH] = L"";
     GetModuleFileNameW(nullptr, program, MAX_PATH);
@@ -118,19 +129,22 @@ int Run(const fs::path& kit, const std::vector<std::wstring>& ports) {
     for (const wchar_t* name : {L"TMP", L"TEMP"}) SetEnvironmentVariableW(name, places.Temp().c_str());
     SetEnvironmentVariableW(L"NELTO_SIMULATOR_LOG", (places.work / L"simulator.log").c_str());
 
+    std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);  // whole lines
     Report report;
     const std::string versions = Versions(places);
     std::printf("Self-test of Nelto StackWatcher. Please leave mouse and keyboard alone for a minute.\n\n%s\n", versions.c_str());
+    std::fflush(stdout);
     report.AddText("versions", versions);
     {
         const Traces traces;
         TryAll(places, traces, ports, report);
         AddLogs(places, traces, report);
     }
-    fs::remove_all(places.work, error);
+    RemoveAll(places.work);
     report.Result("nothing is left behind", fs::exists(places.work, error) ? "the temporary folder" : "");
     const fs::path saved = Save(places, temp, report.Page());
-    std::printf("\n%s\nFor the support: %s\n", report.Table().c_str(), Narrow(saved.wstring()).c_str());
+    std::printf("\n%s\nFor the support: %s\n", report.Table().c_str(), Narrow(saved.lexically_normal().wstring()).c_str());
+    std::fflush(stdout);
     return report.Failed() == 0 && !saved.empty() ? 0 : kSomethingFailed;
 }
 
