@@ -153,6 +153,8 @@ int Run(const fs::path& kit, const std::vector<std::wstring>& ports) {
 
 int wmain(int count, wchar_t** words) {
     std::vector<std::wstring> ports(words + (count < 2 ? count : 2), words + count);
+    // The kind is chosen already.
+    if (!ports.empty() && (ports[0] == L"x64" || ports[0] == L"x86")) ports.erase(ports.begin());
     const bool has_pair = ports.size() == 2 && selftest::PortNumber(ports[0]) != 0 && selftest::PortNumber(ports[1]) != 0;
     if (count < 2 || !(ports.empty() || has_pair)) {
         std::fputs("selftest.cmd [x64 | x86] [COM5 COM6]\n", stderr);

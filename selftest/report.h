@@ -23,17 +23,15 @@ public:
     [[nodiscard]] std::string Page() const;
 
 private:
-    static constexpr const char* kPassed = "passed";
-    static constexpr const char* kFailed = "FAILED";
-    static constexpr const char* kNone   = "------";
+    enum Verdict : unsigned char { kPassed, kFailed, kNone };
 
     struct Row {
         std::string check;
-        const char* verdict;
+        Verdict verdict;
         std::string fault;
     };
 
-    [[nodiscard]] std::size_t Count(const char* verdict) const;
+    [[nodiscard]] std::size_t Count(Verdict verdict) const;
 
     std::vector<Row> rows_;
     std::string attached_;  // HTML
