@@ -12,7 +12,7 @@ import windows_figures  # noqa: E402
 
 ROOT = Path(__file__).resolve().parent.parent
 HOST_BUILD = ROOT / "build/host-release/bench"
-HOST_BENCHMARKS = ["bench_block_checksum", "bench_value_read", "bench_usb_value_read"]
+HOST_BENCHMARKS = ["bench_block_checksum", "bench_value_read", "bench_usb_value_read", "bench_course"]
 RELATIONS = {"<=": lambda value, limit: value <= limit, "<": lambda value, limit: value < limit,
              ">=": lambda value, limit: value >= limit}
 

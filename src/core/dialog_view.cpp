@@ -113,13 +113,18 @@ std::uint32_t LargePicture(std::uint32_t status, std::uint32_t instrument_kind) 
 
 std::uint32_t SmallPicture(std::uint32_t status) { return FindStatus(status).small_picture; }
 
+std::vector<const ChannelRecord*> ListedRecords(const Measurement& measurement) {
+    std::vector<const ChannelRecord*> records;
+    for (const ChannelRecord& record : UsedRecords(measurement.channels)) {
+        if (IsHandedOn(record, measurement)) records.push_back(&record);
+    }
+    for (const ChannelRecord& record : UsedRecords(measurement.heating_check)) records.push_back(&record);
+    return records;
+}
+
 std::vector<ListRow> ListRows(const Measurement& measurement, wchar_t decimal_separator) {
     std::vector<ListRow> rows;
-    for (const ChannelRecord& record : UsedRecords(measurement.channels)) {
-        if (!IsHandedOn(record, measurement)) continue;
-        AddRow(rows, record, decimal_separator);
-    }
-    for (const ChannelRecord& record : UsedRecords(measurement.heating_check)) AddRow(rows, record, decimal_separator);
+    for (const ChannelRecord* record : ListedRecords(measurement)) AddRow(rows, *record, decimal_separator);
     return rows;
 }
 

@@ -44,7 +44,9 @@ enum ListColumn : std::uint32_t { kChannelColumn, kValueColumn, kUnitColumn, kCo
 /// The texts of one list row by ListColumn.
 using ListRow = std::array<std::wstring, kColumnCount>;
 
-/// One row a used record, the channels first. Smoke channels have a row only with oil as fuel.
+/// The records that have a row, row by row: the channels first. Smoke channels have one only with oil as fuel.
+[[nodiscard]] std::vector<const ChannelRecord*> ListedRecords(const Measurement& measurement);
+
 [[nodiscard]] std::vector<ListRow> ListRows(const Measurement& measurement, wchar_t decimal_separator);
 
 /// Entries of the oil derivative field, by position.

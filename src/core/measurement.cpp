@@ -10,12 +10,12 @@ namespace {
 
 using platform::ShortLockGuard;
 
+}  // namespace
+
 std::wstring_view SerialNumberOf(const Measurement& measurement) {
     const auto record = std::ranges::find(measurement.channels, kSerialNumber, &ChannelRecord::view_ident);
     return record == measurement.channels.end() ? std::wstring_view() : platform::TextIn(record->text);
 }
-
-}  // namespace
 
 void TakeSpecialChannels(Measurement& measurement) {
     for (const ChannelRecord& record : measurement.channels) {

@@ -4,6 +4,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <string_view>
 
 #include "core/channel_table.h"
 #include "platform/lock.h"
@@ -27,6 +28,9 @@ void TakeSpecialChannels(Measurement& measurement);
 [[nodiscard]] inline bool IsHandedOn(const ChannelRecord& channel, const Measurement& measurement) {
     return measurement.oil_fuel || !IsSmokeChannel(channel.view_ident);
 }
+
+/// The analyser's serial number; empty where it tells none.
+[[nodiscard]] std::wstring_view SerialNumberOf(const Measurement& measurement);
 
 /// True when kind, device name and serial number are the same. An analyser without a serial number is never known again.
 [[nodiscard]] bool IsSameAnalyser(const Measurement& measurement, const Measurement& other);

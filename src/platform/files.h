@@ -18,6 +18,10 @@ void RemoveFile(const wchar_t* path);
 /// Appends `bytes` to the file, creating it where needed. Returns 0 or the system's error number.
 [[nodiscard]] std::uint32_t AppendToFile(const wchar_t* path, std::string_view bytes);
 
+/// Gives a file another name in the same folder, in the place of a file that has it. Returns 0 or the system's error number; then
+/// both are what they were.
+[[nodiscard]] std::uint32_t MoveFileOver(const wchar_t* path, const wchar_t* new_path);
+
 /// A file that stays open while it is written piece by piece, readable by others meanwhile.
 enum class FileHandle : std::uintptr_t { kNone = 0 };
 

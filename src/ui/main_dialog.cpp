@@ -1,22 +1,32 @@
 #include "ui/main_dialog.h"
 
+#include <commctrl.h>
+
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <utility>
 
+#include "core/course_recorder.h"
 #include "core/dialog_view.h"
 #include "core/exchange_file.h"
 #include "core/manual_values.h"
 #include "core/worker_thread.h"
 #include "diag/trace_log.h"
+#include "platform/clock.h"
+#include "ui/course_file.h"
+#include "ui/course_window.h"
 #include "ui/dialog_icons.h"
 #include "ui/help.h"
+#include "ui/list_cells.h"
 #include "ui/manual_fields.h"
 #include "ui/pictures.h"
 #include "ui/resource.h"
 #include "ui/settings_dialog.h"
 #include "ui/status_text.h"
 #include "ui/value_list.h"
+#include "ui/value_menu.h"
 #include "ui/window_text.h"
 
 namespace nelto::ui {
@@ -52,24 +62,29 @@ constexpr std::array kTexts = {
 class MainDialog {
 public:
     MainDialog(HINSTANCE instance, ProgramState& state, OpenInstrument open)
-        : instance_(instance), state_(state), worker_(state, open) {}
+        : instance_(instance), state_(state), worker_(state, open), course_(recorder_, state.decimal_separator) {}
 
     void Initialise(HWND dialog);
     void Paint() const;
     void Refresh();
     bool HandleCommand(int command);
+    void HandleKey(const NMHDR& header);
+    [[nodiscard]] bool ShowMenu(HWND clicked, LPARAM position) const;
     void FitScaling();
-    void FindFocus() const;
+    void FindFocus();
     /// What the system tells top-level windows only and the list must hear too.
     void PassToList(UINT message, WPARAM w_param, LPARAM l_param) const;
 
 private:
-    void ShowStatus(const StatusView& view) const;
-    void ShowOk(OkChange change) const;
+    void ShowStatus(const StatusView& view);
+    void ShowOk(OkChange change);
     [[nodiscard]] bool StaysBusy() const;
     void ShowAnalyser(const Measurement& measurement) const;
     void FillTypedFieldsOnce(Measurement& measurement);
     [[nodiscard]] bool TakeOverOilAnswer(Measurement& measurement, OilDerivativeEntry answer) const;
+    void RecordCourse(std::uint32_t status);
+    void OpenCourse();
+    void SaveCourse();
     void RunSettings();
     void ShowHelp();
     void ReturnToDialog(bool ok_was_enabled) const;
@@ -83,6 +98,9 @@ private:
     SerialOutputThread serial_output_;
     HWND dialog_ = nullptr;
     DialogIcons icons_;
+    CourseRecorder recorder_;
+    CourseWindow course_;
+    bool ok_waits_for_focus_    = false;
     std::uint32_t shown_status_ = kNeverShown;
     bool typed_fields_filled_   = false;
 };
@@ -109,8 +127,9 @@ void MainDialog::Paint() const {
 
 void MainDialog::Refresh() {
     const std::uint32_t status = state_.status;
-    const StatusView view      = ViewStatus(status, shown_status_, IsControlEnabled(dialog_, IDC_OK));
-    shown_status_              = status;
+    RecordCourse(status);
+    const StatusView view = ViewStatus(status, shown_status_, IsControlEnabled(dialog_, IDC_OK));
+    shown_status_         = status;
     ShowStatus(view);
     if (!view.lists_values) {
         EmptyValueList(ValueList());
@@ -125,6 +144,14 @@ void MainDialog::Refresh() {
     serial_output_.Send(state_, measurement);
 }
 
+/// Before the values are shown, so that a measurement is recorded also in a refresh that finds the worker reading.
+void MainDialog::RecordCourse(std::uint32_t status) {
+    recorder_.Advance(platform::TickMilliseconds(), platform::LocalTime());
+    if (status == kValuesAvailable) recorder_.Record(state_.measurement.Copy());
+    if (status != kValuesAvailable) recorder_.Interrupt();
+    course_.Refresh();
+}
+
 /// True when the worker goes on reading: then the next refresh shows the values.
 bool MainDialog::StaysBusy() const {
     for (int look = 0; look < kBusyLooks; ++look) {
@@ -134,18 +161,21 @@ bool MainDialog::StaysBusy() const {
     return true;
 }
 
-void MainDialog::ShowStatus(const StatusView& view) const {
+void MainDialog::ShowStatus(const StatusView& view) {
     ShowOk(view.ok);
     if (view.text_id != 0) ShowStatusText(dialog_, StringText(view.text_id));
     SetControlText(dialog_, IDC_CONNECTION, ConnectionText(state_.communication));
     if (view.repaint) InvalidateRect(dialog_, nullptr, TRUE);
 }
 
-void MainDialog::ShowOk(OkChange change) const {
+void MainDialog::ShowOk(OkChange change) {
     if (change == OkChange::kNone) return;
     EnableControl(dialog_, IDC_OK, change == OkChange::kEnableAndFocus);
+    // Someone who looks at the courses keeps the keyboard there until the dialog is chosen.
+    ok_waits_for_focus_ = change == OkChange::kEnableAndFocus && course_.IsActive();
     // Below an open settings dialog or message the focus is not ours to move.
-    if (change == OkChange::kEnableAndFocus && IsWindowEnabled(dialog_)) FocusControl(dialog_, IDC_OK);
+    if (change == OkChange::kEnableAndFocus && !ok_waits_for_focus_ && IsWindowEnabled(dialog_))
+        FocusControl(dialog_, IDC_OK);
 }
 
 /// What follows the analyser in every refresh: its name, and whether there are smoke numbers to enter.
@@ -170,7 +200,8 @@ bool MainDialog::TakeOverOilAnswer(Measurement& measurement, OilDerivativeEntry 
 }
 
 /// A field that was locked while another program was in front has lost the focus: the next one takes it, or no key would be heard.
-void MainDialog::FindFocus() const {
+void MainDialog::FindFocus() {
+    if (std::exchange(ok_waits_for_focus_, false) && IsWindowEnabled(dialog_)) FocusControl(dialog_, IDC_OK);
     const HWND focus = GetFocus();
     const bool lost  = focus == nullptr || focus == dialog_ || !IsWindowEnabled(focus);
     if (lost && IsWindowEnabled(dialog_)) SendMessageW(dialog_, WM_NEXTDLGCTL, 0, FALSE);
@@ -195,8 +226,46 @@ bool MainDialog::HandleCommand(int command) {
         case IDCANCEL: Close(kCancelled); return true;
         case IDC_SETTINGS: RunSettings(); return true;
         case IDC_HELP_FILE: ShowHelp(); return true;
+        case IDM_COPY: CopyRows(ValueList()); return true;
+        case IDM_COURSE: OpenCourse(); return true;
+        case IDM_SAVE_COURSE: SaveCourse(); return true;
         default: return false;
     }
+}
+
+/// While the list has the focus; in the fields these keys have meanings of their own.
+void MainDialog::HandleKey(const NMHDR& header) {
+    if (header.idFrom != IDC_VALUES || header.code != LVN_KEYDOWN) return;
+    if (IsControlKey(header, 'C')) CopyRows(header.hwndFrom);
+    if (IsControlKey(header, 'T')) OpenCourse();
+}
+
+bool MainDialog::ShowMenu(HWND clicked, LPARAM position) const {
+    if (clicked != ValueList()) return false;
+    ShowValueMenu(dialog_, clicked, position, !recorder_.Series().empty());
+    return true;
+}
+
+void MainDialog::OpenCourse() {
+    const Measurement measurement = state_.measurement.Copy();
+    const auto records            = ListedRecords(measurement);
+    const auto row                = static_cast<std::size_t>(SelectedRow(ValueList()));  // none is beyond all rows
+    std::optional<CourseKey> selected;
+    if (row < records.size()) selected = {.view_ident = records[row]->view_ident, .unit = records[row]->unit};
+    course_.Open(instance_, dialog_, selected);
+}
+
+/// Above the window that asked for it; the other one is asleep meanwhile, so that there is one such question at a time.
+void MainDialog::SaveCourse() {
+    if (recorder_.Series().empty() || IsWindowEnabled(dialog_) == FALSE) return;
+    const bool ok_was_enabled = IsControlEnabled(dialog_, IDC_OK);
+    const bool from_course    = course_.IsActive();
+    const HWND owner          = from_course ? course_.Handle() : dialog_;
+    const HWND other          = from_course ? dialog_ : course_.Handle();
+    EnableWindow(other, FALSE);
+    SaveCourseAs(owner, recorder_, DeviceText(state_.measurement.Copy()));
+    EnableWindow(other, TRUE);
+    if (!from_course) ReturnToDialog(ok_was_enabled);
 }
 
 void MainDialog::RunSettings() {
@@ -218,6 +287,7 @@ void MainDialog::ReturnToDialog(bool ok_was_enabled) const {
 
 /// Hands on the last whole measurement with what was typed.
 void MainDialog::Accept() {
+    course_.Close();
     worker_.Stop();
     Measurement measurement = state_.measurement.Copy();
     // The first refresh with values may have been kept from filling them.
@@ -228,6 +298,7 @@ void MainDialog::Accept() {
 }
 
 void MainDialog::Close(int result) {
+    course_.Close();
     KillTimer(dialog_, kRefreshTimer);  // a window above the dialog would let it go on
     worker_.Stop();
     serial_output_.Stop();
@@ -243,6 +314,8 @@ INT_PTR CALLBACK MainProcedure(HWND dialog, UINT message, WPARAM w_param, LPARAM
         case WM_PAINT: open_dialog->Paint(); return TRUE;
         case WM_TIMER: open_dialog->Refresh(); return TRUE;
         case WM_COMMAND: return open_dialog->HandleCommand(LOWORD(w_param)) ? TRUE : FALSE;
+        case WM_NOTIFY: open_dialog->HandleKey(*reinterpret_cast<const NMHDR*>(l_param)); return FALSE;
+        case WM_CONTEXTMENU: return open_dialog->ShowMenu(reinterpret_cast<HWND>(w_param), l_param) ? TRUE : FALSE;
         case WM_SYSCOLORCHANGE: open_dialog->PassToList(message, w_param, l_param); return TRUE;
         // Posted, so that it comes after the dialog manager has given the controls their new sizes.
         case WM_DPICHANGED: PostMessageW(dialog, kScalingChanged, 0, 0); return FALSE;

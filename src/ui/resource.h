@@ -3,6 +3,7 @@
 
 #define IDD_MAIN     129
 #define IDD_SETTINGS 130
+#define IDD_COURSE   131
 #define IDI_PROGRAM  107
 
 // Both dialogs
@@ -47,6 +48,21 @@
 #define IDC_SERIAL_OUTPUT_COM   571
 #define IDC_SERIAL_OUTPUT_PORT  572
 
+// Course of values; the plot's class
+#define IDC_COURSE_SPAN_LABEL 700
+#define IDC_COURSE_SPAN       701
+#define IDC_COURSE_PLOT       702
+#define IDC_COURSE_HINT       703
+#define IDC_COURSE_LIST       704
+#define IDC_COURSE_SAVE       705
+#define IDC_COURSE_CLOSE      706
+#define COURSE_PLOT_CLASS     "NeltoCoursePlot"
+
+// Menu of the list of values
+#define IDM_COPY        801
+#define IDM_COURSE      802
+#define IDM_SAVE_COURSE 803
+
 // Texts
 #define IDS_DEVICE              600
 #define IDS_VALUES              601
@@ -81,3 +97,21 @@
 #define IDS_YES                 691
 #define IDS_NO                  692
 #define IDS_SERIAL_OUTPUT       693
+#define IDS_COPY                760
+#define IDS_OPEN_COURSE         761
+#define IDS_SAVE_COURSE         762
+#define IDS_COURSE              763
+#define IDS_COURSE_SPAN         764
+#define IDS_COURSE_HINT         765
+#define IDS_COURSE_FULL         766
+#define IDS_COURSE_NOW          767
+#define IDS_COURSE_MEAN_30      768
+#define IDS_COURSE_MINIMUM      769
+#define IDS_COURSE_MEAN         770
+#define IDS_COURSE_MAXIMUM      771
+#define IDS_COURSE_SAVE         772
+#define IDS_COURSE_CLOSE        773
+#define IDS_COURSE_EMPTY        774
+#define IDS_COURSE_NOT_SAVED    775
+#define IDS_COURSE_FILTER       776
+#define IDS_CONTROL_KEY         780

@@ -45,6 +45,11 @@ std::uint32_t AppendToFile(const wchar_t* path, std::string_view bytes) {
     return error;
 }
 
+std::uint32_t MoveFileOver(const wchar_t* path, const wchar_t* new_path) {
+    constexpr DWORD kFlags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
+    return MoveFileExW(path, new_path, kFlags) != 0 ? 0 : GetLastError();
+}
+
 FileHandle OpenEmptiedFile(const wchar_t* path) {
     const HANDLE file =
         CreateFileW(path, GENERIC_WRITE, kShareAll, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);

@@ -1,0 +1,89 @@
+#include "core/course_choice.h"
+
+#include <algorithm>
+
+#include "platform/registry.h"
+#include "platform/wide_text.h"
+
+namespace nelto {
+namespace {
+
+constexpr std::array<std::uint32_t, 4> kUsualIdents = {0x0901, 0x0902, 0x0101, 0x0301};
+
+constexpr const wchar_t* kSpanSetting = L"CourseSpan";
+
+struct PlaceRow {
+    const wchar_t* name;
+    std::int32_t WindowPlace::*number;
+};
+
+constexpr std::array kPlaceRows = {
+    PlaceRow{L"CourseLeft", &WindowPlace::left},
+    PlaceRow{L"CourseTop", &WindowPlace::top},
+    PlaceRow{L"CourseWidth", &WindowPlace::width},
+    PlaceRow{L"CourseHeight", &WindowPlace::height},
+};
+
+using NumberedName = std::array<wchar_t, 32>;
+
+NumberedName Numbered(platform::TextFormat<std::uint32_t> format, std::uint32_t number) {
+    NumberedName name{};
+    platform::FormatText(name, format, number);
+    return name;
+}
+
+NumberedName ChannelSetting(std::uint32_t number) { return Numbered(L"CourseChannel%u", number); }
+NumberedName UnitSetting(std::uint32_t number) { return Numbered(L"CourseUnit%u", number); }
+
+}  // namespace
+
+bool CourseChoice::Has(const CourseKey& key) const { return std::ranges::find(keys_, key) != keys_.end(); }
+
+void CourseChoice::Add(const CourseKey& key) {
+    if (!IsFull() && !Has(key)) keys_.push_back(key);
+}
+
+void CourseChoice::Remove(const CourseKey& key) { std::erase(keys_, key); }
+
+void CourseChoice::ChooseUsual(std::span<const CourseSeries> series) {
+    const auto is_chosen = [this](const CourseSeries& one) { return Has(one.Key()); };
+    if (series.empty() || std::ranges::any_of(series, is_chosen)) return;
+    keys_.clear();
+    for (const std::uint32_t ident : kUsualIdents) {
+        const CourseSeries* latest = nullptr;
+        for (const CourseSeries& one : series) {
+            if (one.Key().view_ident == ident) latest = &one;
+        }
+        if (latest != nullptr) Add(latest->Key());
+    }
+}
+
+CourseSettings ReadCourseSettings() {
+    CourseSettings settings;
+    for (const PlaceRow& row : kPlaceRows) {
+        settings.place.*row.number = static_cast<std::int32_t>(platform::RegReadDword(row.name, 0));
+    }
+    const std::uint32_t span = platform::RegReadDword(kSpanSetting, settings.span_minutes);
+    if (std::ranges::find(kCourseSpans, span) != kCourseSpans.end()) settings.span_minutes = span;
+    for (std::uint32_t number = 1; number <= kMostChosen; ++number) {
+        const std::uint32_t ident = platform::RegReadDword(ChannelSetting(number).data(), kFreeRecord);
+        if (ident == kFreeRecord) continue;
+        settings.choice.Add({.view_ident = ident, .unit = platform::RegReadDword(UnitSetting(number).data(), 0)});
+    }
+    return settings;
+}
+
+void WriteCourseSettings(const CourseSettings& settings) {
+    for (const PlaceRow& row : kPlaceRows) {
+        platform::RegWriteDword(row.name, static_cast<std::uint32_t>(settings.place.*row.number));
+    }
+    platform::RegWriteDword(kSpanSetting, settings.span_minutes);
+    const std::span<const CourseKey> keys = settings.choice.Keys();
+    for (std::uint32_t number = 1; number <= kMostChosen; ++number) {
+        const CourseKey key = number <= keys.size() ? keys[number - 1] : CourseKey{};
+        platform::RegWriteDword(ChannelSetting(number).data(), key.view_ident);
+        platform::RegWriteDword(UnitSetting(number).data(), key.unit);
+    }
+}
+
+}  // namespace nelto

@@ -1,0 +1,31 @@
+// Rows and cells of a list view.
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace nelto::ui {
+
+[[nodiscard]] std::size_t RowCount(HWND list);
+
+void AppendEmptyRow(HWND list);
+
+/// Writes the cells of the row that show another text.
+void CorrectRow(HWND list, std::size_t row, std::span<const std::wstring> texts);
+
+void InsertColumn(HWND list, std::size_t column, std::uint32_t text_id, int width);
+
+/// The first selected row; -1 when none is.
+[[nodiscard]] int SelectedRow(HWND list);
+
+/// True for the key pressed together with Ctrl, in the LVN_KEYDOWN of a list.
+[[nodiscard]] bool IsControlKey(const NMHDR& header, WORD key);
+
+/// Puts the selected rows, or all when none is, on the clipboard: their cells with tabs between them, CR LF after each row.
+void CopyRows(HWND list);
+
+}  // namespace nelto::ui
