@@ -21,8 +21,12 @@ constexpr const wchar_t* kSettingsCaption = L"Nelto StackWatcher Einstellungen";
 constexpr const wchar_t* kHelpClass       = L"HH Parent";
 constexpr const char* kCallerWord         = "SELFTEST";
 
-constexpr std::array kPrograms = {L"NeltoStackWatcher.exe", L"NeltoStackWatcher_DE.chm", L"NeltoStackWatcher_EN.chm",
-                                  L"nelto-read.exe",        L"NeltoUSB.dll",             L"usb_client.exe"};
+constexpr std::array kPrograms = {L"NeltoStackWatcher.exe",
+                                  L"NeltoStackWatcher_DE.chm",
+                                  L"NeltoStackWatcher_EN.chm",
+                                  L"nelto-read.exe",
+                                  L"NeltoUSB.dll",
+                                  L"usb_client.exe"};
 
 /// The lines, sorted, with a point for the decimal separator of the system.
 std::vector<std::string> SortedLines(const std::string& content) {
@@ -63,9 +67,9 @@ std::string WrongEnd(const Process& process, DWORD wanted) {
 }  // namespace
 
 std::vector<std::string> LinesOf2004() {
-    return {"2003=4.3",    "2603=12.3",   "2204=22",   "2404=-",   "1101=168.4", "1001=19.4",        "4010=-0.112",
-            "1401=62.0",   "6020=1.0",    "6120=2.0",  "6220=3.0", "6520=2.0",   "6320=0",           "6420=1",
-            "3703=15.4",   "2803=3.0",    "9100=2.15", "9300=SP-20417", "9200=40712345", "9000=nelto 780-2"};
+    return {"2003=4.3",  "2603=12.3", "2204=22",   "2404=-",        "1101=168.4",    "1001=19.4",       "4010=-0.112",
+            "1401=62.0", "6020=1.0",  "6120=2.0",  "6220=3.0",      "6520=2.0",      "6320=0",          "6420=1",
+            "3703=15.4", "2803=3.0",  "9100=2.15", "9300=SP-20417", "9200=40712345", "9000=nelto 780-2"};
 }
 
 std::vector<std::string> LinesOf2010() {
@@ -78,7 +82,8 @@ Bench::Bench(const Places& places, const Link& link, Report& report)
     std::error_code error;
     std::filesystem::create_directories(folder_, error);
     for (const wchar_t* name : kPrograms) Copy(places.kind / name, name);
-    for (const std::wstring& library : link.libraries) Copy(places.kind / library, std::filesystem::path(library).filename());
+    for (const std::wstring& library : link.libraries)
+        Copy(places.kind / library, std::filesystem::path(library).filename());
     for (const auto& [file, name] : link.set_up) Copy(places.kit / L"selftest" / file, name);
 }
 
@@ -90,7 +95,8 @@ void Bench::Copy(const std::filesystem::path& source, const std::filesystem::pat
         for (const auto& entry : fs::directory_iterator(source, error)) Copy(entry.path(), entry.path().filename());
         return;
     }
-    if (!fs::copy_file(source, folder_ / name, fs::copy_options::overwrite_existing, error)) incomplete_ = "cannot be copied: " + Narrow(source.wstring());
+    if (!fs::copy_file(source, folder_ / name, fs::copy_options::overwrite_existing, error))
+        incomplete_ = "cannot be copied: " + Narrow(source.wstring());
 }
 
 std::filesystem::path Bench::OutputFile() {
@@ -112,7 +118,8 @@ std::string Bench::Compared(const std::string& content) const {
 /// Leaves the dialog with values in its list.
 std::string Bench::StartDialog(Process& program, HWND& dialog) {
     if (!incomplete_.empty()) return incomplete_;
-    if (!program.Start(folder_ / L"NeltoStackWatcher.exe", L"SELFTEST", OutputFile())) return "the program does not start";
+    if (!program.Start(folder_ / L"NeltoStackWatcher.exe", L"SELFTEST", OutputFile()))
+        return "the program does not start";
     dialog = WindowOf(program.Id(), kCaption, kWindowTime);
     if (dialog == nullptr) return "there is no dialog";
     const bool has_values = WaitEnabled(dialog, kOk, kPatience);
@@ -188,7 +195,7 @@ std::string Bench::TryReaderAndBreak() {
     if (!reader.EndsWithin(kPatience)) return "it does not end";
     const std::string events = ContentOf(places_.work / L"simulator.log");
     const std::size_t last   = events.rfind("request ");
-    const bool is_left = last != std::string::npos && events.substr(last).find("slave mode") != std::string::npos;
+    const bool is_left       = last != std::string::npos && events.substr(last).find("slave mode") != std::string::npos;
     return is_left ? WrongEnd(reader, 0) : "the analyser was not left in order";
 }
 

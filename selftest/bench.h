@@ -23,9 +23,9 @@ struct Places {
 
 struct Link {
     std::string name;
-    std::wstring option;                     // of nelto-read
-    DWORD communication;                     // the setting
-    std::vector<std::wstring> libraries;     // folders of the kind, or files
+    std::wstring option;                  // of nelto-read
+    DWORD communication;                  // the setting
+    std::vector<std::wstring> libraries;  // folders of the kind, or files
     /// Files of the kit's folder "selftest", and the names under which the libraries look for them.
     std::vector<std::pair<std::wstring, std::wstring>> set_up;
     std::vector<std::string> exchange_lines;

@@ -8,10 +8,10 @@
 namespace selftest {
 namespace {
 
-constexpr DWORD kLook          = 50;  // milliseconds between two looks
-constexpr UINT kAnswerTimeout  = 5000;
-constexpr DWORD kDrawingTime   = 300;
-constexpr WORD kBitsPerPixel   = 16;
+constexpr DWORD kLook         = 50;  // milliseconds between two looks
+constexpr UINT kAnswerTimeout = 5000;
+constexpr DWORD kDrawingTime  = 300;
+constexpr WORD kBitsPerPixel  = 16;
 constexpr LONG kWidest = 800, kHighest = 640;  // of a picture, in pixels
 constexpr int kLongestText     = 256;
 constexpr WORD kBitmapFileMark = 0x4D42;
@@ -24,8 +24,8 @@ struct Search {
 
 std::wstring TextOf(HWND window, bool is_class) {
     std::wstring text(kLongestText, L'\0');
-    const int length = is_class ? GetClassNameW(window, text.data(), kLongestText)
-                                : GetWindowTextW(window, text.data(), kLongestText);
+    const int length =
+        is_class ? GetClassNameW(window, text.data(), kLongestText) : GetWindowTextW(window, text.data(), kLongestText);
     text.resize(static_cast<std::size_t>(length));
     return text;
 }

@@ -44,7 +44,8 @@ std::string Base64(const std::string& bytes) {
 void Report::Result(const std::string& check, const std::string& fault) {
     const Verdict verdict = fault.starts_with(kNotTried) ? kNone : kFailed;
     rows_.push_back({check, fault.empty() ? kPassed : verdict, fault});
-    std::printf("  %s  %s%s%s\n", kVerdicts[rows_.back().verdict], check.c_str(), fault.empty() ? "" : ": ", fault.c_str());
+    std::printf("  %s  %s%s%s\n", kVerdicts[rows_.back().verdict], check.c_str(), fault.empty() ? "" : ": ",
+                fault.c_str());
     std::fflush(stdout);
 }
 
@@ -53,7 +54,8 @@ void Report::AddText(const std::string& name, const std::string& content) {
 }
 
 void Report::AddPicture(const std::string& name, const std::string& bitmap) {
-    attached_ += "<h2>" + Escaped(name) + "</h2>\n<img alt=\"\" src=\"data:image/bmp;base64," + Base64(bitmap) + "\">\n";
+    attached_ +=
+        "<h2>" + Escaped(name) + "</h2>\n<img alt=\"\" src=\"data:image/bmp;base64," + Base64(bitmap) + "\">\n";
 }
 
 std::size_t Report::Count(Verdict verdict) const {
@@ -69,11 +71,12 @@ std::string Report::Table() const {
 
 std::string Report::Page() const {
     std::string page =
-        "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"><title>Self-test of Nelto StackWatcher</title></head>\n"
+        "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"><title>Self-test of Nelto "
+        "StackWatcher</title></head>\n"
         "<body><h1>Self-test of Nelto StackWatcher</h1>\n<table border=\"1\">\n";
     for (const Row& row : rows_) {
-        page += "<tr><td>" + Escaped(row.check) + "</td><td>" + kVerdicts[row.verdict] + "</td><td>" + Escaped(row.fault) +
-                "</td></tr>\n";
+        page += "<tr><td>" + Escaped(row.check) + "</td><td>" + kVerdicts[row.verdict] + "</td><td>" +
+                Escaped(row.fault) + "</td></tr>\n";
     }
     return page + "</table>\n" + attached_ + "</body></html>\n";
 }

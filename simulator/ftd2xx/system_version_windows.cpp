@@ -30,7 +30,8 @@ Type* At(HMODULE module, std::size_t offset) {
 
 /// The place in which the module keeps the address of the imported function; null where it imports none.
 GetVersionInfo* ImportOf(HMODULE module) {
-    const auto* const headers = At<IMAGE_NT_HEADERS>(module, static_cast<std::size_t>(At<IMAGE_DOS_HEADER>(module, 0)->e_lfanew));
+    const auto* const headers =
+        At<IMAGE_NT_HEADERS>(module, static_cast<std::size_t>(At<IMAGE_DOS_HEADER>(module, 0)->e_lfanew));
     const IMAGE_DATA_DIRECTORY& imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
     if (imports.Size == 0) return nullptr;
     for (auto* library = At<IMAGE_IMPORT_DESCRIPTOR>(module, imports.VirtualAddress); library->Name != 0; ++library) {
