@@ -9,7 +9,7 @@ here := $(dir $(abspath $(lastword $(MAKEFILE_LIST))))
 
 help:
 	@echo "make run      the program under Wine against the simulated analyser (ARGS=, UI_LANGUAGE=de|en, LINK=usb|serial|irda, ANALYSER=745)"
-	@echo "make test     all tests: host, fuzz, windows"
+	@echo "make test     all tests: host, host-windows, fuzz, windows"
 	@echo "make test-x86 the windows tests with the 32-bit program, in a Debian of its own in the user's cache folder (root)"
 	@echo "make build    the program in dist/NeltoStackWatcher, the simulator in dist/simulator"
 	@echo "make bench    benchmarks"

@@ -127,10 +127,10 @@ private:
     };
 
     static std::unique_ptr<Instrument> Open(std::uint32_t communication, const std::atomic<std::uint32_t>& stop_request,
-                                            const char*& error) {
+                                            OpenFailure& failure) {
         EXPECT_EQ(the_run->rig_.Held(), 0U) << "left over by an earlier connection";
         the_run->rig_.Tick();
-        std::unique_ptr<Instrument> opened = Nelto780Open(communication, stop_request, error);
+        std::unique_ptr<Instrument> opened = Nelto780Open(communication, stop_request, failure);
         if (opened == nullptr) return nullptr;
         ++the_run->connections;
         return std::make_unique<Watched>(std::move(opened));

@@ -301,14 +301,14 @@ public:
         Add("values fail", [] { Fail({"GetCurrentViewValues"}); });
         Add("unplugged", [] {
             Fail({"GetNumberOfCurrentViewValues"});
-            Maker().usb_devices[37] = 0;
+            Maker().Data().devices[37] = 0;
         });
         Add("two analysers", [] {
             Fail({"GetNumberOfCurrentViewValues"});
-            Maker().usb_devices[37] = 2;
+            Maker().Data().devices[37] = 2;
         });
-        Add("count beyond reason", [] { Maker().value_count_lie = 0xFFFFFFFF; });
-        Add("count too high", [] { Maker().value_count_lie = 60; });
+        Add("count beyond reason", [] { LieAboutCounts(0xFFFFFFFF); });
+        Add("count too high", [] { LieAboutCounts(60); });
         Add("no text mapper", [] {
             Fail({"GetNumberOfCurrentViewValues"});
             for (const wchar_t* name : kMappers) platform::memory::RemoveLibrary(name);
@@ -322,8 +322,7 @@ public:
     bool CanStrike() const override { return false; }
     void Tick() override {
         Maker().calls.clear();
-        Maker().languages.clear();
-    }
+            }
     /// The text mappers; the instrument libraries stay, each one once.
     std::size_t Held() const override {
         std::size_t held = 0;
@@ -350,9 +349,9 @@ private:
     }
     void Repair() const {
         InstallFakeMaker();
-        Maker().usb_devices[37] = 1;
+        Maker().Data().devices[37] = 1;
         for (std::uint32_t index = 1; index <= kChannels; ++index)
-            Maker().values.push_back(Record(index, ValueOf(index)));
+            Maker().Data().values.push_back(Record(index, ValueOf(index)));
     }
 };
 

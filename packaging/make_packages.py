@@ -27,7 +27,8 @@ WORK = ROOT / "build/package"
 PACKAGES = ROOT / "dist/packages"
 PROGRAM = "NeltoStackWatcher"
 PROGRAM_FILE = PROGRAM + ".exe"
-TARGETS = "NeltoStackWatcher NeltoUSB usb_client usb_import_library help_files"
+TARGETS = "NeltoStackWatcher help_files kit"
+KIT = "NeltoKit"
 ARCHS = {"x64": "amd64-unicode", "x86": "x86-unicode"}  # with what NSIS calls them: the installer is of the same kind as the program
 UNDATED = 1767225600  # the start of 2026: for sources without their history
 FILL_IN = "FILL-IN"  # winget's own validation refuses a manifest that still holds it
@@ -74,6 +75,15 @@ def stage(component, folder, *archs):
     for path in sorted([*folder.rglob("*.dll"), *folder.rglob("*.exe")]):
         sign(path)
     return folder
+
+
+def stage_kit():
+    """The folder of the kit; the programs of each kind in a folder of their own."""
+    kit = WORK / "kit" / KIT
+    stage("KitOfBothKinds", kit, next(iter(ARCHS)))
+    for arch in ARCHS:
+        stage("KitOfOneKind", kit / arch, arch)
+    return kit
 
 
 def filled(text, words):
@@ -146,10 +156,10 @@ def main():
         make_zip(archives[-1], folder, date)
         installers[arch] = PACKAGES / f"{PROGRAM}-{VERSION}-{arch}-setup.exe"
         make_installer(installers[arch], folder, arch, VERSION)
-    sdk = stage("NeltoUSB", WORK / "sdk/NeltoUSB", *ARCHS)
-    shipped.update({"x64/NeltoUSB.dll": sdk / "NeltoUSB.dll", "x86/NeltoUSB.dll": sdk / "x86/NeltoUSB.dll"})
-    archives.append(PACKAGES / f"NeltoUSB-{VERSION}-sdk.zip")
-    make_zip(archives[-1], sdk, date)
+    kit = stage_kit()
+    shipped.update({f"{arch}/{name}": kit / arch / name for arch in ARCHS for name in ("NeltoUSB.dll", "nelto-read.exe")})
+    archives.append(PACKAGES / f"{KIT}-{VERSION}.zip")
+    make_zip(archives[-1], kit, date)
 
     bill = PACKAGES / f"{PROGRAM}-{VERSION}.cdx.json"
     hashes = {name: sha256(path) for name, path in shipped.items()}

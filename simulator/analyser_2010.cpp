@@ -21,7 +21,7 @@ const Kind2010* FindKind2010(std::uint32_t kind) {
     return row == kKinds.end() ? nullptr : row;
 }
 
-Analyser2010::Analyser2010(AnalyserData2010 data) : data_(std::move(data)), kind_(*FindKind2010(data_.kind)) {}
+Analyser2010::Analyser2010(AnalyserData2010 data) : data_(std::move(data)) {}
 
 std::uint32_t Analyser2010::Begin(std::string_view function) {
     const auto entry         = calls_.try_emplace(std::string(function), 0).first;
@@ -41,12 +41,12 @@ std::uint32_t Analyser2010::CountDevices(std::uint32_t product, std::uint64_t no
     if (!IsThere(now_ms)) return 0;
     const auto own = data_.devices.find(product);
     if (own != data_.devices.end()) return own->second;
-    return product == kind_.product ? 1 : 0;
+    return product == FindKind2010(data_.kind)->product ? 1 : 0;
 }
 
-std::uint32_t Analyser2010::DeviceType() const { return data_.device_type.value_or(kind_.device_type); }
+std::uint32_t Analyser2010::DeviceType() const { return data_.device_type.value_or(FindKind2010(data_.kind)->device_type); }
 
-std::u16string Analyser2010::DeviceName() const { return data_.device_name.value_or(kind_.device_name); }
+std::u16string Analyser2010::DeviceName() const { return data_.device_name.value_or(FindKind2010(data_.kind)->device_name); }
 
 Analyser2010::Records Analyser2010::CurrentValues(std::uint64_t now_ms) const {
     return MakeRecords(data_.values, 0, now_ms);

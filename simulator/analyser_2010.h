@@ -66,6 +66,9 @@ struct AnalyserData2010 {
     std::vector<TimeWindow> unplugged;
 };
 
+/// Handle of the analyser on the USB bus; that of a pipe is the handle of its COM port.
+constexpr std::uint32_t kUsbDevice = 0x07600001;
+
 /// One kind as the USB bus and the libraries tell it.
 struct Kind2010 {
     std::uint32_t kind;
@@ -82,6 +85,7 @@ public:
     explicit Analyser2010(AnalyserData2010 data);
 
     [[nodiscard]] const AnalyserData2010& Data() const { return data_; }
+    [[nodiscard]] AnalyserData2010& Data() { return data_; }
 
     /// Counts the call; the error code that this call of the function is to give, or 0.
     std::uint32_t Begin(std::string_view function);
@@ -113,7 +117,6 @@ private:
                                       std::uint64_t now_ms) const;
 
     AnalyserData2010 data_;
-    const Kind2010& kind_;
     std::map<std::string, std::uint32_t, std::less<>> calls_;
 };
 

@@ -14,9 +14,4 @@ void Console::Tell(const std::string& line) const {
     std::fflush(stdout);
 }
 
-void Console::TellPlain(const std::string& line) const {
-    std::printf("%s\n", line.c_str());
-    std::fflush(stdout);
-}
-
 }  // namespace simulator

@@ -14,9 +14,6 @@ public:
 
     void Tell(const std::string& line) const;
 
-    /// The line alone, for other programs.
-    void TellPlain(const std::string& line) const;
-
 private:
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };

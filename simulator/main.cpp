@@ -1,4 +1,5 @@
-// nelto-simulator: a flue-gas analyser of generation 2004 behind a serial port, made from a scenario or played from a log.
+// nelto-simulator: a flue-gas analyser behind a serial port, made from a scenario or played from a log. Of generation 2010 it answers
+// the search alone; the drop-in libraries do the rest, and serve the other links.
 #include <cstdio>
 #include <fstream>
 
@@ -15,9 +16,8 @@ using simulator::Options;
 using simulator::RecordedConnection;
 using simulator::Scenario;
 
-constexpr int kWrongUse    = 2;
-constexpr int kNoScenario  = 3;  // also: no log
-constexpr int kPortFailure = 4;
+constexpr int kWrongUse   = 2;
+constexpr int kNoScenario = 3;  // also: no log
 
 constexpr std::size_t kMostLogFaults = 20;  // told one by one
 
@@ -30,8 +30,7 @@ std::optional<Scenario> ChosenScenario(const Options& options) {
         std::fprintf(stderr, "scenario %s: %s\n", options.scenario.c_str(), error.c_str());
         return std::nullopt;
     }
-    if (options.ident) scenario->analyser.model = *options.ident;
-    if (options.seed) scenario->analyser.seed = *options.seed;
+    simulator::ApplyOptions(options, scenario->analyser);
     return scenario;
 }
 
@@ -68,11 +67,9 @@ std::optional<RecordedConnection> ChosenConnection(std::ifstream& log, const Opt
     return connection;
 }
 
-int Serve(simulator::ByteSession& session, const simulator::Console& console, const Options& options) {
+[[noreturn]] void Serve(simulator::ByteSession& session, const simulator::Console& console, const Options& options) {
     simulator::SerialServer server(session, console, options.with_frames);
-    if (!options.with_pair) server.Serve(options.port);
-    if (!server.ServePair()) std::fputs("no pseudo terminal\n", stderr);
-    return kPortFailure;
+    server.Serve(options.port);
 }
 
 int Simulate(const Options& options) {
@@ -83,7 +80,7 @@ int Simulate(const Options& options) {
     simulator::FaultScript faults(scenario->faults);
     simulator::BlockSession session(analyser, faults, scenario->block_payload,
                                     [&console](const std::string& line) { console.Tell(line); });
-    return Serve(session, console, options);
+    Serve(session, console, options);
 }
 
 int Replay(const Options& options) {
@@ -99,7 +96,7 @@ int Replay(const Options& options) {
     simulator::ReplaySession session(*connection, options.with_times,
                                      [&console](const std::string& line) { console.Tell(line); });
     std::fprintf(stderr, "replaying %s\n", connection->Summary().c_str());
-    return Serve(session, console, options);
+    Serve(session, console, options);
 }
 
 }  // namespace

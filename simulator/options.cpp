@@ -8,19 +8,27 @@
 namespace simulator {
 
 const char* const kUsage =
-    "nelto-simulator --port COM6 | --pty  [--scenario FILE] [--ident NUMBER] [--seed NUMBER] [--log]\n"
-    "nelto-simulator --port COM6 | --pty  --replay FILE [--connection NUMBER] [--times] [--log]\n"
+    "A simulated flue-gas analyser behind a serial port (COM, Bluetooth).\n"
+    "\n"
+    "nelto-simulator --port COM6  [--scenario FILE] [--ident NUMBER] [--seed NUMBER] [--log]\n"
+    "nelto-simulator --port COM6  --replay FILE [--connection NUMBER] [--times] [--log]\n"
     "nelto-simulator --replay FILE --list\n"
     "  --port        the serial port to serve\n"
-    "  --pty         serve a pseudo terminal, told in the first line as \"port PATH\" (not on Windows)\n"
     "  --scenario    what the analyser knows and does, see README.md; built in: a 780 with oil fuel\n"
-    "  --ident       answer as 780, 790, 710, or by ident alone as 781, 752, 745, 711, 746\n"
+    "  --ident       answer as 780, 790, 710 of generation 2004; as 781, 752, 745, 711, 746 of generation 2010 to the search\n"
+    "                alone, for the libraries in generation2010 to take over\n"
     "  --seed        another course of the noise\n"
     "  --replay      answer as the analyser did in this ZIVNelto780.txt\n"
     "  --connection  which connection of the log; without it the last one in which an analyser answered\n"
     "  --times       answer as late as the analyser did then\n"
     "  --list        show the connections of the log\n"
-    "  --log         show the bytes on the line too\n";
+    "  --log         show the bytes on the line too\n"
+    "\n"
+    "Over the other links the analyser is a library that is put beside the program which looks for it:\n"
+    "  USB, generation 2004       ftd2xx\\3.02.11\\FTD2XX.DLL or ftd2xx\\2.08.14\\FTD2XX.DLL, in place of the driver's\n"
+    "  infrared                   winsock\\wsock32.dll, in place of Winsock\n"
+    "  generation 2010, all links generation2010\\*.dll, in place of the maker's libraries\n"
+    "They read scenario.txt, or scenario2010.txt for generation 2010, beside them.\n";
 
 namespace {
 
@@ -33,7 +41,6 @@ bool ReadNumber(std::string_view text, std::optional<Number>& number) {
 
 /// The switch of this name, null for an option that a value follows.
 bool* SwitchOf(std::string_view name, Options& options) {
-    if (name == "--pty") return &options.with_pair;
     if (name == "--log") return &options.with_frames;
     if (name == "--times") return &options.with_times;
     if (name == "--list") return &options.list;
@@ -53,13 +60,13 @@ bool TakeValue(std::string_view name, std::string_view value, Options& options) 
 bool IsSensible(const Options& options) {
     const bool has_scenario = !options.scenario.empty() || options.ident || options.seed;
     const bool has_choice   = options.connection || options.with_times;
-    const bool has_link     = options.with_pair || !options.port.empty();
+    const bool has_link     = !options.port.empty();
     if (options.replay.empty()) {
         if (has_choice || options.list) return false;
     } else if (has_scenario || (options.list && (has_choice || has_link))) {
         return false;
     }
-    return options.list || options.with_pair == options.port.empty();
+    return options.list || has_link;
 }
 
 }  // namespace
@@ -75,6 +82,11 @@ std::optional<Options> ReadOptions(std::span<char* const> words) {
         if (++i == words.size() || !TakeValue(name, words[i], options)) return std::nullopt;
     }
     return IsSensible(options) ? std::optional(options) : std::nullopt;
+}
+
+void ApplyOptions(const Options& options, AnalyserData& analyser) {
+    if (options.ident) analyser.model = *options.ident;
+    if (options.seed) analyser.seed = *options.seed;
 }
 
 }  // namespace simulator

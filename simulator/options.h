@@ -6,13 +6,14 @@
 #include <span>
 #include <string>
 
+#include "analyser_data.h"
+
 namespace simulator {
 
 extern const char* const kUsage;
 
 struct Options {
     std::string port;
-    bool with_pair   = false;
     bool with_frames = false;
 
     // An analyser made from a scenario.
@@ -26,6 +27,9 @@ struct Options {
     bool with_times = false;
     bool list       = false;
 };
+
+/// What the options say about the analyser of a scenario.
+void ApplyOptions(const Options& options, AnalyserData& analyser);
 
 /// The options in the words of a command line, the program's name first; none when they make no sense.
 [[nodiscard]] std::optional<Options> ReadOptions(std::span<char* const> words);

@@ -19,9 +19,6 @@ public:
     /// Opens `name` ("COM6"; "/dev/pts/4") at 19200 baud, 8 data bits, no parity, one stop bit.
     [[nodiscard]] bool Open(const std::string& name);
 
-    /// Makes a pair of pseudo terminals and opens its one end; `name` is the path of the other. POSIX only.
-    [[nodiscard]] bool OpenPair(std::string& name);
-
     [[nodiscard]] bool IsOpen() const { return handle_ != kClosed; }
 
     /// Gives what is there, up to the size of `buffer`; when nothing is, waits up to `wait_ms` and may give 0 bytes.
@@ -36,8 +33,7 @@ public:
 private:
     static constexpr std::intptr_t kClosed = -1;
 
-    std::intptr_t handle_    = kClosed;
-    std::intptr_t other_end_ = kClosed;  // of a pair: held so that the pair outlives its users
+    std::intptr_t handle_ = kClosed;
 };
 
 /// Rests the calling thread.

@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 
 #include "port.h"
 
@@ -39,21 +38,6 @@ bool Port::Open(const std::string& name) {
     return false;
 }
 
-bool Port::OpenPair(std::string& name) {
-    Close();
-    const int descriptor = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
-    if (descriptor < 0) return false;
-    handle_          = descriptor;
-    const char* path = grantpt(descriptor) == 0 && unlockpt(descriptor) == 0 ? ptsname(descriptor) : nullptr;
-    if (path != nullptr) {
-        name       = path;
-        other_end_ = open(path, O_RDWR | O_NOCTTY | O_CLOEXEC);
-    }
-    if (other_end_ != kClosed && SetUpLine(Descriptor(other_end_))) return true;
-    Close();
-    return false;
-}
-
 std::optional<std::size_t> Port::Read(std::span<std::uint8_t> buffer, std::uint32_t wait_ms) {
     pollfd wanted{Descriptor(handle_), POLLIN, 0};
     if (poll(&wanted, 1, static_cast<int>(wait_ms)) == 0) return 0;
@@ -76,9 +60,7 @@ bool Port::Write(std::span<const std::uint8_t> bytes) {
 
 void Port::Close() {
     if (handle_ != kClosed) close(Descriptor(handle_));
-    if (other_end_ != kClosed) close(Descriptor(other_end_));
-    handle_    = kClosed;
-    other_end_ = kClosed;
+    handle_ = kClosed;
 }
 
 void Rest(std::uint32_t milliseconds) { poll(nullptr, 0, static_cast<int>(milliseconds)); }

@@ -38,8 +38,6 @@ bool Port::Open(const std::string& name) {
     return false;
 }
 
-bool Port::OpenPair(std::string&) { return false; }
-
 std::optional<std::size_t> Port::Read(std::span<std::uint8_t> buffer, std::uint32_t wait_ms) {
     DWORD count = 0;
     if (!ReadFile(Handle(handle_), buffer.data(), static_cast<DWORD>(buffer.size()), &count, nullptr))

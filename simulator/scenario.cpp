@@ -267,9 +267,9 @@ bool ScenarioReader::AddText(std::uint16_t key, const std::u16string& text) {
 
 }  // namespace
 
-std::optional<Scenario> ParseScenario(std::string_view text, std::string& error) {
+std::optional<Scenario> ParseScenario(std::string_view text, std::string& error, const std::string& path) {
     ScenarioReader reader;
-    if (!ReadScenarioLines(text, reader, error)) return std::nullopt;
+    if (!ReadScenarioLines(text, {path}, reader, error)) return std::nullopt;
     if (reader.Finish()) return std::move(reader.Result());
     error = "at the end: " + reader.Error();
     return std::nullopt;
@@ -277,7 +277,7 @@ std::optional<Scenario> ParseScenario(std::string_view text, std::string& error)
 
 std::optional<Scenario> LoadScenario(const std::string& path, std::string& error) {
     std::string text;
-    if (ReadScenarioFile(path, text)) return ParseScenario(text, error);
+    if (ReadScenarioFile(path, text)) return ParseScenario(text, error, path);
     error = "cannot be read";
     return std::nullopt;
 }

@@ -19,8 +19,10 @@ struct Scenario {
     InfraredSetup infrared;
 };
 
-/// Reads a scenario in UTF-8. On the first thing it does not understand it gives none and "line 12: ..." in `error`.
-[[nodiscard]] std::optional<Scenario> ParseScenario(std::string_view text, std::string& error);
+/// Reads a scenario in UTF-8. On the first thing it does not understand it gives none and "line 12: ..." in `error`. What it
+/// includes lies beside `path`.
+[[nodiscard]] std::optional<Scenario> ParseScenario(std::string_view text, std::string& error,
+                                                    const std::string& path = {});
 
 /// The same from a file; a file that cannot be read is an error too.
 [[nodiscard]] std::optional<Scenario> LoadScenario(const std::string& path, std::string& error);

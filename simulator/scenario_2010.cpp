@@ -12,32 +12,10 @@ namespace {
 constexpr std::size_t kMostPositions = 255;
 constexpr std::uint32_t kMostVersion = 0xFF;
 
-constexpr std::array<std::string_view, 25> kFunctions = {
-    "NELTOEMUSB_GetNumberOfDevices",
-    "NELTOEMUSB_GetSerialNumber",
-    "NELTOEMUSB_OpenBySerialNumber",
-    "NELTORS232_OpenBluetoothFromPipe",
-    "NELTO760SPI_StartLogging",
-    "NELTO760SPI_GetIdent",
-    "NELTO760SPI_Close",
-    "NELTO760SPI_SetDeviceMode",
-    "NELTO760SPI_SetDateTime",
-    "NELTO760SPI_SetShutdown",
-    "NELTO760SPI_GetDeviceType",
-    "NELTO760SPI_GetDeviceName",
-    "NELTO760SPI_GetFirmwareVersion",
-    "NELTO760SPI_GetSerialNumberBox",
-    "NELTO760SPI_GetSmokePumpNumber",
-    "NELTO760SPI_GetNumberOfCurrentViewValues",
-    "NELTO760SPI_GetCurrentViewValues",
-    "NELTO760SPI_GetCurrentMeasurement",
-    "NELTO760SPI_SetCurrentMeasurement",
-    "NELTO760SPI_GetMeasCacheCounter",
-    "NELTO760SPI_GetMeasCacheNumberOfValues",
-    "NELTO760SPI_GetMeasCacheValues",
-    "NELTO760SPI_GetActiveFuelID",
-    "NELTO760SPI_SetActiveFuelID",
-    "NELTO760SPI_GetAppFuelData",
+constexpr std::array<std::string_view, 28> kFunctions = {
+#define NELTO_EXPORT(library, name, arguments) #name,
+#include "generation2010/exports.inc"
+#undef NELTO_EXPORT
 };
 
 class Reader2010 {
@@ -178,7 +156,8 @@ bool Reader2010::AddUnit() {
 bool Reader2010::AddError() {
     FunctionError error;
     if (!line_.ReadWord(error.function)) return false;
-    if (std::ranges::find(kFunctions, error.function) == kFunctions.end()) return line_.Fail("unknown function");
+    if (std::ranges::find(kFunctions, error.function) == kFunctions.end() || !error.function.starts_with("NELTO"))
+        return line_.Fail("unknown function");
     if (!line_.ReadNumber(error.code, 1U)) return false;
     if (!line_.ReadAttributes({{"from", [&] { return line_.ReadNumber(error.from, 1U); }},
                                {"to", [&] { return line_.ReadNumber(error.to, 1U); }}})) {
@@ -199,9 +178,9 @@ bool Reader2010::ReadValue(Value2010& value) {
 
 }  // namespace
 
-std::optional<AnalyserData2010> ParseScenario2010(std::string_view text, std::string& error) {
+std::optional<AnalyserData2010> ParseScenario2010(std::string_view text, std::string& error, const std::string& path) {
     Reader2010 reader;
-    if (!ReadScenarioLines(text, reader, error)) return std::nullopt;
+    if (!ReadScenarioLines(text, {path}, reader, error)) return std::nullopt;
     if (reader.Finish()) return std::move(reader.Result());
     error = "at the end: " + reader.Error();
     return std::nullopt;
@@ -209,7 +188,7 @@ std::optional<AnalyserData2010> ParseScenario2010(std::string_view text, std::st
 
 std::optional<AnalyserData2010> LoadScenario2010(const std::string& path, std::string& error) {
     std::string text;
-    if (ReadScenarioFile(path, text)) return ParseScenario2010(text, error);
+    if (ReadScenarioFile(path, text)) return ParseScenario2010(text, error, path);
     error = "cannot be read";
     return std::nullopt;
 }

@@ -9,8 +9,10 @@
 
 namespace simulator {
 
-/// Reads a scenario in UTF-8. On the first thing it does not understand it gives none and "line 12: ..." in `error`.
-[[nodiscard]] std::optional<AnalyserData2010> ParseScenario2010(std::string_view text, std::string& error);
+/// Reads a scenario in UTF-8. On the first thing it does not understand it gives none and "line 12: ..." in `error`. What it
+/// includes lies beside `path`.
+[[nodiscard]] std::optional<AnalyserData2010> ParseScenario2010(std::string_view text, std::string& error,
+                                                                const std::string& path = {});
 
 /// The same from a file; a file that cannot be read is an error too.
 [[nodiscard]] std::optional<AnalyserData2010> LoadScenario2010(const std::string& path, std::string& error);

@@ -120,6 +120,16 @@ bool ScenarioLine::ReadText(std::u16string& text) {
     return ToUtf16(next->text, text) || Fail("text is not UTF-8");
 }
 
+bool ScenarioLine::ReadPlainText(std::string& text) {
+    std::u16string wide;
+    if (!ReadText(wide)) return false;
+    if (std::ranges::any_of(wide, [](char16_t unit) { return unit == 0 || unit > 0x7E; })) {
+        return Fail("the text must be plain ASCII");
+    }
+    text.assign(wide.begin(), wide.end());
+    return true;
+}
+
 bool ScenarioLine::ReadFloat(float& number) {
     const Word* next = Take(false, "a number");
     if (next == nullptr) return false;

@@ -26,10 +26,12 @@ public:
 
     [[nodiscard]] bool AtEnd() const { return next_ == words_.size(); }
     [[nodiscard]] bool NextIs(std::string_view word) const;
+    [[nodiscard]] bool NextIsText() const { return !AtEnd() && words_[next_].is_text; }
     [[nodiscard]] bool NextIsValue() const;
 
     [[nodiscard]] bool ReadWord(std::string& word);
     [[nodiscard]] bool ReadText(std::u16string& text);
+    [[nodiscard]] bool ReadPlainText(std::string& text);
     [[nodiscard]] bool ReadFloat(float& number);
     [[nodiscard]] bool ReadPositive(float& number);
     [[nodiscard]] bool ReadSeconds(std::uint64_t& milliseconds);

@@ -28,14 +28,6 @@ void SerialServer::Serve(const std::string& name) {
     }
 }
 
-bool SerialServer::ServePair() {
-    std::string name;
-    if (!port_.OpenPair(name)) return false;
-    console_.TellPlain("port " + name);
-    ServeUntilLost();
-    return true;
-}
-
 void SerialServer::ServeUntilLost() {
     session_.Reset();
     while (Receive() && Send()) {}

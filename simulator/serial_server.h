@@ -18,9 +18,6 @@ public:
     /// Serves the port `name` until the process ends; a port that is missing or lost is tried again every second.
     [[noreturn]] void Serve(const std::string& name);
 
-    /// The same on a pair of pseudo terminals of its own, told as "port PATH". False where there are none.
-    [[nodiscard]] bool ServePair();
-
 private:
     void ServeUntilLost();
     [[nodiscard]] bool Receive();

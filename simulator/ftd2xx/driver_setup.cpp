@@ -44,8 +44,8 @@ private:
     bool Fault(CallFaultKind kind, std::string_view function);
     bool TimedFault(CallFaultKind kind);
     bool ReadCalls(CallFault& fault);
-    bool ReadPlainText(std::string& text);
-    bool ReadPlainText(std::optional<std::string>& text) { return ReadPlainText(text.emplace()); }
+    bool ReadPlainText(std::string& text) { return line_.ReadPlainText(text); }
+    bool ReadPlainText(std::optional<std::string>& text) { return line_.ReadPlainText(text.emplace()); }
 
     DriverSetup setup_;
     ScenarioLine line_;
@@ -139,27 +139,17 @@ bool SetupReader::ReadCalls(CallFault& fault) {
 }
 
 /// D2XX texts are plain 8-bit ones.
-bool SetupReader::ReadPlainText(std::string& text) {
-    std::u16string wide;
-    if (!line_.ReadText(wide)) return false;
-    if (std::ranges::any_of(wide, [](char16_t unit) { return unit == 0 || unit > 0x7E; })) {
-        return line_.Fail("the text must be plain ASCII");
-    }
-    text.assign(wide.begin(), wide.end());
-    return true;
-}
-
 }  // namespace
 
-std::optional<DriverSetup> ParseDriverSetup(std::string_view text, std::string& error) {
+std::optional<DriverSetup> ParseDriverSetup(std::string_view text, std::string& error, const std::string& path) {
     SetupReader reader;
-    if (!ReadScenarioLines(text, reader, error)) return std::nullopt;
+    if (!ReadScenarioLines(text, {path}, reader, error)) return std::nullopt;
     return std::move(reader.Setup());
 }
 
 std::optional<DriverSetup> LoadDriverSetup(const std::string& path, std::string& error) {
     std::string text;
-    if (ReadScenarioFile(path, text)) return ParseDriverSetup(text, error);
+    if (ReadScenarioFile(path, text)) return ParseDriverSetup(text, error, path);
     error = "cannot be read";
     return std::nullopt;
 }

@@ -40,8 +40,10 @@ struct DriverSetup {
     std::uint32_t latency_ms = 0;    // of every delivery
 };
 
-/// Reads a setup in UTF-8. On the first thing it does not understand it gives none and "line 3: ..." in `error`.
-[[nodiscard]] std::optional<DriverSetup> ParseDriverSetup(std::string_view text, std::string& error);
+/// Reads a setup in UTF-8. On the first thing it does not understand it gives none and "line 3: ..." in `error`. What it
+/// includes lies beside `path`.
+[[nodiscard]] std::optional<DriverSetup> ParseDriverSetup(std::string_view text, std::string& error,
+                                                          const std::string& path = {});
 
 /// The same from a file.
 [[nodiscard]] std::optional<DriverSetup> LoadDriverSetup(const std::string& path, std::string& error);

@@ -5,6 +5,7 @@
 using nelto::DateTime2010;
 using simulator::Analyser2010;
 using simulator::CallDevice;
+using simulator::GiveNumber;
 using simulator::TellNumber;
 
 NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_StartLogging(std::uint32_t on) {
@@ -14,10 +15,9 @@ NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_StartLogging(std::uint32_t on) {
     });
 }
 
-NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_GetIdent(std::uint32_t device, std::uint32_t* ident) {
+NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_GetIdent(std::uint32_t device, simulator::NumberOut ident) {
     return CallDevice("NELTO760SPI_GetIdent", device, [&](const Analyser2010& analyser, std::string& told) {
-        *ident = analyser.Data().kind;
-        TellNumber(told, *ident);
+        GiveNumber(analyser.Data().kind, ident, told);
         return 0U;
     });
 }
@@ -25,7 +25,7 @@ NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_GetIdent(std::uint32_t device, st
 /// Closes also an analyser that is not there any more.
 NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_Close(std::uint32_t device) {
     return simulator::Call("NELTO760SPI_Close", [&](const Analyser2010&, std::string&) {
-        if (device == 0) return simulator::kBadHandle;
+        if (!simulator::IsOpen(device)) return simulator::kBadHandle;
         if (device != simulator::kUsbDevice) simulator::ClosePipe(device);
         return 0U;
     });
@@ -59,43 +59,40 @@ NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_SetShutdown(std::uint32_t device,
     });
 }
 
-NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_GetDeviceType(std::uint32_t device, std::uint32_t* type) {
+NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_GetDeviceType(std::uint32_t device, simulator::NumberOut type) {
     return CallDevice("NELTO760SPI_GetDeviceType", device, [&](const Analyser2010& analyser, std::string& told) {
-        *type = analyser.DeviceType();
-        TellNumber(told, *type);
+        GiveNumber(analyser.DeviceType(), type, told);
         return 0U;
     });
 }
 
-NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_GetDeviceName(std::uint32_t device, std::uint32_t* unknown,
-                                                             wchar_t* name, std::uint32_t capacity) {
+NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_GetDeviceName(std::uint32_t device, void* unknown, wchar_t* name,
+                                                             std::uint32_t capacity) {
     return CallDevice("NELTO760SPI_GetDeviceName", device, [&](const Analyser2010& analyser, std::string&) {
-        *unknown = 0;
+        simulator::GiveUnread(unknown);
         simulator::GiveText(analyser.DeviceName(), name, capacity);
         return 0U;
     });
 }
 
-NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_GetFirmwareVersion(std::uint32_t device, std::uint32_t* version) {
+NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_GetFirmwareVersion(std::uint32_t device, simulator::NumberOut version) {
     return CallDevice("NELTO760SPI_GetFirmwareVersion", device, [&](const Analyser2010& analyser, std::string& told) {
-        *version = analyser.Data().firmware;
-        TellNumber(told, *version);
+        GiveNumber(analyser.Data().firmware, version, told);
         return 0U;
     });
 }
 
-NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_GetSerialNumberBox(std::uint32_t device, std::uint32_t* number) {
+NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_GetSerialNumberBox(std::uint32_t device, simulator::NumberOut number) {
     return CallDevice("NELTO760SPI_GetSerialNumberBox", device, [&](const Analyser2010& analyser, std::string& told) {
-        *number = analyser.Data().serial_number;
-        TellNumber(told, *number);
+        GiveNumber(analyser.Data().serial_number, number, told);
         return 0U;
     });
 }
 
-NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_GetSmokePumpNumber(std::uint32_t device, std::uint32_t* unknown,
-                                                                  wchar_t* text, std::uint32_t capacity) {
+NELTO_LIBRARY_EXPORT std::uint32_t NELTO760SPI_GetSmokePumpNumber(std::uint32_t device, void* unknown, wchar_t* text,
+                                                                  std::uint32_t capacity) {
     return CallDevice("NELTO760SPI_GetSmokePumpNumber", device, [&](const Analyser2010& analyser, std::string&) {
-        *unknown = 0;
+        simulator::GiveUnread(unknown);
         simulator::GiveText(analyser.Data().smoke_pump, text, capacity);
         return 0U;
     });

@@ -5,6 +5,9 @@
 
 namespace simulator {
 
+/// True for the handle of an open port.
+[[nodiscard]] bool IsPipe(std::uint32_t pipe);
+
 /// Closes the port of a pipe, whose handle it is.
 void ClosePipe(std::uint32_t pipe);
 

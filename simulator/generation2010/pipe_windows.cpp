@@ -4,6 +4,14 @@
 
 namespace simulator {
 
-void ClosePipe(std::uint32_t pipe) { CloseHandle(reinterpret_cast<HANDLE>(static_cast<UINT_PTR>(pipe))); }
+namespace {
+
+HANDLE PortOf(std::uint32_t pipe) { return reinterpret_cast<HANDLE>(static_cast<UINT_PTR>(pipe)); }
+
+}  // namespace
+
+bool IsPipe(std::uint32_t pipe) { return GetFileType(PortOf(pipe)) != FILE_TYPE_UNKNOWN; }
+
+void ClosePipe(std::uint32_t pipe) { CloseHandle(PortOf(pipe)); }
 
 }  // namespace simulator

@@ -13,8 +13,7 @@ std::u16string Language(const wchar_t* tag) {
 }
 
 std::uint32_t Give(const std::u16string& text, wchar_t* out, wchar_t* scratch, std::uint32_t capacity) {
-    simulator::GiveText(text, scratch, capacity);
-    simulator::GiveText(text, out, capacity);
+    simulator::GiveMapped(text, out, scratch, capacity);
     return static_cast<std::uint32_t>(text.size());
 }
 

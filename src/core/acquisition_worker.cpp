@@ -114,9 +114,10 @@ Next Worker::ReadValuesOnce(Instrument& instrument) {
 }
 
 Next Worker::SearchOnce() {
-    const char* error                            = "";
-    const std::unique_ptr<Instrument> instrument = open_(state_.communication, state_.stop_request, error);
-    state_.last_error                            = error;
+    OpenFailure failure;
+    const std::unique_ptr<Instrument> instrument = open_(state_.communication, state_.stop_request, failure);
+    state_.last_error                            = failure.text;
+    state_.obstacle                              = failure.obstacle;
     if (instrument == nullptr) return Pause() ? Next::kSearchAgain : Next::kEnd;
     if (state_.stop_request != 0) {
         instrument->Close();

@@ -116,7 +116,7 @@ std::uint32_t SmallPicture(std::uint32_t status) { return FindStatus(status).sma
 std::vector<const ChannelRecord*> ListedRecords(const Measurement& measurement) {
     std::vector<const ChannelRecord*> records;
     for (const ChannelRecord& record : UsedRecords(measurement.channels)) {
-        if (!IsSmokeChannel(record.view_ident) || measurement.oil_fuel) records.push_back(&record);
+        if (IsHandedOn(record, measurement)) records.push_back(&record);
     }
     for (const ChannelRecord& record : UsedRecords(measurement.heating_check)) records.push_back(&record);
     return records;

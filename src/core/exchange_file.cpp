@@ -147,21 +147,22 @@ std::uint32_t HeatingCheckExchangeKey(std::uint32_t view_ident) {
     return row == kHeatingCheckRows.end() ? 0 : row->key;
 }
 
-std::wstring ExchangeText(const ProgramState& state, const Measurement& measurement) {
+std::wstring ExchangeText(const std::wstring& caller_word, wchar_t decimal_separator, const Measurement& measurement) {
     std::wstring lines;
-    if (!state.caller_word.empty()) lines += state.caller_word + L'\n';
+    if (!caller_word.empty()) lines += caller_word + L'\n';
     for (const ChannelRecord& record : UsedRecords(measurement.channels)) {
-        if (IsSmokeChannel(record.view_ident) && !measurement.oil_fuel) continue;
-        AddLine(lines, ExchangeKey(record.view_ident, record.unit), record, state.decimal_separator);
+        if (!IsHandedOn(record, measurement)) continue;
+        AddLine(lines, ExchangeKey(record.view_ident, record.unit), record, decimal_separator);
     }
     for (const ChannelRecord& record : UsedRecords(measurement.heating_check)) {
-        AddLine(lines, HeatingCheckExchangeKey(record.view_ident), record, state.decimal_separator);
+        AddLine(lines, HeatingCheckExchangeKey(record.view_ident), record, decimal_separator);
     }
     return lines;
 }
 
 void WriteExchangeFile(const ProgramState& state, const Measurement& measurement) {
-    const std::string text          = platform::WithCrLf(platform::ToAnsi(ExchangeText(state, measurement)));
+    const std::wstring lines        = ExchangeText(state.caller_word, state.decimal_separator, measurement);
+    const std::string text          = platform::WithCrLf(platform::ToAnsi(lines));
     const platform::FileHandle file = platform::OpenEmptiedFile(state.exchange_file.data());
     if (file == platform::FileHandle::kNone) return;
     const bool is_whole = platform::WriteToFile(file, text);

@@ -16,7 +16,8 @@ namespace nelto {
 [[nodiscard]] std::uint32_t HeatingCheckExchangeKey(std::uint32_t view_ident);
 
 /// The whole file as wide text with "\n" line ends: caller word, channel lines, heating-check lines.
-[[nodiscard]] std::wstring ExchangeText(const ProgramState& state, const Measurement& measurement);
+[[nodiscard]] std::wstring ExchangeText(const std::wstring& caller_word, wchar_t decimal_separator,
+                                        const Measurement& measurement);
 
 /// Writes the file at once, in the ANSI code page with CR LF line ends. One that cannot be opened is left as it stands, and one
 /// that could not be written whole is deleted, so that no reader takes half a file for a whole one; both silently.

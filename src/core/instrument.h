@@ -50,10 +50,19 @@ public:
     virtual std::uint32_t Close() = 0;
 };
 
+/// What kept a link from opening, where that can be told.
+enum class Obstacle : std::uint8_t { kNone, kNoPort, kInUse };
+
+/// Why an opening found no analyser: for people, and as far as a program can act on it.
+struct OpenFailure {
+    const char* text  = "";
+    Obstacle obstacle = Obstacle::kNone;
+};
+
 /// Searches for an analyser on the link that `communication` names, until one answers, none does, or `stop_request` is set. Null
-/// when none was found; then `error` says why, for people, and is empty otherwise.
+/// when none was found; then `failure` says why, and is empty otherwise.
 using OpenInstrument = std::unique_ptr<Instrument> (*)(std::uint32_t communication,
                                                        const std::atomic<std::uint32_t>& stop_request,
-                                                       const char*& error);
+                                                       OpenFailure& failure);
 
 }  // namespace nelto

@@ -27,6 +27,11 @@ void TakeSpecialChannels(Measurement& measurement);
 /// The analyser's serial number; empty where it tells none.
 [[nodiscard]] std::wstring_view SerialNumberOf(const Measurement& measurement);
 
+/// True for what is shown and handed on: smoke channels with oil as fuel only.
+[[nodiscard]] inline bool IsHandedOn(const ChannelRecord& channel, const Measurement& measurement) {
+    return measurement.oil_fuel || !IsSmokeChannel(channel.view_ident);
+}
+
 /// True when kind, device name and serial number are the same. An analyser without a serial number is never known again.
 [[nodiscard]] bool IsSameAnalyser(const Measurement& measurement, const Measurement& other);
 

@@ -35,6 +35,7 @@ struct ProgramState {
     std::atomic<std::uint32_t> instrument_kind{kKind710};
     std::atomic<std::uint32_t> sub_type{0};
     std::atomic<const char*> last_error{""};
+    std::atomic<Obstacle> obstacle{Obstacle::kNone};
     SharedMeasurement measurement;
 
     // Set at start, before the worker runs, and never again.
@@ -44,6 +45,7 @@ struct ProgramState {
     std::array<wchar_t, 128> exchange_file{};
 };
 
-static_assert(std::atomic<std::uint32_t>::is_always_lock_free && std::atomic<const char*>::is_always_lock_free);
+static_assert(std::atomic<std::uint32_t>::is_always_lock_free && std::atomic<const char*>::is_always_lock_free &&
+              std::atomic<Obstacle>::is_always_lock_free);
 
 }  // namespace nelto

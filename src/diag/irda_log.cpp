@@ -3,19 +3,22 @@
 #include <string>
 #include <utility>
 
+#include "diag/log_place.h"
 #include "platform/byte_text.h"
 
 namespace nelto {
 namespace {
 
 constexpr const wchar_t* kPath      = L"C:\\IRDALOG.TXT";
+constexpr const wchar_t* kName      = L"IRDALOG.TXT";
 constexpr std::size_t kBytesOfALine = 16;
 
 }  // namespace
 
 void IrdaLog::Open() {
     Close();
-    file_ = platform::OpenEmptiedFile(kPath);
+    const LogPath path = LogPathOf(kPath, kName);
+    if (path.front() != L'\0') file_ = platform::OpenEmptiedFile(path.data());
 }
 
 void IrdaLog::Write(std::string_view text) const {

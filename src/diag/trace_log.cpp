@@ -19,18 +19,15 @@ constexpr const wchar_t* kProtocolName = L"NeltoStackWatcherProtocol.txt";
 /// The line in the 8-bit code page, with CR LF for every line feed in it and at its end.
 std::string LineBytes(std::wstring_view line) { return platform::WithCrLf(platform::ToAnsi(line)) + "\r\n"; }
 
-/// Temporary directory and file name, cut at the size of a log path.
-LogPath MakeLogPath(const wchar_t* file_name) {
-    LogPath path{};
-    platform::TempDirectory(path);
-    platform::AppendText(path, file_name);
-    return path;
+/// Appends to the file, unless no logs are kept. Returns 0 or the system's error number.
+std::uint32_t Append(const wchar_t* path, std::string_view bytes) {
+    return *path == L'\0' ? 0 : platform::AppendToFile(path, bytes);
 }
 
-/// Deletes the file and writes the start line to it.
-void StartTraceFile(const wchar_t* path) {
-    platform::RemoveFile(path);
-    WriteTraceLine(path, kStartLine);
+/// Deletes the file and writes the start line to it; false when that cannot be written.
+bool StartTraceFile(const wchar_t* path) {
+    if (*path != L'\0') platform::RemoveFile(path);
+    return WriteTraceLine(path, kStartLine) == 0;
 }
 
 }  // namespace
@@ -41,13 +38,13 @@ std::uint32_t WriteTraceLine(const wchar_t* path, const wchar_t* text) {
     std::array<wchar_t, 64> stamp{};
     platform::FormatText(stamp, L"%02u.%02u.%04u %02u:%02u:%02u ", now.day, now.month, now.year, now.hour, now.minute,
                          now.second);
-    return platform::AppendToFile(path, LineBytes(std::wstring(platform::TextIn(stamp)) + text));
+    return Append(path, LineBytes(std::wstring(platform::TextIn(stamp)) + text));
 }
 
-void StartProtocolFile() { StartTraceFile(MakeLogPath(kProtocolName).data()); }
+bool StartProtocolFile() { return StartTraceFile(LogPathOf(kProtocolName).data()); }
 
 void ZivLog(const wchar_t* text) {
-    static_cast<void>(platform::AppendToFile(MakeLogPath(kZivLogName).data(), LineBytes(text)));
+    static_cast<void>(Append(LogPathOf(kZivLogName).data(), LineBytes(text)));
     platform::DebugOutput(text);
 }
 
@@ -57,7 +54,7 @@ void ZivLogBytes(const wchar_t* heading, std::span<const std::uint8_t> bytes) {
 }
 
 void BaseLog::Start() {
-    path_    = MakeLogPath(kBaseLogName);
+    path_    = LogPathOf(kBaseLogName);
     started_ = true;
     StartTraceFile(path_.data());
 }

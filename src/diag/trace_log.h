@@ -6,22 +6,22 @@
 #include <cstdint>
 #include <span>
 
+#include "diag/log_place.h"
 #include "platform/wide_text.h"
 
 namespace nelto {
 
-constexpr std::size_t kLogPathSize = 512;  // wide characters, NUL included
 constexpr std::size_t kZivLineSize = 512;
 
-using LogPath = std::array<wchar_t, kLogPathSize>;
 using LogLine = std::array<wchar_t, kZivLineSize>;
 
-/// Appends one line with date and time. Returns 0, or the system's error number when the file cannot be opened. A null path
-/// writes nothing and returns 0.
+/// Appends one line with date and time. Returns 0, or the system's error number when the file cannot be opened. A null or empty
+/// path writes nothing and returns 0.
 std::uint32_t WriteTraceLine(const wchar_t* path, const wchar_t* text);
 
-/// Deletes the protocol file and writes its start line, which is all that ever stands in it, on purpose.
-void StartProtocolFile();
+/// Deletes the protocol file and writes its start line, which is all that ever stands in it, on purpose. False when it cannot be
+/// written.
+bool StartProtocolFile();
 
 /// Appends the text to the ZIV log, without date and time, and echoes it to the debugger. The log is never emptied.
 void ZivLog(const wchar_t* text);

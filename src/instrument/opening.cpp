@@ -44,7 +44,7 @@ std::unique_ptr<Analyser> MakeAnalyser(Session session, std::uint32_t kind) {
 }  // namespace
 
 std::unique_ptr<Instrument> Nelto780Open(std::uint32_t communication, const std::atomic<std::uint32_t>& stop_request,
-                                         const char*& error) {
+                                         OpenFailure& failure) {
     Opening opening(communication, &stop_request);
     opening.session.log.Start();
     opening.session.log.Write(L"Nelto780Open");
@@ -52,10 +52,10 @@ std::unique_ptr<Instrument> Nelto780Open(std::uint32_t communication, const std:
     const OpeningWay way     = WayOver(opening.session.transport);
     const bool is_open       = way.open(opening);
     const bool is_identified = is_open && way.identify(opening);
-    error                    = opening.error;
+    failure                  = {opening.error, opening.obstacle};
     if (!is_open) return nullptr;
     std::unique_ptr<Analyser> analyser = MakeAnalyser(std::move(opening.session), opening.kind);
-    if (is_identified && analyser->Prepare(error)) return analyser;
+    if (is_identified && analyser->Prepare(failure.text)) return analyser;
     analyser->Close();
     return nullptr;
 }

@@ -10,9 +10,9 @@
 namespace nelto {
 
 /// Finds, identifies and prepares the analyser on the link that `communication` names: clock set, sub type read. Null on failure,
-/// with a short text in `error` and the cause in the base log. Worker thread.
+/// with the reason in `failure` and the cause in the base log. Worker thread.
 [[nodiscard]] std::unique_ptr<Instrument> Nelto780Open(std::uint32_t communication,
                                                        const std::atomic<std::uint32_t>& stop_request,
-                                                       const char*& error);
+                                                       OpenFailure& failure);
 
 }  // namespace nelto

@@ -7,7 +7,6 @@
 namespace nelto {
 namespace {
 
-constexpr std::uint32_t kOn            = 1;
 constexpr std::uint32_t kFirstDevice   = 0;
 constexpr std::uint32_t kIdent745Basic = 746;
 
@@ -71,6 +70,7 @@ bool OpenCountedDevice(Opening& opening, const OpenFailures& failures) {
     }
     RoomyNumber2010<library::Handle> device;
     if (CallLibrary(library::kOpenBySerialNumber, serial_number.data(), &device) != 0) {
+        opening.obstacle = Obstacle::kInUse;  // it has just been counted
         return Failed(opening, failures.open);
     }
     opening.session.library_handle = device.value;
@@ -80,7 +80,7 @@ bool OpenCountedDevice(Opening& opening, const OpenFailures& failures) {
 bool Open780(Opening& opening, std::uint32_t product) {
     opening.session.log.Write(L"Instrument nelto 780 (2010): Try to open via USB");
     opening.kind = kKind781;
-    CallLibrary(library::kStartLogging, kOn);
+    StartLibraryLog();
     DeviceCount(product);  // the serial number is that of the product counted last
     if (!OpenCountedDevice(opening, kFailuresOf780)) return false;
     opening.session.log.Write(L"Instrument nelto 780 (2010) opened (via USB)");
@@ -98,7 +98,7 @@ bool FindProduct(Opening& opening) {
 }
 
 bool OpenProduct(Opening& opening) {
-    CallLibrary(library::kStartLogging, kOn);
+    StartLibraryLog();
     if (!OpenCountedDevice(opening, kFailures)) return false;
     RoomyNumber2010<std::uint32_t> ident;
     CallDevice(opening.session, library::kGetIdent, &ident);

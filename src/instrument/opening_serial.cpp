@@ -72,6 +72,11 @@ void Settle(const Session& session) {
     }
 }
 
+Obstacle ObstacleOf(std::uint32_t error) {
+    if (error == platform::kPortMissing) return Obstacle::kNoPort;
+    return error == platform::kPortDenied || error == platform::kPortShared ? Obstacle::kInUse : Obstacle::kNone;
+}
+
 void SayReturnCode(std::uint32_t result) {
     std::array<wchar_t, 48> text{};
     platform::FormatText(text, L"NeltoRS232 return code: %u", result);
@@ -79,9 +84,7 @@ void SayReturnCode(std::uint32_t result) {
 }
 
 void SwitchToPipe(Session& session, platform::SerialHandle port) {
-    constexpr std::uint32_t kOn = 1;
-
-    CallLibrary(library::kStartLogging, kOn);
+    StartLibraryLog();
     RoomyNumber2010<library::Handle> pipe;
     const std::uint32_t error = CallLibrary(library::kOpenBluetoothFromPipe, static_cast<library::Handle>(port), &pipe);
     if (error != 0) session.Failed(L"NELTORS232_OpenBluetoothFromPipe: Error code %d", error);
@@ -93,12 +96,14 @@ void SwitchToPipe(Session& session, platform::SerialHandle port) {
 }  // namespace
 
 bool OpenOverSerial(Opening& opening) {
-    auto link                  = SerialLink::Open(opening.communication, opening.session.stop_request);
+    std::uint32_t error        = 0;
+    auto link                  = SerialLink::Open(opening.communication, opening.session.stop_request, &error);
     const std::uint32_t result = link == nullptr ? kSerialOpenFailed : kSerialOk;
     SayReturnCode(result);
     Settle(opening.session);
     if (link == nullptr) {
         opening.session.is_cut = opening.session.StopRequested();  // the call may have been cancelled
+        opening.obstacle       = ObstacleOf(error);
         return opening.Failed(L"Instrument opening via Bluetooth failed, Error code %u", result,
                               "open analyzer connection via Bluetooth SPP failed");
     }

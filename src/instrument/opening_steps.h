@@ -37,6 +37,7 @@ struct Opening {
     Session session;
     std::uint32_t kind = kKind780;  // until identification knows better
     const char* error  = "";
+    Obstacle obstacle  = Obstacle::kNone;
 };
 
 /// A step returns false when it fails, having said why.

@@ -26,9 +26,11 @@ bool IsModel2004(std::span<const std::uint8_t> answer) {
 }
 
 /// The first device of the types that is attached and opens.
-std::unique_ptr<Link> OpenFirstDevice(StopRequest stop_request) {
+std::unique_ptr<Link> OpenFirstDevice(StopRequest stop_request, Obstacle& obstacle) {
     for (const std::uint32_t type : kDeviceTypes) {
-        if (auto link = UsbLink::Open(type, stop_request)) return link;
+        bool is_held = false;
+        if (auto link = UsbLink::Open(type, stop_request, &is_held)) return link;
+        if (is_held) obstacle = Obstacle::kInUse;
     }
     return nullptr;
 }
@@ -36,7 +38,7 @@ std::unique_ptr<Link> OpenFirstDevice(StopRequest stop_request) {
 }  // namespace
 
 bool OpenOverUsb(Opening& opening) {
-    opening.session.link = OpenFirstDevice(opening.session.stop_request);
+    opening.session.link = OpenFirstDevice(opening.session.stop_request, opening.obstacle);
     if (opening.session.link == nullptr) return OpenOverEmUsb(opening);
     opening.session.log.Write(L"Instrument nelto 780 (2004)/nelto 790 opened (via USB)");
     return true;

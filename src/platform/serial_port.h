@@ -11,6 +11,9 @@ namespace nelto::platform {
 
 enum class SerialHandle : std::uintptr_t { kNone = 0 };
 
+/// The system's error numbers for a port that is not there, and for one that another program has.
+constexpr std::uint32_t kPortMissing = 2, kPortDenied = 5, kPortShared = 32;
+
 enum class LineResult : std::uint8_t { kOk, kGetStateFailed, kSetStateFailed };
 
 constexpr std::size_t kSerialPathSize = 24;

@@ -18,7 +18,7 @@ namespace nelto::d2xx {
 using Status = std::uint32_t;
 using Device = void*;
 
-constexpr Status kOk = 0;
+constexpr Status kOk = 0, kDeviceNotFound = 2, kDeviceNotOpened = 3;
 
 // Flags of FT_ListDevices and FT_OpenEx, event of FT_SetEventNotification.
 constexpr std::uint32_t kListNumberOnly     = 0x80000000;

@@ -66,8 +66,7 @@ platform::SerialHandle OpenFailed(const wchar_t* log_line) {
 }
 
 /// A call that a stop has cancelled is no failure of the port, and not logged as one.
-platform::SerialHandle OpenPort(const wchar_t* path, StopRequest stop_request) {
-    std::uint32_t error               = 0;
+platform::SerialHandle OpenPort(const wchar_t* path, StopRequest stop_request, std::uint32_t& error) {
     const platform::SerialHandle port = platform::OpenSerialPort(path, error);
     if (port == platform::SerialHandle::kNone) {
         if (IsRequested(stop_request)) return port;
@@ -95,11 +94,14 @@ SerialResult SerialResultOf(LinkStatus status) {
     }
 }
 
-std::unique_ptr<SerialLink> SerialLink::Open(std::uint32_t port_number, StopRequest stop_request) {
+std::unique_ptr<SerialLink> SerialLink::Open(std::uint32_t port_number, StopRequest stop_request,
+                                             std::uint32_t* error) {
     std::array<wchar_t, platform::kSerialPathSize> path{};
     platform::SerialPath(port_number, path);
     ZivLogF(L"NeltoRS232Open uPort = %u, %ls", port_number, path.data());
-    const platform::SerialHandle port = OpenPort(path.data(), stop_request);
+    std::uint32_t port_error          = 0;
+    const platform::SerialHandle port = OpenPort(path.data(), stop_request, port_error);
+    if (error != nullptr) *error = port_error;
     return port == platform::SerialHandle::kNone ? nullptr : std::make_unique<SerialLink>(port, stop_request);
 }
 

@@ -28,8 +28,9 @@ enum SerialResult : std::uint32_t {
 class SerialLink final : public Link, private BlockLine {
 public:
     /// Opens COM port `port_number` at 19200 baud, 8 data bits, no parity, one stop bit; null on failure, with the cause in the
-    /// ZIV log.
-    [[nodiscard]] static std::unique_ptr<SerialLink> Open(std::uint32_t port_number, StopRequest stop_request);
+    /// ZIV log, and the system's error number in `error`, unless null, where the port itself did not open.
+    [[nodiscard]] static std::unique_ptr<SerialLink> Open(std::uint32_t port_number, StopRequest stop_request,
+                                                          std::uint32_t* error = nullptr);
 
     /// Takes an open port over.
     SerialLink(platform::SerialHandle port, StopRequest stop_request) : port_(port), stop_request_(stop_request) {}

@@ -13,9 +13,11 @@ constexpr std::uint32_t kRestWait        = 20;  // milliseconds in which the res
 
 }  // namespace
 
-std::unique_ptr<UsbLink> UsbLink::Open(std::uint32_t device_type, StopRequest stop_request) {
-    UsbPort* port = nullptr;
-    if (NeltoUSBOpen(device_type, kAnySerialNumber, port) != kUsbOk) return nullptr;
+std::unique_ptr<UsbLink> UsbLink::Open(std::uint32_t device_type, StopRequest stop_request, bool* is_held) {
+    UsbPort* port              = nullptr;
+    const std::uint32_t result = OpenUsbPort(device_type, kAnySerialNumber, port);
+    if (is_held != nullptr) *is_held = result == kUsbHeldElsewhere;
+    if (result != kUsbOk) return nullptr;
     return std::make_unique<UsbLink>(port, stop_request);
 }
 

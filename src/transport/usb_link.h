@@ -15,7 +15,9 @@ namespace nelto {
 class UsbLink final : public Link {
 public:
     /// Opens the first analyser of `device_type`, whatever its serial number; null when there is none or it does not open.
-    [[nodiscard]] static std::unique_ptr<UsbLink> Open(std::uint32_t device_type, StopRequest stop_request);
+    /// `is_held`, unless null, says that another program seems to have it.
+    [[nodiscard]] static std::unique_ptr<UsbLink> Open(std::uint32_t device_type, StopRequest stop_request,
+                                                       bool* is_held = nullptr);
 
     /// Takes an open port over.
     UsbLink(UsbPort* port, StopRequest stop_request) : port_(port), stop_request_(stop_request) {}

@@ -49,6 +49,11 @@ std::uint32_t PlainResult(std::uint32_t failure) {
     return failure == kUsbNotAvailable ? kUsbNotAvailable : kUsbDriverFailed;
 }
 
+/// A device that is listed and not there, or not to be opened, is another program's.
+bool IsHeldElsewhere(std::uint32_t failure) {
+    return failure == kUsbStepOpen + d2xx::kDeviceNotFound || failure == kUsbStepOpen + d2xx::kDeviceNotOpened;
+}
+
 /// Leaves the first wanted device open in `device`.
 std::uint32_t FindDevice(const Search& search, std::uint32_t device_type, std::uint32_t serial_number,
                          d2xx::Device& device) {
@@ -58,6 +63,7 @@ std::uint32_t FindDevice(const Search& search, std::uint32_t device_type, std::u
         UsbCandidate candidate(search.functions);
         UsbDeviceIdentity identity;
         const std::uint32_t failure = LookAt(search, index, candidate, identity);
+        if (IsHeldElsewhere(failure)) return kUsbHeldElsewhere;
         if (failure != kUsbOk) return PlainResult(failure);
         if (!IsWanted(search, identity, device_type, serial_number)) continue;
         device = candidate.Release();
@@ -123,6 +129,11 @@ std::uint32_t NeltoUSBGetDevices(std::uint32_t device_type, std::span<std::uint3
 }
 
 std::uint32_t NeltoUSBOpen(std::uint32_t device_type, std::uint32_t serial_number, UsbPort*& handle) {
+    const std::uint32_t result = OpenUsbPort(device_type, serial_number, handle);
+    return result == kUsbHeldElsewhere ? std::uint32_t{kUsbDriverFailed} : result;
+}
+
+std::uint32_t OpenUsbPort(std::uint32_t device_type, std::uint32_t serial_number, UsbPort*& handle) {
     handle = nullptr;
     if (!IsUsbDeviceType(device_type)) return kUsbWrongDeviceType;
     auto port                  = std::make_unique<UsbPort>();

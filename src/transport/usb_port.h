@@ -33,6 +33,12 @@ struct UsbPort {
 /// unless it is kUsbOk. Libraries of version 3 and above do not compare the serial number, on purpose.
 [[nodiscard]] std::uint32_t NeltoUSBOpen(std::uint32_t device_type, std::uint32_t serial_number, UsbPort*& handle);
 
+/// What OpenUsbPort returns for a device that another program seems to have.
+constexpr std::uint32_t kUsbHeldElsewhere = 10;
+
+/// The same, but tells kUsbHeldElsewhere from other failures of the driver.
+[[nodiscard]] std::uint32_t OpenUsbPort(std::uint32_t device_type, std::uint32_t serial_number, UsbPort*& handle);
+
 /// Sends `request` in packets and gathers the whole reply. `timeout_ms` holds for each piece of the reply, and stays.
 /// Returns a UsbResult; `reply_length` is 0 unless it is kUsbOk. A failure leaves the port open.
 [[nodiscard]] std::uint32_t NeltoUSBTransceive(UsbPort* handle, std::span<const std::uint8_t> request,

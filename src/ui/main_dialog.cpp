@@ -12,6 +12,7 @@
 #include "core/dialog_view.h"
 #include "core/exchange_file.h"
 #include "core/manual_values.h"
+#include "core/worker_thread.h"
 #include "diag/trace_log.h"
 #include "platform/clock.h"
 #include "ui/course_file.h"
@@ -27,7 +28,6 @@
 #include "ui/value_list.h"
 #include "ui/value_menu.h"
 #include "ui/window_text.h"
-#include "ui/worker_thread.h"
 
 namespace nelto::ui {
 namespace {

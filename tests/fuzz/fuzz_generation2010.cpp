@@ -7,141 +7,97 @@
 #include "fuzz.h"
 #include "instrument/generation2010/analyser_2010.h"
 #include "instrument/opening_emusb.h"
+#include "library_call.h"
 
 namespace {
 
 using namespace nelto;
+using simulator::kUsbDevice;
 using test::Input;
 using test::Quick;
 using test::Require;
-using NumberOut = RoomyNumber2010<std::uint32_t>*;
 
 constexpr std::array<std::uint32_t, 6> kKinds = {781, 745, 760, 752, 711, 746};
-constexpr std::uint32_t kDevice2010           = 7;
 
 Input* answers   = nullptr;
 bool has_mapper  = false;
 std::size_t open = 0;
 
-std::uint32_t NextResult() {
-    const std::uint8_t result = answers->Byte();
-    return result < 0xF0 ? 0 : result;
-}
 /// Most numbers are small; behind 0xF0 and above comes one of 32 bits.
 std::uint32_t NextNumber() {
     const std::uint8_t number = answers->Byte();
     return number < 0xF0 ? number : answers->Take<std::uint32_t>();
 }
+
+}  // namespace
+
+// What the libraries give, from the input instead of the analyser.
+namespace simulator {
+
+Analyser2010* TheAnalyser2010() {
+    static Analyser2010 analyser({.fuels = {{}}, .cache = std::vector<std::vector<Value2010>>(255)});
+    return &analyser;
+}
+bool IsPlugged(const Analyser2010&) { return true; }
+bool IsPipe(std::uint32_t) { return false; }
+void ClosePipe(std::uint32_t) {}
+std::uint64_t DropInNowMs() { return 0; }
+
+std::uint32_t BeginCall(std::string_view) { return 0; }
+std::uint32_t EndCall(const std::string& told, std::uint32_t result) {
+    Require(result != kBadHandle);
+    if (told.starts_with("NELTO760SPI_StartLogging")) return 0;
+    if (told.starts_with("NELTO760SPI_Close")) Require(open-- == 1);
+    const std::uint8_t hostile = answers->Byte();
+    if (told.starts_with("NELTOEMUSB_Open") && hostile < 0xF0) ++open;
+    return hostile < 0xF0 ? 0 : hostile;
+}
+
+/// Whatever fuel is told, the analyser has it.
+void GiveNumber(std::size_t, NumberOut out, std::string&) {
+    out->value                                 = NextNumber();
+    TheAnalyser2010()->Data().fuels.front().id = out->value;
+}
+/// A few positions, or all that their one byte can count; what stands above that byte does not count.
+void GiveByte(std::size_t, NumberOut out, std::string&) {
+    out->value = NextNumber();
+    if (out->value != 0xFFFFFFFF) out->value &= 0xFFFFFF07;
+}
+void GiveHandle(std::uintptr_t handle, HandleOut out) { out->value = handle; }
 /// As long as there is room; the longest one fills it without an end.
-void GiveText(wchar_t* room, std::uint32_t capacity) {
+void GiveText(std::u16string_view, wchar_t* out, std::uint32_t capacity) {
     const std::uint32_t size = answers->Byte();
     for (std::uint32_t index = 0; index < size; ++index) {
         const auto letter = answers->Take<std::uint16_t>();
-        if (index < capacity) room[index] = letter;
+        if (index < capacity) out[index] = letter;
     }
-    if (size == 255 && size < capacity) return static_cast<void>(std::fill_n(room + size, capacity - size, L'x'));
-    if (size < capacity) room[size] = L'\0';
-}
-
-std::uint32_t DoNothing(std::uint32_t device) { return device == kDevice2010 ? NextResult() : 999; }
-std::uint32_t SetNumber(std::uint32_t device, std::uint32_t) { return DoNothing(device); }
-std::uint32_t SetDateTime(std::uint32_t device, DateTime2010) { return DoNothing(device); }
-std::uint32_t StartLogging(std::uint32_t) { return 0; }
-std::uint32_t Close(std::uint32_t device) {
-    Require(device == kDevice2010 && open-- == 1);
-    return NextResult();
-}
-std::uint32_t GetNumber(std::uint32_t device, NumberOut number) {
-    number->value = NextNumber();
-    return DoNothing(device);
-}
-/// A few positions, or all that their one byte can count; what stands above that byte does not count.
-std::uint32_t CountPositions(std::uint32_t device, NumberOut positions) {
-    positions->value = NextNumber();
-    if (positions->value != 0xFFFFFFFF) positions->value &= 0xFFFFFF07;
-    return DoNothing(device);
-}
-std::uint32_t GetText(std::uint32_t device, void* unread, wchar_t* text, std::uint32_t capacity) {
-    static_cast<std::uint8_t*>(unread)[63] = 0xEE;
-    GiveText(text, capacity);
-    return DoNothing(device);
-}
-std::uint32_t CountRecords(std::uint32_t device, std::uint32_t, NumberOut count) { return GetNumber(device, count); }
-std::uint32_t GetRecords(std::uint32_t device, std::uint32_t, void* header, ValueRecord2010* records,
-                         std::uint32_t count) {
-    static_cast<std::uint8_t*>(header)[63] = 0xEE;
-    const test::ByteSpan bytes             = answers->Take(count * sizeof(ValueRecord2010));
-    std::ranges::copy(bytes, reinterpret_cast<std::uint8_t*>(records));
-    return DoNothing(device);
-}
-std::uint32_t GetAppFuelData(std::uint32_t device, std::uint32_t, FuelData2010* data) {
-    *data = answers->Take<FuelData2010>();
-    return DoNothing(device);
-}
-std::uint32_t GetNumberOfDevices(std::uint32_t, NumberOut count) {
-    count->value = NextNumber();
-    return NextResult();
-}
-std::uint32_t GetUsbSerialNumber(std::uint32_t, wchar_t* text, std::uint32_t capacity) {
-    GiveText(text, capacity);
-    return NextResult();
-}
-std::uint32_t OpenBySerialNumber(const wchar_t* text, RoomyNumber2010<std::uintptr_t>* device) {
-    Require(std::wstring_view(text).size() <= kUsbSerialCapacity);
-    device->value              = kDevice2010;
-    const std::uint32_t result = NextResult();
-    if (result == 0) ++open;
-    return result;
+    if (size == 255 && size < capacity) std::fill_n(out + size, capacity - size, L'x');
+    if (size < 255 && size < capacity) out[size] = L'\0';
+    if (capacity == kUsbSerialCapacity)
+        TheAnalyser2010()->Data().usb_serial_number.assign(out, std::find(out, out + capacity, L'\0'));
 }
 /// One that does not care about the capacity.
-std::uint32_t GetMappedText(const wchar_t* language, std::uint32_t, wchar_t* text, wchar_t* scratch, std::uint32_t) {
-    Require(std::wstring_view(language) == L"de-DE");
-    GiveText(text, 511);
+void GiveMapped(std::u16string_view text, wchar_t* out, wchar_t* scratch, std::uint32_t) {
+    GiveText(text, out, 511);
     scratch[0] = L'\0';
-    return 4711;
 }
-
-struct Row {
-    std::string_view name;
-    void* address;
-};
-
-template <typename Function>
-void* Export(Function* function) {
-    return reinterpret_cast<void*>(function);
+void GiveRecords(const Analyser2010::Records&, ValueRecord2010* out, std::uint32_t count, std::string&) {
+    const test::ByteSpan bytes = answers->Take(count * sizeof(ValueRecord2010));
+    std::ranges::copy(bytes, reinterpret_cast<std::uint8_t*>(out));
 }
+void GiveFuel(const Fuel2010&, FuelData2010* out) { *out = answers->Take<FuelData2010>(); }
+void GiveUnread(void* out) { static_cast<std::uint8_t*>(out)[63] = 0xEE; }
+
+}  // namespace simulator
+
+namespace {
 
 void* FindFunction(std::string_view name) {
-    static const std::array kRows = {
-        Row{"NELTO760SPI_StartLogging", Export(StartLogging)},
-        Row{"NELTO760SPI_GetIdent", Export(GetNumber)},
-        Row{"NELTO760SPI_Close", Export(Close)},
-        Row{"NELTO760SPI_SetDeviceMode", Export(SetNumber)},
-        Row{"NELTO760SPI_SetDateTime", Export(SetDateTime)},
-        Row{"NELTO760SPI_SetShutdown", Export(SetNumber)},
-        Row{"NELTO760SPI_GetDeviceType", Export(GetNumber)},
-        Row{"NELTO760SPI_GetDeviceName", Export(GetText)},
-        Row{"NELTO760SPI_GetFirmwareVersion", Export(GetNumber)},
-        Row{"NELTO760SPI_GetSerialNumberBox", Export(GetNumber)},
-        Row{"NELTO760SPI_GetSmokePumpNumber", Export(GetText)},
-        Row{"NELTO760SPI_GetNumberOfCurrentViewValues", Export(CountRecords)},
-        Row{"NELTO760SPI_GetCurrentViewValues", Export(GetRecords)},
-        Row{"NELTO760SPI_GetCurrentMeasurement", Export(GetNumber)},
-        Row{"NELTO760SPI_SetCurrentMeasurement", Export(SetNumber)},
-        Row{"NELTO760SPI_GetMeasCacheCounter", Export(CountPositions)},
-        Row{"NELTO760SPI_GetMeasCacheNumberOfValues", Export(CountRecords)},
-        Row{"NELTO760SPI_GetMeasCacheValues", Export(GetRecords)},
-        Row{"NELTO760SPI_GetActiveFuelID", Export(GetNumber)},
-        Row{"NELTO760SPI_SetActiveFuelID", Export(SetNumber)},
-        Row{"NELTO760SPI_GetAppFuelData", Export(GetAppFuelData)},
-        Row{"NELTOEMUSB_GetNumberOfDevices", Export(GetNumberOfDevices)},
-        Row{"NELTOEMUSB_GetSerialNumber", Export(GetUsbSerialNumber)},
-        Row{"NELTOEMUSB_OpenBySerialNumber", Export(OpenBySerialNumber)},
-        Row{"GetViewString", Export(GetMappedText)},
-        Row{"GetFuelString", Export(GetMappedText)},
-    };
-    const auto row = std::ranges::find(kRows, name, &Row::name);
-    return row == kRows.end() ? nullptr : row->address;
+#define NELTO_EXPORT(library, function, arguments) \
+    if (name == #function) return reinterpret_cast<void*>(&function);
+#include "exports.inc"
+#undef NELTO_EXPORT
+    return nullptr;
 }
 
 /// Of the records that the library gave, before those that the program adds, each quantity and unit is there once.
@@ -205,7 +161,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     {
         Opening opening(kUsb, nullptr);
         opening.kind                   = kKinds[choice % kKinds.size()];
-        opening.session.library_handle = kDevice2010;
+        opening.session.library_handle = kUsbDevice;
         if (choice >= 248) opening.session.log.Start();
         if (choice % 4 == 3 && !OpenOverEmUsb(opening)) return Require(open == 0), 0;
         Analyser2010 analyser(std::move(opening.session), opening.kind);

@@ -49,9 +49,9 @@ void TrySerialOutput(const ProgramState& state) {
 }
 
 void TryConnection(ProgramState& state) {
-    const char* error     = "";
-    const auto connection = Nelto780Open(state.communication, state.stop_request, error);
-    Require((connection == nullptr) == (*error != '\0'));
+    OpenFailure failure;
+    const auto connection = Nelto780Open(state.communication, state.stop_request, failure);
+    Require((connection == nullptr) == (*failure.text != '\0'));
     if (connection != nullptr) {
         Require(connection->Kind() >= kKind710 && connection->Kind() <= kKind781 && connection->SubType() <= 0xFF);
         Require(connection->Close() == 0);

@@ -94,7 +94,7 @@ public:
     }
 };
 
-std::unique_ptr<Instrument> FakeOpen(std::uint32_t, const std::atomic<std::uint32_t>&, const char*&) {
+std::unique_ptr<Instrument> FakeOpen(std::uint32_t, const std::atomic<std::uint32_t>&, OpenFailure&) {
     const bool found = !script->opens.empty() && script->opens.front();
     if (!script->opens.empty()) script->opens.pop_front();
     script->calls += found ? 'o' : 'x';

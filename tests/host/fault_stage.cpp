@@ -97,10 +97,10 @@ private:
 };
 
 std::unique_ptr<Instrument> OpenObserved(std::uint32_t communication, const std::atomic<std::uint32_t>& stop_request,
-                                         const char*& error) {
-    std::unique_ptr<Instrument> inner = nelto::Nelto780Open(communication, stop_request, error);
+                                         OpenFailure& failure) {
+    std::unique_ptr<Instrument> inner = nelto::Nelto780Open(communication, stop_request, failure);
     the_stage->Note(inner == nullptr ? 'O' : 'o');
-    the_stage->Expect((inner == nullptr) == (*error != '\0') || stop_request != 0, "last error text");
+    the_stage->Expect((inner == nullptr) == (*failure.text != '\0') || stop_request != 0, "last error text");
     return inner == nullptr ? nullptr : std::make_unique<ObservedInstrument>(std::move(inner));
 }
 

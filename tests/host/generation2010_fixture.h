@@ -24,7 +24,7 @@ protected:
 
     void Connect(std::uint32_t kind = kKind745) {
         Session session(Transport::kUsb, nullptr);
-        session.library_handle = FakeMaker::kUsbHandle;
+        session.library_handle = 0x1122334400000000 | simulator::kUsbDevice;
         session.log.Start();
         analyser_ = std::make_unique<Analyser2010>(std::move(session), kind);
     }
@@ -34,8 +34,9 @@ protected:
 
     /// That many current values, all different.
     static void FillValues(std::uint32_t count) {
-        Maker().values.clear();
-        for (std::uint32_t index = 1; index <= count; ++index) Maker().values.push_back(Record(0x5000 + index, 1.0F));
+        Maker().Data().values.clear();
+        for (std::uint32_t index = 1; index <= count; ++index)
+            Maker().Data().values.push_back(Record(0x5000 + index, 1.0F));
     }
 
     std::unique_ptr<Analyser2010> analyser_;

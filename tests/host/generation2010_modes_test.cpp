@@ -56,9 +56,9 @@ TEST_F(Generation2010Test, EachErrorOfALibraryIsABadAnswerWithItsLine) {
     for (const FailureCase& row : kFailures) {
         SCOPED_TRACE(row.function);
         InstallFakeMaker();
-        Maker().device_type           = 9;
-        Maker().cache                 = {{Record(0x0101, 80.0F)}};
-        Maker().values                = {Record(0x0102, 1.0F)};
+        Maker().Data().device_type    = 9;
+        Maker().Data().cache          = {{Record(0x0101, 80.0F)}};
+        Maker().Data().values         = {Record(0x0102, 1.0F)};
         Maker().results[row.function] = 0xFFFFFFFE;
         Connect(kKind781);
         EXPECT_EQ(row.operation(*analyser_, channels_), kBadAnswer);
@@ -108,28 +108,28 @@ TEST_F(Generation2010Test, AMissingLibraryOrFunctionIsAnErrorWithItsCode) {
 
 struct SubTypeCase {
     std::uint32_t device_type;
-    const wchar_t* name;
+    const char16_t* name;
     std::uint32_t sub_type;
     std::size_t names_asked;
 };
 
 TEST_F(Generation2010Test, SubTypes) {
     constexpr std::array kCases = std::to_array<SubTypeCase>({
-        {0, L"NELTO 780-1HD F", 20, 0},
-        {1, L"NELTO 745", 1, 0},
-        {2, L"NELTO 745", 2, 0},
-        {3, L"NELTO 745", 20, 1},
-        {5, L"NELTO 780-1HD F", 3, 1},
-        {0x100, L"NELTO 780-2HD F", 4, 1},
-        {3, L"NELTO 780-1HD", 0, 1},
-        {3, L"nelto 745", 0, 1},
-        {0xFFFFFFFF, L"", 0, 1},
+        {0, u"NELTO 780-1HD F", 20, 0},
+        {1, u"NELTO 745", 1, 0},
+        {2, u"NELTO 745", 2, 0},
+        {3, u"NELTO 745", 20, 1},
+        {5, u"NELTO 780-1HD F", 3, 1},
+        {0x100, u"NELTO 780-2HD F", 4, 1},
+        {3, u"NELTO 780-1HD", 0, 1},
+        {3, u"nelto 745", 0, 1},
+        {0xFFFFFFFF, u"", 0, 1},
     });
     for (const SubTypeCase& row : kCases) {
         SCOPED_TRACE(row.device_type);
         InstallFakeMaker();
-        Maker().device_type = row.device_type;
-        Maker().device_name = row.name;
+        Maker().Data().device_type = row.device_type;
+        Maker().Data().device_name = row.name;
         Connect();
         ASSERT_EQ(analyser_->GetSubType(), kDone);
         EXPECT_EQ(analyser_->SubType(), row.sub_type);
@@ -143,8 +143,8 @@ TEST_F(Generation2010Test, SubTypes) {
 }
 
 TEST_F(Generation2010Test, ANameThatFillsItsBufferIsEnded) {
-    Maker().device_type = 3;
-    Maker().device_name = std::wstring(500, L'n');
+    Maker().Data().device_type = 3;
+    Maker().Data().device_name = std::u16string(500, u'n');
     Connect();
     ASSERT_EQ(analyser_->GetSubType(), kDone);
     EXPECT_TRUE(Logged("NELTO760SPI_GetDeviceName: " + std::string(128, 'n')));
@@ -153,17 +153,16 @@ TEST_F(Generation2010Test, ANameThatFillsItsBufferIsEnded) {
 TEST_F(Generation2010Test, TheClockIsSetToLocalTime) {
     Connect();
     ASSERT_EQ(analyser_->SynchronizeClock(), kDone);
-    const DateTime2010& set = Maker().date_time;
-    EXPECT_EQ((std::array<unsigned, 7>{set.hour, set.minute, set.second, set.zero, set.year, set.month, set.day}),
-              (std::array<unsigned, 7>{14, 5, 9, 0, 2011, 3, 7}));
+    EXPECT_EQ(Maker().calls, std::vector<std::string>{"SetDateTime 7 3 2011 14 5 9"});
     EXPECT_TRUE(Logged("SynchronizeClock2010"));
 }
 
-TEST_F(Generation2010Test, SlaveModeIsModeTwo) {
+TEST_F(Generation2010Test, SlaveModeIsModeTwoAndWakingUpThree) {
     Connect();
     EXPECT_EQ(analyser_->SetSlaveMode(true), kDone);
     EXPECT_EQ(analyser_->SetSlaveMode(false), kDone);
-    EXPECT_EQ(Maker().calls, (std::vector<std::string>{"SetDeviceMode 2", "SetDeviceMode 0"}));
+    EXPECT_EQ(analyser_->WakeUp(), kDone);
+    EXPECT_EQ(Maker().calls, (std::vector<std::string>{"SetDeviceMode 2", "SetDeviceMode 0", "SetShutdown 3"}));
     EXPECT_TRUE(Logged("CNelto780Base2010::SetSlaveMode"));
     EXPECT_TRUE(Logged("SetSlaveMode2010 OK"));
 }

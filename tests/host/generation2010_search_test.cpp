@@ -52,13 +52,14 @@ TEST_F(Search2010Test, TheProductOnTheBusTellsTheKind) {
     for (const UsbCase& row : kUsbCases) {
         SCOPED_TRACE(row.lines.front());
         InstallFakeMaker();
-        Maker().usb_devices            = row.devices;
-        Maker().ident                  = row.ident;
+        Maker().Data().devices = row.devices;
+        Maker().Data().devices.try_emplace(37, 0);
+        Maker().numbers["GetIdent"]    = row.ident;
         Maker().results["SetShutdown"] = 4;  // a wake-up that fails does not matter
         const auto opened              = Open(kUsb);
         ASSERT_EQ(opened != nullptr, row.kind != 0);
         for (const std::string& line : row.lines) EXPECT_TRUE(Logged(line)) << line;
-        EXPECT_EQ(Maker().CallsOf("SetShutdown 3"), row.kind == kKind760 ? 1U : 0U);
+        EXPECT_EQ(Maker().CallsOf("SetShutdown"), row.kind == kKind760 ? 1U : 0U);
         if (opened == nullptr) {
             EXPECT_STREQ(state_.last_error, "no supported nelto analyzer found at USB");
             continue;
@@ -66,7 +67,7 @@ TEST_F(Search2010Test, TheProductOnTheBusTellsTheKind) {
         EXPECT_EQ(opened->Kind(), row.kind);
         EXPECT_EQ(opened->Close(), 0U);
         EXPECT_TRUE(Logged("Connection closed (USB to nelto 780 2010)"));
-        EXPECT_EQ(Maker().calls.back(), "Close 7") << "the low 32 bits of the handle";
+        EXPECT_EQ(Maker().calls.back(), "Close") << "by the low 32 bits of the handle";
     }
 }
 
@@ -76,22 +77,21 @@ struct OrderCase {
 };
 
 TEST_F(Search2010Test, TheLibrariesAreCalledInOrder) {
-    const std::vector<std::string> look780 = {"GetNumberOfDevices 20", "GetNumberOfDevices 4116"};
-    const std::vector<std::string> open    = {"GetSerialNumber 0 256", "OpenBySerialNumber"};
-    const std::array<OrderCase, 4> cases   = {{
-          {{{20, 1}}, {"StartLogging 1", "GetNumberOfDevices 20"}},
-          {{{4116, 1}}, {"StartLogging 1", "GetNumberOfDevices 4116"}},
-          {{{15, 1}}, {"GetNumberOfDevices 37", "GetNumberOfDevices 15", "StartLogging 1"}},
-          {{{49, 1}},
-           {"GetNumberOfDevices 37", "GetNumberOfDevices 15", "GetNumberOfDevices 36", "GetNumberOfDevices 49",
-            "StartLogging 1"}},
+    const auto one  = [](int product) { return "GetNumberOfDevices product " + std::to_string(product) + ": 1"; };
+    const auto none = [](int product) { return "GetNumberOfDevices product " + std::to_string(product) + ": 0"; };
+    const std::vector<std::string> open  = {"GetSerialNumber 0 256", "OpenBySerialNumber"};
+    const std::array<OrderCase, 4> cases = {{
+        {{{20, 1}}, {one(20), none(4116), "StartLogging 1", one(20)}},
+        {{{4116, 1}}, {none(20), one(4116), "StartLogging 1", one(4116)}},
+        {{{15, 1}}, {none(20), none(4116), none(37), one(15), "StartLogging 1"}},
+        {{{49, 1}}, {none(20), none(4116), none(37), none(15), none(36), one(49), "StartLogging 1"}},
     }};
     for (const OrderCase& row : cases) {
         InstallFakeMaker();
-        Maker().usb_devices = row.devices;
+        Maker().Data().devices = row.devices;
+        Maker().Data().devices.try_emplace(37, 0);
         EXPECT_NE(Open(kUsb), nullptr);
-        std::vector<std::string> wanted = look780;
-        wanted.insert(wanted.end(), row.calls.begin(), row.calls.end());
+        std::vector<std::string> wanted = row.calls;
         wanted.insert(wanted.end(), open.begin(), open.end());
         Maker().calls.resize(wanted.size());
         EXPECT_EQ(Maker().calls, wanted);
@@ -119,8 +119,8 @@ TEST_F(Search2010Test, FailuresOverUsbTellTheirCause) {
     for (const UsbFailure& row : kCases) {
         SCOPED_TRACE(row.last_error);
         InstallFakeMaker();
-        Maker().usb_devices[row.product] = 1;
-        Maker().results[row.function]    = 4;
+        Maker().Data().devices[row.product] = 1;
+        Maker().results[row.function]       = 4;
         EXPECT_EQ(Open(kUsb), nullptr);
         EXPECT_STREQ(state_.last_error, row.last_error);
         EXPECT_TRUE(LogLines(kLog).back().ends_with(row.last_line)) << LogLines(kLog).back();
@@ -159,7 +159,7 @@ TEST_F(Search2010Test, TheCodeOnTheSerialLinkTellsTheKind) {
 
         const std::uint32_t handles = World().serial_ports[L"COM5"].open_handles;
         EXPECT_EQ(opened->Close(), 0U);
-        EXPECT_EQ(Maker().calls.back(), "Close 9");
+        EXPECT_EQ(Maker().calls.back(), "Close");
         EXPECT_EQ(World().serial_ports[L"COM5"].open_handles, handles)
             << "the pipe's port is not the program's any more";
         EXPECT_FALSE(Logged("Connection closed (USB to nelto 780 2010)"));
@@ -187,9 +187,9 @@ TEST_F(Search2010Test, TheHeatingCheckIsNotAskedForOverTheBytesOfALink) {
     World().serial_ports[L"COM5"].device = &peer;
     for (const std::uint32_t communication : {std::uint32_t{kUsb}, std::uint32_t{5}}) {
         InstallFakeMaker();
-        Maker().usb_devices[37] = 1;
-        state_.communication    = communication;
-        const auto opened       = Nelto780Open(state_);
+        Maker().Data().devices[37] = 1;
+        state_.communication       = communication;
+        const auto opened          = Nelto780Open(state_);
         ASSERT_NE(opened, nullptr) << state_.last_error;
         const std::size_t requests = peer.requests.size();
         const std::size_t calls    = Maker().calls.size();
@@ -201,17 +201,49 @@ TEST_F(Search2010Test, TheHeatingCheckIsNotAskedForOverTheBytesOfALink) {
     }
 }
 
+// A whole session.
+
+constexpr std::size_t kCallsOfASearch = 7;
+
+TEST_F(Search2010Test, AfterAStopOrAFailureAtAnyCallTheAnalyserIsLeftInOrder) {
+    for (const bool stops : {true, false}) {
+        bool struck = true;
+        for (std::size_t call = 1; struck; ++call) {
+            SCOPED_TRACE((stops ? "stop at call " : "failure of call ") + std::to_string(call));
+            InstallFakeMaker();
+            Maker().Data().devices = {{37, 1}};
+            Maker().Data().cache   = {{Record(0x0101, 1.0F)}, {Record(0x0102, 1.0F)}};
+            FillValues(2);
+            state_.stop_request = 0;
+            if (!stops) Maker().failing_call = call;
+            Maker().before_call = [&] {
+                if (stops && Maker().calls.size() + 1 == call) state_.stop_request = 1;
+            };
+            const auto opened = Open(kUsb);
+            if (opened != nullptr && opened->ReadConfiguration(channels_) == kDone && state_.stop_request == 0) {
+                static_cast<void>(opened->ReadValues(channels_));
+            }
+            if (opened != nullptr) opened->Close();
+            struck                  = call <= Maker().calls.size();
+            const std::size_t taken = static_cast<std::size_t>(std::ranges::count(Maker().calls, "OpenBySerialNumber"));
+            EXPECT_EQ(Maker().CallsOf("Close"), taken);
+            // The search and what a step has begun are finished; leaving is two calls.
+            if (stops && struck) EXPECT_LE(Maker().calls.size(), std::max<std::size_t>(call, kCallsOfASearch) + 3);
+        }
+    }
+}
+
 // Hours of searching.
 
 TEST_F(Search2010Test, NothingGrowsWithLibrariesOrWithout) {
     for (int round = 0; round < 200; ++round) {
-        Maker().usb_devices = {{37, 1}};
-        const auto opened   = Open(kUsb);
+        Maker().Data().devices = {{37, 1}};
+        const auto opened      = Open(kUsb);
         ASSERT_NE(opened, nullptr);
         opened->Close();
         EXPECT_EQ(opened->Close(), 0U);  // a second close finds nothing
         Maker().calls.clear();
-        Maker().usb_devices.clear();
+        Maker().Data().devices = {{37, 0}};
         EXPECT_EQ(Open(kUsb), nullptr);
         EXPECT_TRUE(Maker().CallsOf("Close") == 0);
     }
@@ -223,7 +255,7 @@ TEST_F(Search2010Test, NothingGrowsWithLibrariesOrWithout) {
     for (int round = 0; round < 200; ++round) EXPECT_EQ(Open(kUsb), nullptr);
     EXPECT_STREQ(state_.last_error, "no supported nelto analyzer found at USB");
     InstallFakeMaker();  // and once they are there, they are found
-    Maker().usb_devices = {{37, 1}};
+    Maker().Data().devices = {{37, 1}};
     EXPECT_NE(Open(kUsb), nullptr);
 }
 

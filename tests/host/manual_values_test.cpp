@@ -146,7 +146,7 @@ TEST_F(ManualValuesTest, TypedNumbersAreWrittenAsTheTableSays) {
         std::size_t field = 4;
         for (const wchar_t* key : {L"6020=", L"6120=", L"6220=", L"6520=", L"1401="})
             written.append(key).append(fields[field++]).append(L"\n");
-        EXPECT_EQ(ExchangeText(state, measurement), written + L"6320=0\n");
+        EXPECT_EQ(ExchangeText(state.caller_word, state.decimal_separator, measurement), written + L"6320=0\n");
         ++rows;
     }
     EXPECT_GT(rows, 4);

@@ -6,9 +6,10 @@
 namespace nelto::test {
 
 std::unique_ptr<Instrument> Nelto780Open(ProgramState& state) {
-    const char* error = "";
-    auto connection   = nelto::Nelto780Open(state.communication, state.stop_request, error);
-    state.last_error  = error;
+    OpenFailure failure;
+    auto connection  = nelto::Nelto780Open(state.communication, state.stop_request, failure);
+    state.last_error = failure.text;
+    state.obstacle   = failure.obstacle;
     return connection;
 }
 

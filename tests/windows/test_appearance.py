@@ -161,7 +161,11 @@ class Appearance(SerialSession):
             program.wait_until(lambda: condition(log.read_bytes()[start:]), "the next refreshes")
             trace = log.read_bytes()[start:]
             return re.findall(rb"\b(WM_PAINT|WM_ERASEBKGND|WM_SETTEXT|LVM_SETITEMTEXTW) (?:dispatched|sent)", trace)
-        program.wait_until(lambda: drawn_until(lambda trace: trace.count(b"WM_TIMER dispatched") >= 2) == [], "quiet refreshes")
+
+        def drawn_in(refreshes):
+            return drawn_until(lambda trace: trace.count(b"WM_TIMER dispatched") >= refreshes)
+        program.wait_until(lambda: drawn_in(2) == [], "the end of what the last values draw")
+        self.assertEqual(drawn_in(10), [])
         self.analyser.channels[3] = (0x0902, 131, 0, 4711.0, "CO")
         drawn = drawn_until(lambda _: ["CO", "4711", "ppm"] in program.rows())
         self.assertEqual(drawn.count(b"LVM_SETITEMTEXTW"), 1)

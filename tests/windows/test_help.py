@@ -23,7 +23,7 @@ def file_name(language):
 
 
 def texts_of_program(language):
-    source = (ROOT / "src/ui" / {"de": "resources.rc", "en": "strings_en.inc"}[language]).read_text("utf-8")
+    source = (ROOT / "src/ui" / f"strings_{language}.inc").read_text("utf-8")
     texts = {int(number): text for number, text in re.findall(r'^    (\d{3}) "(.*?)"', source, re.MULTILINE)}
     return [texts[number] for number in SHOWN_TEXTS]
 

@@ -7,9 +7,11 @@ import time
 
 import harness
 import program_session
+import wine_env
 from program_session import CANCEL, CONNECTION, DEVICE_BOX, HEAT_CARRIER, OIL_DERIVATIVE, OK, SMOKE, STATUS
 from serial_peer import Analyser780, SerialListener, SerialPeer, answer, block_checksum, build_block
 
+wine_env.LOCALES["el"] = "el_GR"  # its code page is 1253; the program's texts are English
 SEARCHING = {"en": "Searching measure device", "de": "Suche Meßgerät"}
 AVAILABLE = {"en": "Measure values available", "de": "Messwerte vorhanden"}
 BROKEN = {"en": "Connection broken", "de": "Verbindung unterbrochen"}
@@ -121,9 +123,49 @@ class Values(SerialSession):
         program.window(program_session.CAPTION)
         self.peer.distort = lambda frame: frame
         program.wait_until(lambda: program.enabled(OK), "the values")
+        for value in (4711.0, 4712.0):
+            self.analyser.channels[3] = (0x0902, 131, 0, value, "CO")
+            self.wait_row(["CO", f"{value:.0f}", "ppm"])
         program.window(program_session.SETTINGS_CAPTION)
         program.close_settings(CANCEL)
         program.wait_until(lambda: program.ask("focus") == OK, "the focus on OK")
+
+    def test_another_link_is_taken_when_the_present_one_ends(self):
+        other = SerialPeer(Analyser780())
+        self.addCleanup(other.close)
+        program = self.begin(ports={7: other.path})
+        program.open_settings()
+        program.ask("settext", program_session.BLUETOOTH_PORT, 7)
+        program.close_settings(OK)
+        program.wait_until(lambda: program.text(CONNECTION) == "Bluetooth COM7", "the new link's name")
+        exchanges = len(self.peer.requests)
+        program.wait_until(lambda: len(self.peer.requests) > exchanges + 6, "further value reads on the old link")
+        self.assertEqual(other.requests, [])
+        self.peer.distort = lambda frame: b""
+        program.wait_until(lambda: other.requests, "a search on the new link")
+        self.wait_values()
+        exchanges = len(self.peer.requests)
+        self.leave_with_ok()
+        self.assertEqual((len(self.peer.requests), other.broken_frames), (exchanges, []))
+
+    def test_a_separator_of_the_users_own(self):
+        program = self.prepare()
+        program.restart("en", {r"Control Panel\International": {"sDecimal": "'"}})
+        self.wait_values()
+        self.wait_row(["AT", "20'9", "°C"])
+        for field, typed in zip((*SMOKE, HEAT_CARRIER), ("9'5", "1.5", "1,5", "70'5")):
+            program.ask("settext", field, typed)
+        written = self.leave_with_ok().split(b"\r\n")
+        for line in (b"1001=20'9", b"6020=9'5", b"6120=0'0", b"6220=-", b"1401=70'5", b"9100=1.23"):
+            self.assertIn(line, written)
+
+    def test_texts_in_another_code_page(self):
+        analyser = Analyser780()
+        analyser.overrides = {0xB7: answer(0xB7, "Ωü-7".encode("utf-16-le"))}
+        program = self.prepare("el", analyser).start()
+        self.wait_values()
+        self.assertIn(["SmokeP", "Ωü-7", ""], program.rows())
+        self.assertIn("9300=Ω?-7".encode("cp1253"), self.leave_with_ok().split(b"\r\n"))
 
     def test_no_oil_fuel_hides_the_smoke_channels(self):
         analyser = Analyser780()
@@ -295,11 +337,11 @@ class StartAndEnd(SerialSession):
     def cancellations(self):
         return (self.program.prefix.folder / "wine.log").read_bytes().count(b"NtCancelSynchronousIoFile")
 
-    def test_keyboard_accepts_and_refuses(self):
-        for key, written in ((0x1B, False), (0x0D, True)):
-            with self.subTest(key=key):
+    def test_keyboard_and_close_button_accept_and_refuse(self):
+        for words, written in ((("key", 0x1B), False), (("key", 0x0D), True), (("close",), False)):
+            with self.subTest(words):
                 program = self.begin("K")
-                program.ask("key", key)
+                program.ask(*words)
                 self.assertEqual(program.program.wait(program_session.PATIENCE), 0)
                 self.assertEqual(program.file() is not None, written)
 

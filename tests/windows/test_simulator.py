@@ -1,6 +1,7 @@
 """The program against the shipped simulator, both as a user starts them."""
 
 import re
+import subprocess
 
 import harness
 import program_session
@@ -37,25 +38,34 @@ class SimulatedAnalyser(harness.WindowsTestCase):
             self.assertIn(line, written)
         self.assertFalse([line for line in written if line.startswith(b"9050264")])  # an entry without a value
 
-    def test_790_is_driven_like_a_780(self):
-        program = self.begin("--scenario", SCENARIOS / "790.txt")
-        self.assertEqual(program.text(program_session.DEVICE_BOX), "nelto 780-3")
-        self.assertIn(["Fuel", "Natural gas", ""], program.rows())
-        self.assertEqual(program.leave(program_session.OK), 0)
-        self.assertIn(b"9200=50100077\r\n", program.file())
+    def list_connections(self, program, log):
+        with program.prefix.start(program_session.SIMULATOR, "--replay", log, "--list", stdout=subprocess.PIPE) as process:
+            return process.communicate()[0].decode().splitlines()
 
-    def test_recorded_session_shows_the_same_on_another_desk(self):
+    def test_recorded_sessions_show_the_same_on_another_desk(self):
         program = self.begin("--scenario", SCENARIOS / "heating-check.txt", HeatingCheck=1)
         rows = program.rows()
         program.wait_until(lambda: program.rows() != rows, "moving values")
         self.assertEqual(program.leave(program_session.OK), 0)
-        log = program.temp / "ZIVNelto780.txt"
-        log.write_bytes(b"a tail of an older\r\n" + log.read_bytes() + b"NeltoRS232Open uPort = 5, COM5\r\nError Number 2\r\n")
 
-        again = self.begin("--replay", log, "--times", HeatingCheck=1)
+        other = self.begin("--scenario", SCENARIOS / "790.txt")  # driven like a 780
+        self.assertEqual(other.text(program_session.DEVICE_BOX), "nelto 780-3")
+        self.assertIn(["Fuel", "Natural gas", ""], other.rows())
+        self.assertNotIn(b" < ", self.events())
+        self.assertEqual(other.leave(program_session.OK), 0)
+        self.assertIn(b"9200=50100077\r\n", other.file())
+
+        log = program.temp / "ZIVNelto780.txt"
+        log.write_bytes(b"a tail of an older\r\n" + log.read_bytes() + other.file(log.name) +
+                        b"NeltoRS232Open uPort = 5, COM5\r\nError Number 2\r\n")
+        listed = self.list_connections(program, log)
+        self.assertEqual([line.split(", ")[2:3] for line in listed], [["T780"], ["T790"], []])
+
+        again = self.begin("--replay", log, "--times", "--connection", "1", "--log", HeatingCheck=1)
         again.wait_until(lambda: re.search(rb"request read values[^\n]+\n[^\n]+its last one stays", self.events()), "the end of the log")
         self.assertEqual([row[::2] for row in again.rows()], [row[::2] for row in rows])
         self.assertEqual(again.leave(program_session.OK), 0)
         self.assertEqual(again.file(), program.file())
         self.assertIn(b"passed over: line 1: not understood", self.events())
+        self.assertIn(b" < 12 00 00 00 01 01 42 ", self.events())
         self.assertNotIn(b"no reply:", self.events())

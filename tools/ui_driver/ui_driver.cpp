@@ -9,7 +9,7 @@
 //   press VK...             keys on the keyboard of the window that is in front, held together: 0x12 0x28 is Alt+Down
 //   measure TEXT | ideal ID width of a text in the font of the values | [width, height] that a button needs
 //   activate | focus [ID] | windows | messagebox [ID] | controls | resources PID
-//   regset NAME dword|string VALUE | regget NAME | temp
+//   regset NAME dword|string VALUE | regget NAME | temp | clipboard
 //   desktop                 whether windows can be made at all
 #include <windows.h>
 
@@ -352,7 +352,8 @@ Answer MessageBoxState(Words& words) {
     for (HWND top : TopWindows()) {
         if (ClassOf(top) != L"#32770" || ProcessOf(top) != ProcessOf(window) || GetWindow(top, GW_OWNER) != window)
             continue;
-        if (TextOf(top).rfind(L"Nelto StackWatcher", 0) == 0) continue;
+        const bool can_grow = (GetWindowLongPtrW(top, GWL_STYLE) & WS_THICKFRAME) != 0;
+        if (can_grow || TextOf(top).rfind(L"Nelto StackWatcher", 0) == 0) continue;
         if (!button.empty())
             return {PostMessageW(top, WM_COMMAND, std::wcstoul(button.c_str(), nullptr, 0), 0) != 0, {}};
         std::vector<std::string> texts;
@@ -445,6 +446,15 @@ Answer TempFolder(Words&) {
     return {true, Quote(path)};
 }
 
+Answer Clipboard(Words&) {
+    if (OpenClipboard(nullptr) == 0) return Fail("the clipboard is in use");
+    HANDLE memory           = GetClipboardData(CF_UNICODETEXT);
+    const auto* text        = memory == nullptr ? nullptr : static_cast<const wchar_t*>(GlobalLock(memory));
+    const std::string quote = text == nullptr ? "null" : Quote(text);
+    CloseClipboard();
+    return {true, quote};
+}
+
 Answer OfControl(Words& words, std::string (*describe)(HWND)) {
     HWND control = words.NextControl();
     return control == nullptr ? Fail("no such control") : Answer{true, describe(control)};
@@ -489,6 +499,7 @@ constexpr Command kCommands[] = {
     {L"regset", RegistrySet},
     {L"regget", RegistryGet},
     {L"temp", TempFolder},
+    {L"clipboard", Clipboard},
 };
 
 Answer Run(Words words) {

@@ -4,7 +4,7 @@
 namespace nelto {
 
 std::uint32_t WriteTraceLine(const wchar_t*, const wchar_t*) { return 0; }
-void StartProtocolFile() {}
+bool StartProtocolFile() { return true; }
 void ZivLog(const wchar_t*) {}
 void ZivLogBytes(const wchar_t*, std::span<const std::uint8_t>) {}
 void BaseLog::Start() {

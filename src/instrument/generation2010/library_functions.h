@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "diag/log_place.h"
 #include "instrument/generation2010/library_records.h"
 
 namespace nelto {
@@ -103,6 +104,12 @@ std::uint32_t CallLibrary(const LibraryFunction<Arguments...>& function, std::ty
     std::uint32_t error = 0;
     void* const address = library::Find(function.family, function.name, error);
     return address == nullptr ? error : reinterpret_cast<Pointer>(address)(arguments...);
+}
+
+/// Lets the libraries keep a log of their own, where logs are wanted.
+inline void StartLibraryLog() {
+    constexpr std::uint32_t kOn = 1;
+    if (AreLogsKept()) CallLibrary(library::kStartLogging, kOn);
 }
 
 }  // namespace nelto

@@ -1,14 +1,14 @@
-#include "ui/worker_thread.h"
+#include "core/worker_thread.h"
 
-namespace nelto::ui {
+namespace nelto {
 namespace {
 
 // What a worker that is asked to stop may take, in milliseconds, before it counts as held by a driver: the time-out of the longest
 // exchange, and what leaving the analyser needs, two exchanges of 200 ms and the reply that is still coming in.
-constexpr DWORD kLongestExchange = 3000;
-constexpr DWORD kLeaving         = 1000;
+constexpr std::uint32_t kLongestExchange = 3000;
+constexpr std::uint32_t kLeaving         = 1000;
 
-constexpr DWORD kOutputGrace = 500;  // milliseconds; a block takes less at 9600 baud with a dozen channels
+constexpr std::uint32_t kOutputGrace = 500;  // milliseconds; a block takes less at 9600 baud with a dozen channels
 
 }  // namespace
 
@@ -23,9 +23,9 @@ void WorkerThread::Stop() {
     thread_.Join(kLongestExchange + kLeaving);
 }
 
-DWORD WINAPI WorkerThread::Run(void* worker_thread) {
+void WorkerThread::Run(void* worker_thread) {
     auto* const self = static_cast<WorkerThread*>(worker_thread);
-    return AcquisitionWorker(self->state_, self->open_);
+    AcquisitionWorker(self->state_, self->open_);
 }
 
 void SerialOutputThread::Send(const ProgramState& state, const Measurement& measurement) {
@@ -37,9 +37,6 @@ void SerialOutputThread::Stop() {
     thread_.Join(0);
 }
 
-DWORD WINAPI SerialOutputThread::Run(void* output) {
-    static_cast<SerialOutput*>(output)->Write();
-    return 0;
-}
+void SerialOutputThread::Run(void* output) { static_cast<SerialOutput*>(output)->Write(); }
 
-}  // namespace nelto::ui
+}  // namespace nelto

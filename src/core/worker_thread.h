@@ -1,14 +1,14 @@
-// The threads beside the dialog's own: the acquisition worker, and the writer of the serial output.
+// The threads beside a program's own: the acquisition worker, and the writer of the serial output.
 #pragma once
 
 #include "core/acquisition_worker.h"
 #include "core/program_state.h"
 #include "core/serial_output.h"
-#include "ui/thread.h"
+#include "platform/thread.h"
 
-namespace nelto::ui {
+namespace nelto {
 
-/// Dialog thread. Must stay in place between Start and Stop: the thread refers to it.
+/// Used by the dialog, or whoever else shows the values. Must stay in place between Start and Stop: the thread refers to it.
 class WorkerThread {
 public:
     WorkerThread(ProgramState& state, OpenInstrument open) : state_(state), open_(open) {}
@@ -21,11 +21,11 @@ public:
     void Stop();
 
 private:
-    static DWORD WINAPI Run(void* worker_thread);
+    static void Run(void* worker_thread);
 
     ProgramState& state_;
     OpenInstrument open_;
-    Thread thread_;
+    platform::Thread thread_;
 };
 
 /// Dialog thread; writes one block at a time on a thread of its own.
@@ -42,10 +42,10 @@ public:
     void Stop();
 
 private:
-    static DWORD WINAPI Run(void* output);
+    static void Run(void* output);
 
     SerialOutput output_;
-    Thread thread_;
+    platform::Thread thread_;
 };
 
-}  // namespace nelto::ui
+}  // namespace nelto

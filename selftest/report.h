@@ -1,0 +1,33 @@
+// The results, as a table on the console and as one file for the support.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace selftest {
+
+class Report {
+public:
+    /// Tells a result at once. An empty fault is a pass.
+    void Result(const std::string& check, const std::string& fault);
+    /// Adds a text, or the bytes of a BMP file, to the file for the support.
+    void AddText(const std::string& name, const std::string& content);
+    void AddPicture(const std::string& name, const std::string& bitmap);
+
+    [[nodiscard]] std::size_t Failed() const;
+    /// The table of passed and failed.
+    [[nodiscard]] std::string Table() const;
+    /// Everything as one page that any browser opens.
+    [[nodiscard]] std::string Page() const;
+
+private:
+    struct Row {
+        std::string check;
+        std::string fault;
+    };
+
+    std::vector<Row> rows_;
+    std::string attached_;  // HTML
+};
+
+}  // namespace selftest

@@ -1,0 +1,43 @@
+// Wide text as UTF-8.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace nelto::platform {
+
+/// Appends one character. What is none, such as half of a pair, becomes the replacement character.
+inline void AppendUtf8(std::string& bytes, std::uint32_t character) {
+    constexpr std::uint32_t kReplacement = 0xFFFD;
+    const bool is_half                   = character >= 0xD800 && character < 0xE000;
+    if (is_half || character > 0x10FFFF) character = kReplacement;
+    if (character < 0x80) {
+        bytes += static_cast<char>(character);
+        return;
+    }
+    const int followers                = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
+    constexpr std::uint32_t kFirsts[4] = {0, 0xC0, 0xE0, 0xF0};
+    bytes += static_cast<char>(kFirsts[followers] | (character >> (6 * followers)));
+    for (int left = followers - 1; left >= 0; --left) {
+        bytes += static_cast<char>(0x80 | ((character >> (6 * left)) & 0x3F));
+    }
+}
+
+/// The text as UTF-8, from UTF-16 as well as from whole characters.
+[[nodiscard]] inline std::string ToUtf8(std::wstring_view text) {
+    std::string bytes;
+    for (std::size_t index = 0; index < text.size(); ++index) {
+        auto character = static_cast<std::uint32_t>(text[index]);
+        if constexpr (sizeof(wchar_t) == 2) character &= 0xFFFF;
+        const auto next = index + 1 < text.size() ? static_cast<std::uint32_t>(text[index + 1]) : 0;
+        if (character >= 0xD800 && character < 0xDC00 && next >= 0xDC00 && next < 0xE000) {
+            character = 0x10000 + ((character - 0xD800) << 10) + (next - 0xDC00);
+            ++index;
+        }
+        AppendUtf8(bytes, character);
+    }
+    return bytes;
+}
+
+}  // namespace nelto::platform
