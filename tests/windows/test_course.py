@@ -9,7 +9,7 @@ from test_appearance import DOWN, ENTER, ESCAPE, SHIFT, SPACE, TAB, UP
 from test_session import INVALID, SerialSession
 
 CONTROL, F10, LEFT = 0x11, 0x79, 0x25
-SAVE_CAPTION, FILE_NAME, FILE_OK, ANSWER_YES = "Speichern als", 0x480, 1, 6  # of the system's dialogs
+SAVE_CAPTION, FILE_NAME, FILE_OK, ANSWER_YES = "Speichern als", 1148, 1, 6  # of the system's dialogs
 SIX = [(0x0101, 1), (0x0901, 130), (0x0902, 131), (0x0301, 24), (0x0777, 33), (0xFF01, 1)]  # of seven and more channels
 
 
@@ -18,8 +18,7 @@ class Course(SerialSession):
         self.program.ask("press", *keys)
 
     def copied(self, condition, what):
-        self.program.wait_until(lambda: condition(self.program.ask("clipboard") or ""), what)
-        return self.program.ask("clipboard")
+        return self.program.wait_until(lambda: condition(text := self.program.ask("clipboard") or "") and text, what)
 
     def open_course(self, language="en"):
         program = self.program
@@ -36,6 +35,7 @@ class Course(SerialSession):
         program = self.begin()
         program.ask("activate")
         program.ask("focus", LIST)
+        self.wait_row(["Oilder", "NO", ""])
         self.press(CONTROL, ord("C"))
         everything = self.copied(lambda text: text.startswith("FT\t"), "all rows")
         self.assertEqual(everything.split("\r\n"), ["\t".join(row) for row in program.rows()] + [""])
@@ -105,20 +105,22 @@ class Course(SerialSession):
         program = self.begin(language="de")
         self.open_course("de")
         self.plot("AT|O2")
-        target = program.temp / "verlauf.csv"
-        self.save(r"%s\verlauf.csv" % program.ask("temp").rstrip("\\"))
+        target, path = program.temp / "verlauf.csv", program.ask("temp") + "verlauf.csv"
+        self.save(path)
         program.wait_until(target.exists, "the file")
         header, first, *_ = target.read_bytes().decode("utf-8-sig").split("\r\n")
         self.assertTrue(header.startswith('time;"FT [°C]";"AT [°C]";"O2 [%]";'), header)
-        self.assertRegex(first, r"^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d;183;20,9;20,9;12;;-0,125;1,5000;")
+        self.assertRegex(first, r"^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d;183;20,9;20,9;12;-0,125;1,5000;")
         target.write_bytes(b"kept")
-        target.chmod(0o444)
+        (program.temp / "verlauf.csv.part").mkdir()  # where the new file would be written
         program.window(COURSE_CAPTION["de"])
-        self.save(r"%s\verlauf.csv" % program.ask("temp").rstrip("\\"))
+        self.save(path)
         program.wait_until(lambda: self.answer_box(ANSWER_YES), "the question about the file")
         program.window(COURSE_CAPTION["de"])
-        program.wait_until(self.answer_box, "the failure")
-        self.assertEqual((target.read_bytes(), [*program.temp.glob("*.part")]), (b"kept", []))
+        box = program.wait_until(self.answer_box, "the failure")
+        self.assertEqual(box["caption"], "Fehler")
+        self.assertRegex("".join(box["texts"]), r"Der Verlauf konnte nicht gespeichert werden\.\s+C:.*verlauf\.csv\s+\w+")
+        self.assertEqual(target.read_bytes(), b"kept")
 
     def answer_box(self, button=1):
         try:

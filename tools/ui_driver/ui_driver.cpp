@@ -447,7 +447,7 @@ Answer TempFolder(Words&) {
 }
 
 Answer Clipboard(Words&) {
-    if (OpenClipboard(nullptr) == 0) return Fail("the clipboard is in use");
+    while (OpenClipboard(nullptr) == 0) Sleep(10);  // another program has it for a moment
     HANDLE memory           = GetClipboardData(CF_UNICODETEXT);
     const auto* text        = memory == nullptr ? nullptr : static_cast<const wchar_t*>(GlobalLock(memory));
     const std::string quote = text == nullptr ? "null" : Quote(text);
