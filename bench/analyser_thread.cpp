@@ -32,9 +32,8 @@ bool WriteAll(int port, simulator::Bytes bytes) {
 }  // namespace
 
 AnalyserThread::AnalyserThread(const simulator::Scenario& scenario, const std::string& tty)
-    : analyser_(scenario.analyser),
-      faults_(scenario.faults),
-      session_(analyser_, faults_, scenario.block_payload, [](const std::string&) {}),
+    : session_(std::make_shared<simulator::ScriptedAnalyser>(scenario.analyser, scenario.faults),
+               scenario.block_payload, [](const std::string&) {}),
       port_(open(tty.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC)) {
     if (IsOpen()) thread_ = std::thread([this] { Serve(); });
 }

@@ -6,7 +6,6 @@
 #include <string>
 #include <thread>
 
-#include "analyser_2004.h"
 #include "block_session.h"
 #include "scenario.h"
 
@@ -29,8 +28,6 @@ public:
 private:
     void Serve();
 
-    simulator::Analyser2004 analyser_;
-    simulator::FaultScript faults_;
     simulator::BlockSession session_;
     int port_;
     std::atomic<bool> ending_{false};

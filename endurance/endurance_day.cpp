@@ -149,7 +149,7 @@ private:
         if (kind < rig_.troubles.size()) {
             trouble_ = &rig_.troubles[kind];
             ++counts_[trouble_->name];
-            trouble_end_ = RunningTime() + random_() % kLongestTrouble;
+            trouble_end_ = RunningMilliseconds() + random_() % kLongestTrouble;
             trouble_->begin();
             return;
         }
@@ -176,7 +176,7 @@ private:
         if (result != 0) return;
         if (cycles_done >= cycles_) state_.stop_request = 1;
         ++good_reads;
-        last_good_ = RunningTime();
+        last_good_ = RunningMilliseconds();
         CheckValues(channels);
         if (cycles_done >= cycles_ / 10 && cycles_done < cycles_ / 5) heap_early = std::min(heap_early, HEAP_IN_USE);
         if (cycles_done >= cycles_ - cycles_ / 10) heap_late = std::min(heap_late, HEAP_IN_USE);
@@ -193,7 +193,7 @@ private:
 
     void Tick() {
         rig_.Tick();
-        const std::uint64_t now = RunningTime();
+        const std::uint64_t now = RunningMilliseconds();
         if (trouble_ != nullptr && now >= trouble_end_) {
             trouble_->end();
             trouble_   = nullptr;
@@ -237,8 +237,8 @@ private:
 
 void Tell(const Run& run, double seconds) {
     std::printf("  %u value cycles (%u with values) in %.1f virtual hours, %.1f s; %u faults, %u connections\n",
-                run.cycles_done, run.good_reads, static_cast<double>(RunningTime()) / 3.6e6, seconds, run.Faults(),
-                run.connections);
+                run.cycles_done, run.good_reads, static_cast<double>(RunningMilliseconds()) / 3.6e6, seconds,
+                run.Faults(), run.connections);
     std::printf("  heap while connected: %zu bytes early, %zu late\n", run.heap_early, run.heap_late);
     for (const auto& [path, bytes] : World().bytes_written) {
         std::printf("  %ls: %.1f MB\n", path.c_str(), static_cast<double>(bytes) / 1e6);

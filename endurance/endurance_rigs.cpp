@@ -7,12 +7,13 @@
 #include <string_view>
 #include <utility>
 
-#include "analyser_2004.h"
 #include "block_session.h"
 #include "core/program_state.h"
+#include "d2xx_exports.h"
 #include "fake_d2xx.h"
 #include "fake_maker_libraries.h"
 #include "infrared_session.h"
+#include "platform/memory/memory_calls.h"
 #include "platform/memory/memory_event.h"
 #include "platform/memory/memory_irda_socket.h"
 #include "scenario.h"
@@ -20,14 +21,11 @@
 namespace nelto::endurance {
 namespace {
 
+using platform::memory::AlwaysFail;
+using platform::memory::Call;
 using platform::memory::TheIrdaWorld;
-using simulator::FaultScript;
+using simulator::CallFaultKind;
 using simulator::InfraredSession;
-
-struct {
-    std::uint32_t last_tick = 0;
-    std::uint64_t running   = 0;
-} clock_of_the_run;
 
 /// Twelve steady channels, so that the values take two blocks; an oil derivative, so that the dialog has something to edit; the
 /// sensors are zeroed once in the first hour and four times in the day.
@@ -56,11 +54,11 @@ additional 0xFF02 unit 255 format 255 value 0.5
 additional 0xFF06 unit 255 format 0 value 0
 )";
 
-simulator::AnalyserData AnalyserOfTheRuns() {
+std::shared_ptr<simulator::ScriptedAnalyser> AnalyserOfTheRuns() {
     std::string error;
     const auto scenario = simulator::ParseScenario(kScenario, error);
     EXPECT_TRUE(scenario) << error;
-    return scenario ? scenario->analyser : simulator::AnalyserData();
+    return std::make_shared<simulator::ScriptedAnalyser>(scenario ? scenario->analyser : simulator::AnalyserData());
 }
 
 /// The analyser's values stand still in the runs. Not a number where it has no such channel.
@@ -84,16 +82,16 @@ simulator::EventSink CountFaults(std::map<std::string, std::uint32_t>& struck) {
 class WiredAnalyser final : public platform::memory::SerialDevice {
 public:
     explicit WiredAnalyser(std::map<std::string, std::uint32_t>& struck)
-        : analyser_(AnalyserOfTheRuns()), session_(analyser_, script_, 120, CountFaults(struck)) {}
+        : session_(analyser_, 120, CountFaults(struck)) {}
 
     std::size_t Write(std::span<const std::uint8_t> bytes) override {
         const auto taken = bytes.first(std::min(bytes.size(), most_written));
-        session_.Receive(taken, RunningTime());
+        session_.Receive(taken, RunningMilliseconds());
         return taken.size();
     }
     std::size_t Read(std::span<std::uint8_t> bytes) override {
         if (is_noisy) return Noise(bytes);
-        if (pending_.empty()) pending_ = session_.TakeOutput(RunningTime()).value_or(Bytes());
+        if (pending_.empty()) pending_ = session_.TakeOutput(RunningMilliseconds()).value_or(Bytes());
         const std::size_t size = std::min(bytes.size(), pending_.size());
         std::copy_n(pending_.begin(), size, bytes.begin());
         pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(size));
@@ -101,8 +99,8 @@ public:
     }
     void Closed() override { session_.Reset(); }
 
-    void Strike(const std::vector<simulator::Fault>& faults) { script_ = FaultScript(faults); }
-    [[nodiscard]] float ValueOf(std::uint32_t view_ident) const { return StartValue(analyser_.Data(), view_ident); }
+    void Strike(const std::vector<simulator::Fault>& faults) { analyser_->SetFaults(faults); }
+    [[nodiscard]] float ValueOf(std::uint32_t view_ident) const { return StartValue(analyser_->Data(), view_ident); }
 
     std::size_t most_written = std::numeric_limits<std::size_t>::max();
     bool is_noisy            = false;
@@ -110,15 +108,14 @@ public:
 private:
     /// A few bytes a millisecond, each of which could begin a block.
     std::size_t Noise(std::span<std::uint8_t> bytes) {
-        if (std::exchange(noise_time_, RunningTime()) == RunningTime()) return 0;
+        if (std::exchange(noise_time_, RunningMilliseconds()) == RunningMilliseconds()) return 0;
         const std::size_t size = std::min<std::size_t>(bytes.size(), 4);
         std::ranges::fill(bytes.first(size), nelto::kAnalyserStart);
         return size;
     }
 
-    std::uint64_t noise_time_ = 0;
-    simulator::Analyser2004 analyser_;
-    FaultScript script_;
+    std::uint64_t noise_time_                              = 0;
+    std::shared_ptr<simulator::ScriptedAnalyser> analyser_ = AnalyserOfTheRuns();
     simulator::BlockSession session_;
     Bytes pending_;
 };
@@ -163,49 +160,42 @@ public:
                                      "FT_SetEventNotification", "FT_GetQueueStatus", "FT_Read"}) {
             Add(function, [this, function] { Fail({"FT_Write", function}); });
         }
-        Add("unplugged", [this] {
-            driver_.devices[0].peer      = nullptr;
-            driver_.devices[0].vendor_id = 0;
-        });
+        Add("unplugged", [this] { driver_.driver.SetUnplugged({""}, RunningMilliseconds()); });
         Add("no library", [this] {
             Fail({"FT_Write"});
             platform::memory::RemoveLibrary(L"FTD2XX.DLL");
         });
         Add("function missing", [this] {
             Fail({"FT_Write"});
-            driver_.Remove("FT_Read");
+            InstallD2xx("FT_Read");
         });
-        Add("no events", [] { platform::memory::FailEventsAfter(0); });
-        Add("short writes", [this] { driver_.most_written = 2; });
-        Add("short reads", [this] { driver_.missing_bytes = 1; });
-        Add("hidden queue", [this] { driver_.hides_queue = true; });
-        Add("single bytes", [this] { driver_.piece_size = 1; });
+        Add("no events", [] { AlwaysFail(Call::kCreateEvent); });
+        Add("short writes", [this] { driver_.Spoil(CallFaultKind::kShortWrite); });
+        Add("short reads", [this] { driver_.Spoil(CallFaultKind::kShortRead); });
+        Add("hidden queue", [this] { driver_.Spoil(CallFaultKind::kEmptyQueue); });
+        Add("single bytes", [this] { driver_.driver.Setup().piece = 1; });
         Add("noise", [this] { analyser_.is_noisy = true; });
     }
     void Strike(const std::vector<simulator::Fault>& faults) override { analyser_.Strike(faults); }
-    void Tick() override { driver_.calls.clear(); }
     std::size_t Held() const override {
-        return driver_.TimesLoaded() + driver_.open_devices + platform::memory::OpenEvents();
+        return driver_.TimesLoaded() + driver_.driver.OpenCount() + platform::memory::OpenEvents();
     }
     float ValueOf(std::uint32_t view_ident) const override { return analyser_.ValueOf(view_ident); }
 
 private:
     void Fail(std::initializer_list<const char*> functions) {
-        for (const char* function : functions) driver_.failures[function] = {4};
+        for (const char* function : functions) driver_.Fail(function);
     }
     void Add(const char* name, std::function<void()> begin) {
         troubles.push_back({name, std::move(begin), [this] { Repair(); }});
     }
     void Repair() {
-        driver_.failures.clear();
-        driver_.Remove("");  // installs the whole library
-        driver_.devices[0].peer      = &analyser_;
-        driver_.devices[0].vendor_id = FtdiDevice().vendor_id;
-        driver_.most_written = driver_.piece_size = SIZE_MAX;
-        driver_.missing_bytes                     = 0;
-        driver_.hides_queue                       = false;
-        analyser_.is_noisy                        = false;
-        platform::memory::FailEventsAfter(SIZE_MAX);
+        driver_.Repair();
+        InstallD2xx();
+        driver_.driver.SetUnplugged({}, RunningMilliseconds());
+        driver_.driver.Setup().piece = 0;
+        analyser_.is_noisy           = false;
+        AlwaysFail(Call::kCreateEvent, false);
     }
 
     WiredAnalyser analyser_{struck};
@@ -219,24 +209,21 @@ public:
         communication = kIrda;
         platform::memory::ResetIrdaWorld();
         TheIrdaWorld().on_request = [this](const Bytes& request) { Answer(request); };
-        const auto add            = [this](const char* name, void (*begin)()) {
-            troubles.push_back({name, begin, [this] { Repair(); }});
-        };
-        add("no Winsock", [] { TheIrdaWorld().sending_fails = true, TheIrdaWorld().has_winsock = false; });
-        add("no infrared", [] { TheIrdaWorld().sending_fails = true, TheIrdaWorld().has_family = false; });
-        add("not blocking", [] { TheIrdaWorld().sending_fails = TheIrdaWorld().blocking_fails = true; });
-        add("no listing", [] { TheIrdaWorld().sending_fails = TheIrdaWorld().listing_fails = true; });
-        add("refused", [] { TheIrdaWorld().sending_fails = true, TheIrdaWorld().connect_error = 10061; });
-        add("sending fails", [] { TheIrdaWorld().sending_fails = true; });
-        add("half sent", [] { TheIrdaWorld().sends_half = true; });
+        Add("no Winsock", Call::kStartSockets);
+        Add("no infrared", Call::kOpenSocket);
+        Add("not blocking", Call::kSetBlocking);
+        Add("no listing", Call::kListDevices);
+        Add("refused", Call::kConnect);
+        Add("sending fails", Call::kSend);
+        troubles.push_back({"half sent", [] { TheIrdaWorld().sends_half = true; }, [this] { Repair(); }});
         troubles.push_back({"receiving fails", [this] { is_deaf_ = true; }, [this] { Repair(); }});
     }
     ~Infrared() override { platform::memory::ResetIrdaWorld(); }
 
-    void Strike(const std::vector<simulator::Fault>& faults) override { script_ = FaultScript(faults); }
+    void Strike(const std::vector<simulator::Fault>& faults) override { analyser_->SetFaults(faults); }
     void Tick() override {
         TheIrdaWorld().requests.clear();
-        TheIrdaWorld().device_list = platform::memory::MakeIrdaDeviceList(session_.Devices(RunningTime()));
+        TheIrdaWorld().device_list = platform::memory::MakeIrdaDeviceList(session_.Devices(RunningMilliseconds()));
         if (TheIrdaWorld().open_sockets != 0) return;
         session_.Disconnect();
         is_connected_ = false;
@@ -248,7 +235,7 @@ public:
     /// There is no checksum over infrared: until the next connection a flipped bit may well be a value.
     float ValueOf(std::uint32_t view_ident) const override {
         if (Flips() != flips_before_) return std::numeric_limits<float>::quiet_NaN();
-        return StartValue(analyser_.Data(), view_ident);
+        return StartValue(analyser_->Data(), view_ident);
     }
 
 private:
@@ -256,7 +243,7 @@ private:
         auto& pieces = TheIrdaWorld().pieces;
         pieces.clear();
         if (is_deaf_) return pieces.push_back(std::nullopt);
-        const std::uint64_t now = RunningTime();
+        const std::uint64_t now = RunningMilliseconds();
         if (!is_connected_) is_connected_ = session_.Connect(0, "NELTO T780", now);
         is_connected_ = session_.Send(request, now);
         for (;;) {
@@ -270,11 +257,17 @@ private:
             if (!is_connected_) return;
         }
     }
+    /// Sending fails too, so that the program comes upon it.
+    void Add(const char* name, Call call) {
+        const auto begin = [call] {
+            AlwaysFail(call);
+            AlwaysFail(Call::kSend);
+        };
+        troubles.push_back({name, begin, [this] { Repair(); }});
+    }
     void Repair() {
-        auto& world       = TheIrdaWorld();
-        world.has_winsock = world.has_family = true;
-        world.blocking_fails = world.listing_fails = world.sending_fails = world.sends_half = is_deaf_ = false;
-        world.connect_error                                                                            = 0;
+        platform::memory::TheCalls().always = 0;
+        TheIrdaWorld().sends_half = is_deaf_ = false;
     }
 
     [[nodiscard]] std::uint32_t Flips() const {
@@ -282,12 +275,11 @@ private:
         return row == struck.end() ? 0 : row->second;
     }
 
-    bool is_connected_          = false;
-    bool is_deaf_               = false;
-    std::uint32_t flips_before_ = 0;  // when the connection was opened
-    simulator::Analyser2004 analyser_{AnalyserOfTheRuns()};
-    FaultScript script_;
-    InfraredSession session_{analyser_, script_, {}, CountFaults(struck)};
+    bool is_connected_                                     = false;
+    bool is_deaf_                                          = false;
+    std::uint32_t flips_before_                            = 0;  // when the connection was opened
+    std::shared_ptr<simulator::ScriptedAnalyser> analyser_ = AnalyserOfTheRuns();
+    InfraredSession session_{analyser_, {}, CountFaults(struck)};
 };
 
 class Generation2010 final : public Rig {
@@ -359,15 +351,8 @@ private:
 
 void BeginLongWorld() {
     platform::memory::ResetWorld();
-    World().now         = 0U - 10 * 60 * 1000;
-    World().keeps_texts = false;
-    clock_of_the_run    = {.last_tick = World().now};
-}
-
-std::uint64_t RunningTime() {
-    clock_of_the_run.running += World().now - clock_of_the_run.last_tick;
-    clock_of_the_run.last_tick = World().now;
-    return clock_of_the_run.running;
+    World().now = World().looked_at = 0U - 10 * 60 * 1000;
+    World().keeps_texts             = false;
 }
 
 std::unique_ptr<Rig> SerialRig() { return std::make_unique<Serial>(); }

@@ -14,6 +14,7 @@
 namespace nelto::endurance {
 
 using namespace rigs;
+using platform::memory::RunningMilliseconds;
 
 /// A fault of the driver or of the system that lasts until it is ended.
 struct Trouble {
@@ -55,7 +56,5 @@ using MakeRig = std::unique_ptr<Rig> (*)();
 
 /// Puts a fresh world in place that keeps no texts and whose tick count wraps after ten minutes.
 void BeginLongWorld();
-/// Milliseconds since then, across the wrap.
-[[nodiscard]] std::uint64_t RunningTime();
 
 }  // namespace nelto::endurance

@@ -53,7 +53,7 @@ void BlockSession::TakeFrame(Bytes frame, std::uint64_t now_ms) {
 void BlockSession::TakeBlock(const nelto::Block& block, std::uint64_t now_ms) {
     if (block.index == 0) {
         ForgetExchange();
-        strikes_ = faults_.Begin(block.payload.empty() ? std::uint8_t{0} : block.payload[0], now_ms);
+        strikes_ = analyser_->Strikes(block.payload, now_ms);
     }
     if (block.index != next_request_block_ || request_.size() + block.payload.size() > kMaxRequest) {
         events_("request block " + std::to_string(block.index) + " out of turn or too long, no answer");
@@ -80,7 +80,7 @@ void BlockSession::SendAcknowledgement(std::uint64_t now_ms) {
 void BlockSession::AnswerRequest(bool was_one_block, std::uint64_t now_ms) {
     const std::uint8_t command = request_.empty() ? std::uint8_t{0} : request_[0];
     events_("request " + std::string(CommandName(command)) + ": " + HexText(request_));
-    std::optional<Message> answer = analyser_.Answer(request_, now_ms);
+    std::optional<Message> answer = analyser_->Answer(request_, now_ms);
     request_.clear();
     next_request_block_ = 0;
     if (!answer) return events_("no reply");

@@ -3,21 +3,20 @@
 #pragma once
 
 #include <deque>
+#include <memory>
 
-#include "analyser_2004.h"
 #include "byte_session.h"
-#include "faults.h"
 #include "frame_splitter.h"
+#include "responder.h"
 #include "transport/block_frame.h"
 
 namespace simulator {
 
-class BlockSession final : public ByteSession {
+class BlockSession : public ByteSession {
 public:
-    /// `analyser` and `faults` must outlive the session; they may serve further links. `payload_limit` is the most
-    /// payload bytes of a reply block, 1 to 255.
-    BlockSession(Analyser2004& analyser, FaultScript& faults, std::size_t payload_limit, EventSink events)
-        : analyser_(analyser), faults_(faults), payload_limit_(payload_limit), events_(std::move(events)) {}
+    /// `analyser` may serve further links. `payload_limit` is the most payload bytes of a reply block, 1 to 255.
+    BlockSession(std::shared_ptr<Responder> analyser, std::size_t payload_limit, EventSink events)
+        : analyser_(std::move(analyser)), payload_limit_(payload_limit), events_(std::move(events)) {}
 
     void Receive(Bytes bytes, std::uint64_t now_ms) override;
     [[nodiscard]] std::optional<Message> TakeOutput(std::uint64_t now_ms) override;
@@ -47,8 +46,7 @@ private:
     void CutLink(std::uint32_t milliseconds, std::uint64_t now_ms);
     [[nodiscard]] bool IsLinkGone(std::uint64_t now_ms);
 
-    Analyser2004& analyser_;
-    FaultScript& faults_;
+    std::shared_ptr<Responder> analyser_;
     std::size_t payload_limit_;
     EventSink events_;
 

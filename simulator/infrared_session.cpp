@@ -77,8 +77,8 @@ bool InfraredSession::Send(Bytes request, std::uint64_t now_ms) {
     pieces_.clear();
     const std::uint8_t command = request.empty() ? std::uint8_t{0} : request[0];
     events_("request " + std::string(CommandName(command)) + ": " + HexText(request));
-    const std::vector<Strike> strikes = faults_.Begin(command, now_ms);
-    std::optional<Message> reply      = analyser_.Answer(request, now_ms);
+    const std::vector<Strike> strikes = analyser_->Strikes(request, now_ms);
+    std::optional<Message> reply      = analyser_->Answer(request, now_ms);
     if (!reply) {
         events_("no reply");
         return true;

@@ -4,14 +4,14 @@
 
 #include <deque>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "analyser_2004.h"
-#include "faults.h"
 #include "message.h"
+#include "responder.h"
 
 namespace simulator {
 
@@ -40,9 +40,8 @@ public:
     /// What a look for bytes of a reply gave.
     enum class Arrival : std::uint8_t { kBytes, kNothingYet, kGone };
 
-    /// `analyser` and `faults` must outlive the session.
-    InfraredSession(Analyser2004& analyser, FaultScript& faults, InfraredSetup setup, EventSink events)
-        : analyser_(analyser), faults_(faults), setup_(std::move(setup)), events_(std::move(events)) {}
+    InfraredSession(std::shared_ptr<Responder> analyser, InfraredSetup setup, EventSink events)
+        : analyser_(std::move(analyser)), setup_(std::move(setup)), events_(std::move(events)) {}
 
     [[nodiscard]] bool Has(InfraredFault fault, std::uint64_t now_ms) const;
 
@@ -75,8 +74,7 @@ private:
     void SendReply(const Message& reply, const std::vector<Strike>& strikes, std::uint64_t now_ms);
     void CutLink(std::uint32_t milliseconds, std::uint64_t now_ms);
 
-    Analyser2004& analyser_;
-    FaultScript& faults_;
+    std::shared_ptr<Responder> analyser_;
     InfraredSetup setup_;
     EventSink events_;
 

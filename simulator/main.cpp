@@ -76,9 +76,8 @@ int Simulate(const Options& options) {
     const std::optional<Scenario> scenario = ChosenScenario(options);
     if (!scenario) return kNoScenario;
     const simulator::Console console;
-    simulator::Analyser2004 analyser(scenario->analyser);
-    simulator::FaultScript faults(scenario->faults);
-    simulator::BlockSession session(analyser, faults, scenario->block_payload,
+    simulator::BlockSession session(std::make_shared<simulator::ScriptedAnalyser>(scenario->analyser, scenario->faults),
+                                    scenario->block_payload,
                                     [&console](const std::string& line) { console.Tell(line); });
     Serve(session, console, options);
 }

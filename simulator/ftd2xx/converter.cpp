@@ -3,19 +3,9 @@
 #include <algorithm>
 
 namespace simulator {
-Converter::Converter(const ConverterSetup& setup, const DriverSetup& driver, Scenario scenario, EventSink events)
-    : setup_(setup),
-      driver_(driver),
-      analyser_(std::move(scenario.analyser)),
-      faults_(scenario.faults),
-      session_(analyser_, faults_, driver.payload, std::move(events)) {}
-
-std::string Converter::ListedSerial() const {
-    return setup_.serial.value_or(std::to_string(analyser_.Data().serial_number));
-}
 
 void Converter::Reset() {
-    session_.Reset();
+    session_->Reset();
     coming_.clear();
     queue_.clear();
     next_due_ms_ = 0;
@@ -29,7 +19,7 @@ void Converter::Write(Bytes bytes, const CallFault* fault, std::uint64_t now_ms)
         coming_.push_back({now_ms, {}});  // nothing to read yet
         next_due_ms_ = now_ms + fault->status;
     }
-    session_.Receive(bytes, now_ms);
+    session_->Receive(bytes, now_ms);
     TakeFromAnalyser(now_ms);
 }
 
@@ -46,7 +36,7 @@ bool Converter::Deliver(std::uint64_t now_ms) {
     return has_come;
 }
 
-bool Converter::IsExpecting() const { return !coming_.empty() || session_.HasOutput(); }
+bool Converter::IsExpecting() const { return !coming_.empty() || session_->HasOutput(); }
 
 std::size_t Converter::Read(std::span<std::uint8_t> bytes) {
     const std::size_t count = std::min(bytes.size(), queue_.size());
@@ -57,7 +47,7 @@ std::size_t Converter::Read(std::span<std::uint8_t> bytes) {
 }
 
 void Converter::TakeFromAnalyser(std::uint64_t now_ms) {
-    while (const std::optional<Message> packet = session_.TakeOutput(now_ms)) {
+    while (const std::optional<Message> packet = session_->TakeOutput(now_ms)) {
         const std::size_t whole = driver_.piece == 0 ? std::max<std::size_t>(packet->size(), 1) : driver_.piece;
         const std::size_t piece = trickle_ms_ != 0 ? 1 : whole;
         next_due_ms_            = std::max(next_due_ms_, now_ms + driver_.latency_ms);

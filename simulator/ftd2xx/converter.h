@@ -5,19 +5,20 @@
 #include <memory>
 #include <string>
 
-#include "block_session.h"
+#include "byte_session.h"
 #include "driver_setup.h"
-#include "scenario.h"
 
 namespace simulator {
 
 class Converter {
 public:
     /// `driver` must outlive the converter.
-    Converter(const ConverterSetup& setup, const DriverSetup& driver, Scenario scenario, EventSink events);
+    Converter(ConverterSetup setup, const DriverSetup& driver, std::unique_ptr<ByteSession> analyser)
+        : setup_(std::move(setup)), driver_(driver), session_(std::move(analyser)) {}
 
+    [[nodiscard]] ConverterSetup& Setup() { return setup_; }
     [[nodiscard]] const ConverterSetup& Setup() const { return setup_; }
-    [[nodiscard]] std::string ListedSerial() const;
+    [[nodiscard]] std::string ListedSerial() const { return setup_.serial.value_or(""); }
     [[nodiscard]] std::string ToldSerial() const { return setup_.told_serial.value_or(ListedSerial()); }
 
     /// The link is opened: what was under way is forgotten.
@@ -41,11 +42,9 @@ private:
 
     void TakeFromAnalyser(std::uint64_t now_ms);
 
-    const ConverterSetup& setup_;
+    ConverterSetup setup_;
     const DriverSetup& driver_;
-    Analyser2004 analyser_;
-    FaultScript faults_;
-    BlockSession session_;
+    std::unique_ptr<ByteSession> session_;
     std::deque<Piece> coming_;
     std::deque<std::uint8_t> queue_;
     std::uint32_t trickle_ms_ = 0;  // before each byte of the answer to the last call, which then comes in single bytes

@@ -3,13 +3,33 @@
 #include <algorithm>
 
 namespace simulator {
+namespace {
 
-Driver::Driver(DriverSetup setup, std::vector<Scenario> scenarios, EventSink events)
-    : setup_(std::move(setup)), events_(std::move(events)) {
-    for (std::size_t i = 0; i < setup_.converters.size(); ++i) {
-        converters_.push_back(
-            std::make_unique<Converter>(setup_.converters[i], setup_, std::move(scenarios[i]), events_));
+/// What the analysers behind each type of converter run at.
+bool IsItsRate(std::uint16_t type, std::uint32_t rate) {
+    switch (type) {
+        case 2:
+        case 16: return rate == 921600;
+        case 9: return rate == 57600;
+        default: return true;
     }
+}
+
+}  // namespace
+
+Converter& Driver::Attach(ConverterSetup setup, std::unique_ptr<ByteSession> analyser) {
+    return *converters_.emplace_back(std::make_unique<Converter>(std::move(setup), setup_, std::move(analyser)));
+}
+
+std::vector<const Converter*> Driver::OpenConverters() const {
+    std::vector<const Converter*> open;
+    for (const auto& [handle, entry] : handles_) open.push_back(entry.converter);
+    return open;
+}
+
+std::uint32_t Driver::CallsOf(std::string_view function) const {
+    const auto calls = calls_.find(function);
+    return calls == calls_.end() ? 0 : calls->second;
 }
 
 void Driver::SetUnplugged(const std::set<std::string>& serials, std::uint64_t now_ms) {
@@ -66,10 +86,13 @@ const Converter* Driver::Identify(const char* function, D2xxHandle handle, D2xxS
     return open == nullptr ? nullptr : open->converter;
 }
 
-D2xxStatus Driver::SetBaudRate(D2xxHandle handle) {
+D2xxStatus Driver::SetBaudRate(D2xxHandle handle, std::uint32_t rate) {
     D2xxStatus status = D2xxStatus::kOk;
-    static_cast<void>(BeginWith("FT_SetBaudRate", handle, status));
-    return status;
+    OpenHandle* open  = BeginWith("FT_SetBaudRate", handle, status);
+    if (open == nullptr) return status;
+    open->has_rate = IsItsRate(open->converter->Setup().product_id, rate);
+    if (!open->has_rate) events_("baud rate " + std::to_string(rate) + " refused");
+    return open->has_rate ? D2xxStatus::kOk : D2xxStatus::kInvalidParameter;
 }
 
 D2xxStatus Driver::SetEvent(D2xxHandle handle, void* event) {
@@ -83,6 +106,7 @@ D2xxStatus Driver::Write(D2xxHandle handle, Bytes bytes, std::uint32_t& written,
     const CallFault* fault = nullptr;
     OpenHandle* open       = BeginWith("FT_Write", handle, status, &fault);
     if (open == nullptr) return status;
+    if (!open->has_rate) return D2xxStatus::kIoError;
     const bool is_short = fault != nullptr && fault->kind == CallFaultKind::kShortWrite && !bytes.empty();
     if (is_short) bytes = bytes.first(bytes.size() - 1);
     open->converter->Write(bytes, fault, now_ms);
@@ -122,17 +146,23 @@ bool Driver::IsExpecting() const {
         handles_, [](const auto& entry) { return !entry.second.is_dead && entry.second.converter->IsExpecting(); });
 }
 
-const CallFault* Driver::Begin(const std::string& function) {
-    const std::uint32_t call = ++calls_[function];
+bool Driver::HasQueued() const {
+    return std::ranges::any_of(handles_, [](const auto& entry) { return entry.second.converter->Queued() != 0; });
+}
+
+const CallFault* Driver::Begin(std::string_view function) {
+    auto calls = calls_.find(function);
+    if (calls == calls_.end()) calls = calls_.emplace(function, 0).first;
+    const std::uint32_t call = ++calls->second;
     for (const CallFault& fault : setup_.faults) {
         if (fault.function != function || call < fault.first || call - fault.first >= fault.calls) continue;
-        events_(function + ", call " + std::to_string(call) + ", goes wrong");
+        events_(calls->first + ", call " + std::to_string(call) + ", goes wrong");
         return &fault;
     }
     return nullptr;
 }
 
-Driver::OpenHandle* Driver::BeginWith(const std::string& function, D2xxHandle handle, D2xxStatus& status,
+Driver::OpenHandle* Driver::BeginWith(std::string_view function, D2xxHandle handle, D2xxStatus& status,
                                       const CallFault** fault) {
     const CallFault* found = Begin(function);
     const auto open        = handles_.find(handle);

@@ -52,12 +52,9 @@ int WriteDeviceList(const std::vector<std::string>& names, std::span<char> list)
 
 struct IrdaSockets::Model {
     explicit Model(Scenario scenario)
-        : analyser(std::move(scenario.analyser)),
-          faults(scenario.faults),
-          session(analyser, faults, std::move(scenario.infrared), DropInTell) {}
+        : session(std::make_shared<ScriptedAnalyser>(std::move(scenario.analyser), scenario.faults),
+                  std::move(scenario.infrared), DropInTell) {}
 
-    Analyser2004 analyser;
-    FaultScript faults;
     InfraredSession session;
 };
 

@@ -24,13 +24,13 @@ struct Measurement {
 /// Without the channel each stays as it is.
 void TakeSpecialChannels(Measurement& measurement);
 
-/// The analyser's serial number; empty where it tells none.
-[[nodiscard]] std::wstring_view SerialNumberOf(const Measurement& measurement);
-
 /// True for what is shown and handed on: smoke channels with oil as fuel only.
 [[nodiscard]] inline bool IsHandedOn(const ChannelRecord& channel, const Measurement& measurement) {
     return measurement.oil_fuel || !IsSmokeChannel(channel.view_ident);
 }
+
+/// The analyser's serial number; empty where it tells none.
+[[nodiscard]] std::wstring_view SerialNumberOf(const Measurement& measurement);
 
 /// True when kind, device name and serial number are the same. An analyser without a serial number is never known again.
 [[nodiscard]] bool IsSameAnalyser(const Measurement& measurement, const Measurement& other);

@@ -2,9 +2,10 @@
 // USB, serial, infrared), bits 2 and 3 the size of the pieces, bit 4 a stop that is requested already.
 #pragma once
 
+#include "fake_d2xx.h"
 #include "instrument/opening_steps.h"
 #include "peers.h"
-#include "quick_driver.h"
+#include "platform/memory/memory_event.h"
 #include "transport/irda_link.h"
 #include "transport/serial_link.h"
 #include "transport/usb_link.h"
@@ -16,7 +17,7 @@ public:
     explicit Conversation(Input& input) : Conversation(input, input.Byte()) {}
     ~Conversation() {
         session_.link.reset();
-        Require(Quick().events == 0 && Quick().sockets == 0 && Quick().winsock == 0);
+        Require(OpenEvents() == 0 && TheIrdaWorld().open_sockets == 0 && TheIrdaWorld().references == 0);
     }
     Conversation(const Conversation&)            = delete;
     Conversation& operator=(const Conversation&) = delete;
@@ -32,16 +33,17 @@ private:
         : analyser_(input), stop_(choice >> 4 & 1u), session_(TransportOf(kCommunications[choice & 3]), &stop_) {
         constexpr std::size_t kSizes[] = {SIZE_MAX, 64, 9, 1};
         analyser_.SetPieceSize(kSizes[choice >> 2 & 3]);
-        analyser_.infrared = session_.transport == Transport::kIrda;
-        ResetQuick(&analyser_, kFailIrdaLog);
-        Quick().irda_devices = rigs::OneIrdaAnalyser();
-        session_.link        = OpenLink();
+        analyser_.infrared                        = session_.transport == Transport::kIrda;
+        FreshWorld().serial_ports[L"COM5"].device = &analyser_;
+        AlwaysFail(Call::kOpenFile);  // the infrared log
+        analyser_.Appear();
+        session_.link = OpenLink();
     }
 
     std::unique_ptr<Link> OpenLink() {
         IrdaOpenResult result = kIrdaOpenOk;
         switch (session_.transport) {
-            case Transport::kUsb: return std::make_unique<UsbLink>(rigs::OpenQuickUsbPort(), &stop_);
+            case Transport::kUsb: driver_.emplace().Attach(2, "1", &analyser_); return UsbLink::Open(2, &stop_);
             case Transport::kSerial: return SerialLink::Open(5, &stop_);
             default: return IrdaLink::Open(&stop_, result);
         }
@@ -49,6 +51,7 @@ private:
 
     Analyser analyser_;
     std::atomic<std::uint32_t> stop_;
+    std::optional<rigs::FakeD2xx> driver_;
     nelto::Session session_;
 };
 

@@ -2,17 +2,44 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <span>
 #include <string>
 
 #include "core/channel_table.h"
-#include "platform/quick/quick_platform.h"
+#include "platform/memory/memory_calls.h"
+#include "platform/memory/memory_irda_socket.h"
+#include "platform/memory/memory_platform.h"
 
 namespace nelto::test {
 
-using namespace platform::quick;
+using namespace platform::memory;
+using ByteSpan = std::span<const std::uint8_t>;
+
+/// What holds for every input; ends the run where it does not.
+inline void Require(bool condition) {
+    if (!condition) std::abort();
+}
+
+/// A world of its own for a run, in which nothing is kept that is only written.
+inline World& FreshWorld() {
+    ResetWorld();
+    ResetIrdaWorld();
+    TheWorld().keeps_texts = false;
+    TheWorld().hurries     = true;
+    return TheWorld();
+}
+
+/// The calls whose bits are set in `chosen` fail; the n-th bit stands for the n-th row.
+template <std::size_t kSize>
+void FailCalls(std::uint32_t chosen, const std::array<Call, kSize>& calls) {
+    for (std::size_t i = 0; i < calls.size(); ++i) {
+        if ((chosen >> i & 1U) != 0) AlwaysFail(calls[i]);
+    }
+}
 
 /// The input of one run, taken from its front; where nothing is left there are zeros.
 class Input {

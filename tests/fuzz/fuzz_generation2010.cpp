@@ -8,13 +8,13 @@
 #include "instrument/generation2010/analyser_2010.h"
 #include "instrument/opening_emusb.h"
 #include "library_call.h"
+#include "platform/memory/memory_dynamic_library.h"
 
 namespace {
 
 using namespace nelto;
 using simulator::kUsbDevice;
 using test::Input;
-using test::Quick;
 using test::Require;
 
 constexpr std::array<std::uint32_t, 6> kKinds = {781, 745, 760, 752, 711, 746};
@@ -92,12 +92,24 @@ void GiveUnread(void* out) { static_cast<std::uint8_t*>(out)[63] = 0xEE; }
 
 namespace {
 
-void* FindFunction(std::string_view name) {
-#define NELTO_EXPORT(library, function, arguments) \
-    if (name == #function) return reinterpret_cast<void*>(&function);
+constexpr std::array kMappers = {L"IDTEXTMAPPER.DLL", L"IDTEXTMAPPER_T752.DLL", L"IDTEXTMAPPER_T780.DLL"};
+
+/// Every library but the second one of the device, with or without the text mappers.
+void Install(bool with_mappers) {
+#define NELTO_EXPORT(library, function, arguments) {#function, reinterpret_cast<void*>(&function)},
+    static const test::LibraryFunctions kFunctions = {
 #include "exports.inc"
+    };
 #undef NELTO_EXPORT
-    return nullptr;
+    static bool is_there = false;
+    static bool mapped   = false;
+    if (std::exchange(is_there, true) && std::exchange(mapped, with_mappers) == with_mappers) return;
+    for (const wchar_t* name : {L"nelto7XXE.dll", L"neltoEmUSB.dll"}) test::InstallLibrary(name, kFunctions);
+    for (const wchar_t* name : kMappers) {
+        test::InstallLibrary(name, kFunctions);
+        if (!with_mappers) test::RemoveLibrary(name);
+    }
+    mapped = with_mappers;
 }
 
 /// Of the records that the library gave, before those that the program adds, each quantity and unit is there once.
@@ -153,11 +165,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     open                      = 0;
     const std::uint8_t choice = input.Byte();
     has_mapper                = choice / kKinds.size() % 2 == 0;
-    test::ResetQuick();
-    Quick().has_library = [](std::wstring_view name) {
-        return name.starts_with(L"IDTEXT") ? has_mapper : name != L"nelto7XXT.dll";
-    };
-    Quick().find_function = FindFunction;
+    test::FreshWorld();
+    Install(has_mapper);
     {
         Opening opening(kUsb, nullptr);
         opening.kind                   = kKinds[choice % kKinds.size()];
@@ -168,6 +177,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         TryAnalyser(analyser);
         if (open != 0) Require(analyser.Close() == kDone);
     }
-    Require(open == 0 && Quick().libraries == 0);
+    Require(open == 0);
+    for (const wchar_t* name : kMappers) Require(test::TimesLoaded(name) == 0);
     return 0;
 }

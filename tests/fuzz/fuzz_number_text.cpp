@@ -107,11 +107,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static ProgramState state;
     static Measurement measurement;
     Input input(data, size);
-    test::ResetQuick();
-    const wchar_t separator         = kSeparators[input.Byte() % kSeparators.size()];
-    const std::uint8_t choice       = input.Byte();
-    test::Quick().decimal_separator = separator;
-    const std::wstring typed        = input.Text();
+    auto& world               = test::FreshWorld();
+    const wchar_t separator   = kSeparators[input.Byte() % kSeparators.size()];
+    const std::uint8_t choice = input.Byte();
+    world.decimal_separator   = separator;
+    const std::wstring typed  = input.Text();
     TryTypedNumber(typed, separator);
 
     measurement       = {};

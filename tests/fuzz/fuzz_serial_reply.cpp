@@ -21,8 +21,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t capacity = input.Take<std::uint16_t>() % kLargestCapacity;
     const auto reply           = std::span(storage).last(capacity);  // the first byte too many is outside
     test::StepPeer peer(input);
-    test::ResetQuick(&peer);
-    const auto link = SerialLink::Open(5, nullptr);
+    test::FreshWorld().serial_ports[L"COM5"].device = &peer;
+    const auto link                                 = SerialLink::Open(5, nullptr);
     for (int round = 0; round < 2; ++round) {  // the second begins with what the first left behind
         std::size_t received     = 1;
         const std::size_t before = peer.writes;

@@ -47,20 +47,22 @@ private:
 ///   0xE8..0xEB    nothing comes
 ///   0xEC..0xEF    more noise than any answer has room for
 ///   0xF0..0xFF    from now on calls of the driver fail
-class StepPeer final : public Peer {
+class StepPeer final : public SerialDevice {
 public:
     explicit StepPeer(Input& input) : input_(input) { outgoing_.piece_size = 1u + input.Byte(); }
 
-    std::size_t writes = 0;
+    std::size_t writes     = 0;
+    std::uint32_t failures = 0;  // of the driver, by the steps 0xF0 and above
 
-    void Take(ByteSpan bytes) override {
+    std::size_t Write(ByteSpan bytes) override {
         Block block;
         Require(std::ranges::equal(bytes, kProgramAck) ||
                 (bytes[0] == kProgramStart && ParseBlock(bytes, block) == BlockFault::kNone));
         ++writes;
         if (!input_.IsEmpty()) Step(input_.Byte());
+        return bytes.size();
     }
-    std::size_t Give(std::span<std::uint8_t> room) override { return outgoing_.Give(room); }
+    std::size_t Read(std::span<std::uint8_t> room) override { return outgoing_.Give(room); }
 
 private:
     void Step(std::uint8_t step) {
@@ -69,7 +71,7 @@ private:
         if (step < 0xE0) return SendBlock(0, 200u + step % 56);
         if (step < 0xE8) return outgoing_.Add(kAnalyserAck);
         if (step >= 0xEC && step < 0xF0) return outgoing_.Add(kNoise);
-        if (step >= 0xF0) Quick().failures |= kFailShortWrite << (step % 16);
+        if (step >= 0xF0) failures |= 1U << (step % 16);
     }
     static constexpr std::array<std::uint8_t, 1100> kNoise = {kAnalyserStart, 1, 2, 3, 4, 5, 6};
 
@@ -87,7 +89,7 @@ private:
 /// Answers each request with the next message of the input, a two-byte number before its payload: 12 bits for the size,
 /// then one bit each for a message with a header of its own, for raw bytes without any frame, for a small block size,
 /// and for no answer at all. What the program leaves of an answer is there when it reads the next one.
-class Analyser final : public Peer {
+class Analyser final : public SerialDevice {
 public:
     explicit Analyser(Input& input) : input_(input) {}
 
@@ -95,16 +97,28 @@ public:
     std::size_t requests = 0;
 
     void SetPieceSize(std::size_t size) { outgoing_.piece_size = size; }
-    void Take(ByteSpan bytes) override {
-        if (!infrared && std::ranges::equal(bytes, kProgramAck)) return NextBlock();
+    std::size_t Write(ByteSpan bytes) override {
+        if (!infrared && std::ranges::equal(bytes, kProgramAck)) return NextBlock(), bytes.size();
         Block block{.index = 0, .count = 1, .payload = bytes};
         Require(infrared || ParseBlock(bytes, block) == BlockFault::kNone);
         Require(!block.payload.empty() && block.payload.size() <= 13 && block.count == 1);
         ++requests;
         if (!input_.IsEmpty()) Answer(block.payload.front());
+        return bytes.size();
     }
-    std::size_t Give(std::span<std::uint8_t> room) override { return outgoing_.Give(room); }
-    [[nodiscard]] std::size_t Waiting() const override { return outgoing_.Waiting(); }
+    std::size_t Read(std::span<std::uint8_t> room) override { return outgoing_.Give(room); }
+
+    /// Puts this analyser, and no other, in range of the infrared world.
+    void Appear() {
+        static const auto devices  = MakeIrdaDeviceList({"NELTO T785"});
+        TheIrdaWorld().device_list = devices;
+        TheIrdaWorld().on_request  = [this](ByteSpan request) { Write(request); };
+        TheIrdaWorld().on_idle     = [this] {
+            std::vector<std::uint8_t> piece(outgoing_.Waiting());
+            piece.resize(Read(piece));
+            TheIrdaWorld().pieces.emplace_back(std::move(piece));  // an empty one: the other side has closed
+        };
+    }
 
 private:
     void Answer(std::uint8_t command) {

@@ -125,7 +125,7 @@ TEST_F(CoreTest, StartsFromTheStoreAndRemovesAStaleExchangeFile) {
     World().temp_directory = L"C:\\" + std::wstring(120, L'd') + L"\\";
     StartProgram(state, L"");
     EXPECT_EQ(std::wstring(state.exchange_file.data()).size(), 127U);
-    World().registry_writable = false;
+    AlwaysFail(platform::memory::Call::kWriteRegistry);
     ChangeSetting(state.communication, kCommunicationSetting, 12);
     EXPECT_EQ(state.communication, 12U);
 }

@@ -8,7 +8,6 @@
 namespace nelto::test {
 namespace {
 
-using platform::memory::Call;
 using platform::memory::TheCalls;
 
 struct SystemCall {
@@ -22,7 +21,8 @@ struct SystemCall {
 constexpr SystemCall kSystemCalls[] = {
     {"open port",           Call::kOpenSerial,     Transport::kSerial},
     {"set port time-outs",  Call::kSerialTimeouts, Transport::kSerial, SystemCall::End::kStaysLocked},
-    {"set line",            Call::kSerialLine,     Transport::kSerial, SystemCall::End::kStaysLocked},
+    {"get line",            Call::kGetLine,        Transport::kSerial, SystemCall::End::kStaysLocked},
+    {"set line",            Call::kSetLine,        Transport::kSerial, SystemCall::End::kStaysLocked},
     {"write port",          Call::kWriteSerial,    Transport::kSerial},
     {"read port",           Call::kReadSerial,     Transport::kSerial},
     {"append to file",      Call::kAppendFile,     Transport::kSerial},
@@ -96,17 +96,17 @@ TEST(FaultMatrix, EveryCallOfTheSystemFails) {
 TEST(FaultMatrix, EveryCallOfTheDriverFails) {
     for (const std::string name : kDriverCalls) {
         const wchar_t* const version = name == "FT_EE_Read" ? L"2.08.14" : L"3.02.11";
-        std::size_t made             = 0;
-        const auto life              = [&](std::size_t failing) {
+        std::uint32_t made           = 0;
+        const auto life              = [&](std::uint32_t failing) {
             return Wrong(Transport::kUsb, SystemCall::End::kRecovers, version, [&](Stage& stage) {
-                if (failing != 0) stage.library->failures[name] = {.status = 4, .first = failing, .calls = 1};
-                stage.at_end = [&](const Stage& done) { made = done.library->CallsOf(name); };
+                if (failing != 0) stage.library->Fail(name, FakeD2xx::kIoError, failing, 1);
+                stage.at_end = [&](const Stage& done) { made = done.library->driver.CallsOf(name); };
             });
         };
         EXPECT_EQ(life(0), "");
-        const std::size_t calls = made;
-        std::size_t passed      = 0;
-        for (std::size_t call = 1; call <= calls; ++call) {
+        const std::uint32_t calls = made;
+        std::size_t passed        = 0;
+        for (std::uint32_t call = 1; call <= calls; ++call) {
             const std::string wrong = life(call);
             EXPECT_EQ(wrong, "") << name << " " << call;
             EXPECT_GE(made, call) << name;

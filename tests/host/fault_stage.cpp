@@ -149,8 +149,7 @@ void Stage::Strike(const Bytes& request, std::size_t count, Spoil message, Spoil
 
 void Stage::BreakLink() {
     if (library != nullptr) {
-        library->failures["FT_GetQueueStatus"] = {
-            .status = 4, .first = library->CallsOf("FT_GetQueueStatus") + 1, .calls = 1};
+        library->Fail("FT_GetQueueStatus", FakeD2xx::kIoError, library->driver.CallsOf("FT_GetQueueStatus") + 1, 1);
     } else {
         broken_ = true;
     }

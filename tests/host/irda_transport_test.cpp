@@ -9,6 +9,8 @@
 namespace nelto {
 namespace {
 
+using platform::memory::AlwaysFail;
+using platform::memory::Call;
 using platform::memory::IrdaPiece;
 using platform::memory::IrdaWorld;
 using platform::memory::MakeIrdaDeviceList;
@@ -66,10 +68,10 @@ const Bytes kForeignDevices = MakeIrdaDeviceList({"Printer", kLongName, "NELTO T
 
 // clang-format off
 const std::array kOpenCases = {
-    OpenCase{"no Winsock",      [](IrdaWorld& world) { world.has_winsock = false; }, 1, "Error 1\r\n", {}},
-    OpenCase{"no infrared",     [](IrdaWorld& world) { world.has_family = false; }, 1, "Error 1\r\n", {}},
-    OpenCase{"not blocking",    [](IrdaWorld& world) { world.blocking_fails = true; }, 2, "Error 2\r\n", {}},
-    OpenCase{"no listing",      [](IrdaWorld& world) { world.listing_fails = true; }, 3, "Error 3\r\n", {}},
+    OpenCase{"no Winsock",      [](IrdaWorld&) { AlwaysFail(Call::kStartSockets); }, 1, "Error 1\r\n", {}},
+    OpenCase{"no infrared",     [](IrdaWorld&) { AlwaysFail(Call::kOpenSocket); }, 1, "Error 1\r\n", {}},
+    OpenCase{"not blocking",    [](IrdaWorld&) { AlwaysFail(Call::kSetBlocking); }, 2, "Error 2\r\n", {}},
+    OpenCase{"no listing",      [](IrdaWorld&) { AlwaysFail(Call::kListDevices); }, 3, "Error 3\r\n", {}},
     OpenCase{"nobody there",    [](IrdaWorld& world) { world.device_list.clear(); }, 4,
              "Error 4: no IrDA device in range\r\n", {L"ZIVNELTO780: no IrDA device in range"}},
     OpenCase{"foreign devices", [](IrdaWorld& world) { world.device_list = kForeignDevices; }, 5,
@@ -279,7 +281,7 @@ TEST_F(IrdaTransport, WhatIsLeftOfAReplyIsThrownAwayUntilTheLineIsSilent) {
 
 TEST_F(IrdaTransport, SendingThatFailsEndsTheExchange) {
     const std::array<void (*)(IrdaLink&), 3> causes = {
-        [](IrdaLink&) { TheIrdaWorld().sending_fails = true; },
+        [](IrdaLink&) { AlwaysFail(Call::kSend); },
         [](IrdaLink&) { TheIrdaWorld().sends_half = true; },
         [](IrdaLink& link) { link.Close(); },
     };

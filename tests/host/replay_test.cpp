@@ -85,9 +85,9 @@ protected:
         std::string error;
         const auto scenario = simulator::ParseScenario(scenario_text, error);
         ASSERT_TRUE(scenario) << error;
-        simulator::Analyser2004 analyser(scenario->analyser);
-        simulator::FaultScript faults(scenario->faults);
-        simulator::BlockSession session(analyser, faults, 50, [](const std::string&) {});
+        simulator::BlockSession session(
+            std::make_shared<simulator::ScriptedAnalyser>(scenario->analyser, scenario->faults), 50,
+            [](const std::string&) {});
         SessionPort port(session);
         first_                                   = Connect(6);
         World().serial_ports[L"COM5"].open_error = 2;

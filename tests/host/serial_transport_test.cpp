@@ -42,9 +42,9 @@ TEST_F(SerialTransportTest, OpensThePortWithItsSettingsAndSaysWhatFailed) {
     };
     const Case cases[] = {
         {[](auto& state) { state.open_error = 2; }, {"Error Number 2", "Port open failed"}},
-        {[](auto& state) { state.immediate_reads_fail = true; }, {"SetCommTimeouts failed"}},
-        {[](auto& state) { state.get_state_fails = true; }, {"GetCommState failed"}},
-        {[](auto& state) { state.set_state_fails = true; }, {}},
+        {[](auto&) { AlwaysFail(Call::kSerialTimeouts); }, {"SetCommTimeouts failed"}},
+        {[](auto&) { AlwaysFail(Call::kGetLine); }, {"GetCommState failed"}},
+        {[](auto&) { AlwaysFail(Call::kSetLine); }, {}},
     };
     for (const Case& row : cases) {
         platform::memory::ResetWorld();

@@ -19,11 +19,10 @@ namespace simulator {
 namespace {
 
 TEST(BlockSession, LaterBlocksOfALateReplyComeByThemselvesAndBeforeTheNextAnswer) {
-    Analyser2004 analyser({});
-    FaultScript faults({{.kind = FaultKind::kDelay, .amount = 3000, .request = 1},
-                        {.kind = FaultKind::kUnasked, .amount = 200, .request = 1},
-                        {.kind = FaultKind::kSilence, .from = 3}});
-    BlockSession session(analyser, faults, 4, [](const std::string&) {});
+    const std::vector<Fault> faults = {{.kind = FaultKind::kDelay, .amount = 3000, .request = 1},
+                                       {.kind = FaultKind::kUnasked, .amount = 200, .request = 1},
+                                       {.kind = FaultKind::kSilence, .from = 3}};
+    BlockSession session(std::make_shared<ScriptedAnalyser>(AnalyserData{}, faults), 4, [](const std::string&) {});
     std::vector<std::string> sent;  // time of each block, and command of the first one of a reply
     const auto ask = [&](std::uint8_t command, std::uint64_t now_ms) {
         std::array<std::uint8_t, nelto::kMaxBlockSize> room;

@@ -8,11 +8,14 @@
 
 #include "core/program_state.h"
 #include "instrument/opening.h"
+#include "platform/memory/memory_calls.h"
 #include "serial_peers.h"
 
 namespace nelto::test {
 
 using namespace rigs;
+using platform::memory::AlwaysFail;
+using platform::memory::Call;
 
 class HostTest : public testing::Test {
 protected:

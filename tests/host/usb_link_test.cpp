@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "d2xx_exports.h"
 #include "fake_d2xx.h"
 #include "platform/memory/memory_dynamic_library.h"
 #include "platform/memory/memory_event.h"
@@ -12,6 +13,8 @@
 namespace nelto::test {
 namespace {
 
+using simulator::CallFaultKind;
+using Device  = simulator::ConverterSetup;
 using Serials = std::vector<std::uint32_t>;
 
 const std::wstring kOldVersion = L"2.08.14";
@@ -33,14 +36,15 @@ Listing List(std::uint32_t type, std::size_t capacity = 8) {
     return {result, serials};
 }
 
-/// Opens and closes again; gives the index of the device that was opened, -1 for none.
+/// Opens and closes again; gives the listed serial number of the device that was opened, -1 for none.
 std::uint32_t TryOpen(const FakeD2xx& library, std::uint32_t type, std::uint32_t serial, std::ptrdiff_t& index) {
     UsbPort* link              = reinterpret_cast<UsbPort*>(&index);
     const std::uint32_t result = NeltoUSBOpen(type, serial, link);
     EXPECT_EQ(link != nullptr, result == kUsbOk);
     index = -1;
     if (link == nullptr) return result;
-    index = static_cast<FtdiDevice*>(link->device) - library.devices.data();
+    const auto* const opened = library.driver.OpenConverters().at(0);
+    index                    = std::stoi(opened->ListedSerial());
     EXPECT_EQ(link->timeout_ms, 250u);
     EXPECT_EQ(NeltoUSBClose(link), kUsbOk);
     return result;
@@ -57,14 +61,14 @@ struct FaultRow {
     const char* cause;
     std::wstring version;
     const char* missing;  // function
-    void (*arrange)(FakeD2xx& library);
+    void (*arrange)(FakeD2xx& fake, simulator::ConverterSetup& device);
     std::uint32_t listed, opened;
     std::size_t loads_left;  // of each of the two
 };
 
-void Nothing(FakeD2xx&) {}
-void RemoveTheLibrary(FakeD2xx&) { platform::memory::RemoveLibrary(L"FTD2XX.DLL"); }
-void RemoveItsVersion(FakeD2xx&) { platform::memory::ResetSystemFileVersions(); }
+void Nothing(FakeD2xx&, Device&) {}
+void RemoveTheLibrary(FakeD2xx&, Device&) { platform::memory::RemoveLibrary(L"FTD2XX.DLL"); }
+void RemoveItsVersion(FakeD2xx&, Device&) { platform::memory::ResetSystemFileVersions(); }
 
 // clang-format off
 const FaultRow kFaults[] = {
@@ -82,16 +86,16 @@ const FaultRow kFaults[] = {
     {"to talk",            kNewVersion, "FT_Read",          Nothing, 0, 2, 0},
     {"to talk",            kNewVersion, "FT_SetEventNotification", Nothing, 0, 2, 0},
     {"to talk",            kNewVersion, "FT_GetQueueStatus", Nothing, 0, 2, 0},
-    {"no devices",         kNewVersion, "", [](FakeD2xx& fake) { fake.devices.clear(); }, 0, 5, 0},
-    {"another vendor",     kNewVersion, "", [](FakeD2xx& fake) { fake.devices[0].vendor_id = 0x0403; }, 0, 5, 0},
-    {"another vendor",     kOldVersion, "", [](FakeD2xx& fake) { fake.devices[0].vendor_id = 0x0403; }, 0, 5, 0},
-    {"another type",       kNewVersion, "", [](FakeD2xx& fake) { fake.devices[0].product_id = 9; }, 0, 5, 0},
-    {"another type",       kOldVersion, "", [](FakeD2xx& fake) { fake.devices[0].product_id = 9; }, 0, 5, 0},
-    {"counting",           kNewVersion, "", [](FakeD2xx& fake) { fake.failures["FT_ListDevices"] = {7}; }, 1007, 3, 0},
-    {"opening",            kNewVersion, "", [](FakeD2xx& fake) { fake.failures["FT_OpenEx"] = {3}; }, 3003, 3, 0},
-    {"EEPROM",             kOldVersion, "", [](FakeD2xx& fake) { fake.failures["FT_EE_Read"] = {15}; }, 4015, 3, 0},
-    {"information", kNewVersion, "", [](FakeD2xx& fake) { fake.failures["FT_GetDeviceInfo"] = {18}; }, 5018, 3, 0},
-    {"baud rate",          kNewVersion, "", [](FakeD2xx& fake) { fake.failures["FT_SetBaudRate"] = {4}; }, 0, 3, 0},
+    {"no devices",         kNewVersion, "", [](FakeD2xx& fake, Device&) { fake.driver.SetUnplugged({""}, 0); }, 0, 5, 0},
+    {"another vendor",     kNewVersion, "", [](FakeD2xx&, Device& device) { device.vendor_id = 0x0403; }, 0, 5, 0},
+    {"another vendor",     kOldVersion, "", [](FakeD2xx&, Device& device) { device.vendor_id = 0x0403; }, 0, 5, 0},
+    {"another type",       kNewVersion, "", [](FakeD2xx&, Device& device) { device.product_id = 9; }, 0, 5, 0},
+    {"another type",       kOldVersion, "", [](FakeD2xx&, Device& device) { device.product_id = 9; }, 0, 5, 0},
+    {"counting",           kNewVersion, "", [](FakeD2xx& fake, Device&) { fake.Fail("FT_ListDevices", 7); }, 1007, 3, 0},
+    {"opening",            kNewVersion, "", [](FakeD2xx& fake, Device&) { fake.Fail("FT_OpenEx", 3); }, 3003, 3, 0},
+    {"EEPROM",             kOldVersion, "", [](FakeD2xx& fake, Device&) { fake.Fail("FT_EE_Read", 15); }, 4015, 3, 0},
+    {"information", kNewVersion, "", [](FakeD2xx& fake, Device&) { fake.Fail("FT_GetDeviceInfo", 18); }, 5018, 3, 0},
+    {"baud rate",          kNewVersion, "", [](FakeD2xx& fake, Device&) { fake.Fail("FT_SetBaudRate", 4); }, 0, 3, 0},
 };
 // clang-format on
 
@@ -100,26 +104,26 @@ TEST_F(UsbDevices, EachCauseHasItsResultAndReleasesWhatItLoaded) {
         SCOPED_TRACE(std::string(row.cause) + row.missing);
         platform::memory::ResetWorld();
         FakeD2xx library(row.version);
-        library.Attach(2, "12345678");
-        if (*row.missing != '\0') library.Remove(row.missing);
-        row.arrange(library);
+        Device& device = library.Attach(2, "12345678");
+        InstallD2xx(row.missing);
+        row.arrange(library, device);
         EXPECT_EQ(List(2).result, row.listed);
         EXPECT_EQ(library.TimesLoaded(), row.loads_left);
         EXPECT_EQ(TryOpen(library, 2), row.opened);
         EXPECT_EQ(library.TimesLoaded(), 2 * row.loads_left);
-        EXPECT_EQ(library.open_devices, 0u);
+        EXPECT_EQ(library.driver.OpenCount(), 0U);
     }
 }
 
 // The serial number is the second call of FT_ListDevices, that of the second device the third; by then the first device
 // has been looked at and must be closed.
 TEST_F(UsbDevices, AFailureAtALaterDeviceLosesTheWholeListing) {
-    for (const std::size_t failing_call : {2u, 3u}) {
+    for (const std::uint32_t failing_call : {2u, 3u}) {
         FakeD2xx library;
         library.Attach(9, "1");
         library.Attach(9, "2");
-        library.failures["FT_ListDevices"] = {.status = 6, .first = failing_call};
-        const Listing listing              = List(9);
+        library.Fail("FT_ListDevices", 6, failing_call);
+        const Listing listing = List(9);
         EXPECT_EQ(listing.result, 2006u);
         EXPECT_TRUE(listing.serials.empty());
         EXPECT_TRUE(library.AllReleased());
@@ -147,8 +151,8 @@ TEST_F(UsbDevices, TheMajorVersionDecidesHowDevicesAreIdentified) {
         library.Attach(16, "5");
         EXPECT_EQ(List(16).serials, Serials{5});
         EXPECT_EQ(TryOpen(library, 16), kUsbOk);
-        EXPECT_EQ(library.CallsOf("FT_EE_Read"), row.by_eeprom ? 2u : 0u);
-        EXPECT_EQ(library.CallsOf("FT_GetDeviceInfo"), row.by_eeprom ? 0u : 2u);
+        EXPECT_EQ(library.driver.CallsOf("FT_EE_Read"), row.by_eeprom ? 2u : 0u);
+        EXPECT_EQ(library.driver.CallsOf("FT_GetDeviceInfo"), row.by_eeprom ? 0u : 2u);
     }
 }
 
@@ -185,32 +189,33 @@ TEST_F(UsbDevices, OnlyOldLibrariesCompareTheSerialNumberOnOpening) {
         std::ptrdiff_t device;
     };
     const Row rows[] = {
-        {kOldVersion, kAny, kUsbOk, 1},      {kOldVersion, 222, kUsbOk, 2},  {kOldVersion, 12345678, kUsbNoDevice, -1},
-        {kOldVersion, 99, kUsbNoDevice, -1}, {kNewVersion, kAny, kUsbOk, 1}, {kNewVersion, 222, kUsbOk, 1},
-        {kNewVersion, 12345678, kUsbOk, 1},
+        {kOldVersion, kAny, kUsbOk, 111},          {kOldVersion, 222, kUsbOk, 222},
+        {kOldVersion, 12345678, kUsbNoDevice, -1}, {kOldVersion, 99, kUsbNoDevice, -1},
+        {kNewVersion, kAny, kUsbOk, 111},          {kNewVersion, 222, kUsbOk, 111},
+        {kNewVersion, 12345678, kUsbOk, 111},
     };
     for (const Row& row : rows) {
         FakeD2xx library(row.version);
         library.Attach(2, "12345678");
         library.Attach(9, "111");
-        library.Attach(9, "222");
-        std::ptrdiff_t device = 0;
+        library.Attach(9, "222").told_serial = "99";
+        std::ptrdiff_t device                = 0;
         EXPECT_EQ(TryOpen(library, 9, row.serial, device), row.result) << row.serial;
         EXPECT_EQ(device, row.device) << row.serial;
         EXPECT_TRUE(library.AllReleased());
     }
 }
 
+// The driver takes the rate of each type alone.
 TEST_F(UsbDevices, OpeningSetsTheBaudRateOfTheTypeAndTellsTheDebugger) {
-    for (const auto& [type, baud_rate] :
-         std::map<std::uint32_t, std::uint32_t>{{2, 921600}, {9, 57600}, {16, 921600}}) {
+    for (const std::uint16_t type : std::initializer_list<std::uint16_t>{2, 9, 16}) {
         platform::memory::ResetWorld();
         FakeD2xx library;
         EXPECT_EQ(TryOpen(library, type), kUsbNoDevice);
         EXPECT_TRUE(World().debug_lines.empty());
         library.Attach(type, "1");
         EXPECT_EQ(TryOpen(library, type), kUsbOk);
-        EXPECT_EQ(library.baud_rate, baud_rate);
+        EXPECT_EQ(library.driver.CallsOf("FT_SetBaudRate"), 1U);
         EXPECT_EQ(World().debug_lines, std::vector<std::wstring>{L"NeltoUSBOpen finished without error"});
     }
 }
@@ -223,8 +228,8 @@ TEST_F(UsbDevices, ClosingReleasesWhateverTheDriverSays) {
     };
     const Row rows[] = {
         {[](FakeD2xx&) {}, kUsbOk, 0},
-        {[](FakeD2xx& library) { library.failures["FT_Close"] = {1}; }, kUsbDriverFailed, 0},
-        {[](FakeD2xx& library) { library.Remove("FT_Close"); }, kUsbNotAvailable, 1},
+        {[](FakeD2xx& library) { library.Fail("FT_Close", 1); }, kUsbDriverFailed, 0},
+        {[](FakeD2xx&) { InstallD2xx("FT_Close"); }, kUsbNotAvailable, 1},
     };
     for (const Row& row : rows) {
         FakeD2xx library;
@@ -234,7 +239,7 @@ TEST_F(UsbDevices, ClosingReleasesWhateverTheDriverSays) {
         row.arrange(library);
         EXPECT_EQ(NeltoUSBClose(link), row.result);
         EXPECT_EQ(library.TimesLoaded(), 0u);
-        EXPECT_EQ(library.open_devices, row.devices_left);
+        EXPECT_EQ(library.driver.OpenCount(), row.devices_left);
     }
 }
 
@@ -422,17 +427,16 @@ TEST_F(OwnUsbMessages, ARepeatedPacketIsSkipped) {
 }
 
 TEST_F(UsbMessages, ASignalWithoutBytesIsAFailureOfTheDriver) {
-    library_.signals_early = true;
+    library_.Spoil(CallFaultKind::kEarlySignal, 20);
     Answer(kIdentPacket);
     EXPECT_EQ(Transceive(Hex("42")), kUsbDriverFailed);
-    library_.signals_early = false;
 }
 
 TEST_F(OwnUsbMessages, ASignalWithoutBytesIsWaitedOnWithinTheSameTimeout) {
-    library_.signals_early = true;
+    library_.Spoil(CallFaultKind::kEarlySignal, 20);
     Answer(kIdentPacket);
     EXPECT_EQ(OwnTransceive(200), LinkStatus::kOk);
-    library_.hides_queue      = true;  // signals, and nothing ever comes
+    library_.Spoil(CallFaultKind::kEmptyQueue);  // signals, and nothing ever comes
     const std::uint32_t start = World().now;
     Answer(kIdentPacket);
     EXPECT_EQ(OwnTransceive(200), LinkStatus::kTimeOut);
@@ -440,9 +444,9 @@ TEST_F(OwnUsbMessages, ASignalWithoutBytesIsWaitedOnWithinTheSameTimeout) {
 }
 
 TEST_F(OwnUsbMessages, AStopEndsAReplyThatTricklesInAndNoShorterOne) {
-    library_.piece_size = 1;
     for (const std::uint32_t pause : {100U, 900U}) {
-        library_.piece_pause = pause;  // 17 bytes: 1.7 and 15.3 seconds
+        library_.Repair();
+        library_.Spoil(CallFaultKind::kTrickle, pause);  // 17 bytes: 1.7 and 15.3 seconds
         Answer(kIdentPacket);
         World().on_wait = [this, before = World().on_wait, at = World().now + 500] {
             before();
@@ -459,7 +463,7 @@ TEST_F(OwnUsbMessages, AStopEndsAReplyThatTricklesInAndNoShorterOne) {
 
 TEST_F(UsbMessages, PacketsComeInPiecesOfAnySize) {
     for (const std::size_t piece : {1u, 2u, 3u, 5u, 6u, 7u, 100u}) {
-        library_.piece_size = piece;
+        library_.driver.Setup().piece = piece;
         AnswerMessage(Counting(600));
         EXPECT_EQ(Transceive(Hex("42")), kUsbOk) << piece;
         EXPECT_EQ(reply_, Counting(600));
@@ -468,8 +472,8 @@ TEST_F(UsbMessages, PacketsComeInPiecesOfAnySize) {
 
 // 248 payload bytes fill the answer buffer to its last byte; with more the packet can never be whole.
 TEST_F(UsbMessages, APacketBeyondTheBufferNeverBecomesWhole) {
-    for (const std::size_t piece : {SIZE_MAX, std::size_t{1}, std::size_t{200}}) {
-        library_.piece_size = piece;
+    for (const std::size_t piece : {0u, 1u, 200u}) {
+        library_.driver.Setup().piece = piece;
         Answer(Packet(0, 1, Counting(248)));
         EXPECT_EQ(Transceive(Hex("42")), kUsbOk);
         Answer(Packet(0, 1, Counting(249)));
@@ -484,12 +488,12 @@ TEST_F(UsbMessages, APacketBeyondTheBufferNeverBecomesWhole) {
 }
 
 TEST_F(UsbMessages, AStreamWithoutEndIsGivenUp) {
-    library_.never_quiet = true;
+    library_.driver.Setup().piece = 8;
     Bytes stream(5000, 0xFF);
     stream.front() = kAnalyserStart;
     Answer(stream);
     EXPECT_EQ(Transceive(Hex("42")), kUsbTimeout);
-    library_.never_quiet = false;
+    library_.driver.Setup().piece = 0;
     ExpectGoodExchange();
 }
 
@@ -511,14 +515,14 @@ struct DriverRow {
 };
 
 constexpr DriverRow kDriverFaults[] = {
-    {"event refused", [](FakeD2xx& library) { library.failures["FT_SetEventNotification"] = {4}; }},
-    {"write refused", [](FakeD2xx& library) { library.failures["FT_Write"] = {4}; }},
-    {"short write", [](FakeD2xx& library) { library.most_written = 8; }},
-    {"queue unknown", [](FakeD2xx& library) { library.failures["FT_GetQueueStatus"] = {4}; }},
-    {"queue empty", [](FakeD2xx& library) { library.hides_queue = true; }},
-    {"read refused", [](FakeD2xx& library) { library.failures["FT_Read"] = {4}; }},
-    {"short read", [](FakeD2xx& library) { library.missing_bytes = 1; }},
-    {"no event", [](FakeD2xx&) { platform::memory::FailEventsAfter(0); }},
+    {"event refused", [](FakeD2xx& library) { library.Fail("FT_SetEventNotification"); }},
+    {"write refused", [](FakeD2xx& library) { library.Fail("FT_Write"); }},
+    {"short write", [](FakeD2xx& library) { library.Spoil(CallFaultKind::kShortWrite); }},
+    {"queue unknown", [](FakeD2xx& library) { library.Fail("FT_GetQueueStatus"); }},
+    {"queue empty", [](FakeD2xx& library) { library.Spoil(CallFaultKind::kEmptyQueue); }},
+    {"read refused", [](FakeD2xx& library) { library.Fail("FT_Read"); }},
+    {"short read", [](FakeD2xx& library) { library.Spoil(CallFaultKind::kShortRead); }},
+    {"no event", [](FakeD2xx&) { AlwaysFail(Call::kCreateEvent); }},
 };
 
 TEST_F(UsbMessages, EveryDriverFaultEndsTheMessageAndNotTheLink) {
@@ -527,10 +531,8 @@ TEST_F(UsbMessages, EveryDriverFaultEndsTheMessageAndNotTheLink) {
         row.arrange(library_);
         Answer(kIdentPacket);
         EXPECT_EQ(Transceive(Hex("42")), kUsbDriverFailed);
-        library_.failures.clear();
-        library_.most_written  = SIZE_MAX;
-        library_.missing_bytes = 0;
-        library_.hides_queue   = false;
+        library_.Repair();
+        platform::memory::TheCalls() = {};
         platform::memory::ResetEvents();
         ExpectGoodExchange();
     }

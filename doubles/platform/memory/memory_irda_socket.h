@@ -17,11 +17,6 @@ namespace nelto::platform::memory {
 using IrdaPiece = std::optional<std::vector<std::uint8_t>>;
 
 struct IrdaWorld {
-    bool has_winsock            = true;
-    bool has_family             = true;
-    bool blocking_fails         = false;
-    bool listing_fails          = false;
-    bool sending_fails          = false;
     bool sends_half             = false;
     std::uint32_t connect_error = 0;
     std::vector<std::uint8_t> device_list;  // copied to the front of the program's buffer

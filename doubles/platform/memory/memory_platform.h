@@ -36,10 +36,7 @@ public:
 
 struct SerialPortState {
     SerialDevice* device       = nullptr;
-    std::uint32_t open_error   = 0;  // error number that opening fails with
-    bool immediate_reads_fail  = false;
-    bool get_state_fails       = false;
-    bool set_state_fails       = false;
+    std::uint32_t open_error   = 0;      // error number that opening fails with
     std::uint32_t baud_rate    = 0;      // as set by the program
     bool stands_still          = false;  // output waits for ever: its receiver halts the line
     std::uint32_t open_handles = 0;
@@ -47,19 +44,24 @@ struct SerialPortState {
 };
 
 struct World {
-    std::uint32_t now     = 1000;  // tick count
-    CalendarTime calendar = {.year = 2011, .month = 3, .day = 7, .hour = 14, .minute = 5, .second = 9};
+    std::uint32_t now       = 1000;  // tick count
+    std::uint32_t looked_at = 1000;  // tick count at the last look at RunningMilliseconds
+    std::uint64_t running   = 0;     // up to then
+    CalendarTime calendar   = {.year = 2011, .month = 3, .day = 7, .hour = 14, .minute = 5, .second = 9};
     /// Called after each wait, with the new time in place.
     std::function<void()> on_wait;
 
     std::wstring temp_directory = L"C:\\Temp\\";
-    std::map<std::wstring, std::string> files;
-    std::set<std::wstring> unwritable_files;
+    std::map<std::wstring, std::string, std::less<>> files;
+    std::set<std::wstring, std::less<>> unwritable_files;
     std::size_t disk_space   = std::numeric_limits<std::size_t>::max();  // bytes that can still be written
     std::uint32_t open_files = 0;
-    std::map<std::wstring, std::uint64_t> bytes_written;  // by path, whatever became of the file
+    std::map<std::wstring, std::uint64_t, std::less<>> bytes_written;  // by path, whatever became of the file
 
     std::vector<std::wstring> debug_lines;
+    /// For far ends that answer at once or never: a wait for what is not there is over at once, with the time that it had.
+    bool hurries = false;
+    bool idle    = false;  // the last look at a port found nothing, and nothing was written since
     /// False for long runs: written bytes are counted and forgotten, and so are debugger lines.
     bool keeps_texts = true;
 
@@ -67,8 +69,7 @@ struct World {
     wchar_t decimal_separator = L'.';
     std::wstring locale_tag   = L"de-DE";
 
-    std::map<std::wstring, std::uint32_t> registry;
-    bool registry_writable = true;
+    std::map<std::wstring, std::uint32_t, std::less<>> registry;
 
     std::map<std::wstring, SerialPortState> serial_ports;  // by device path
 };
@@ -77,5 +78,8 @@ struct World {
 
 /// Puts a fresh world in place.
 void ResetWorld();
+
+/// Milliseconds that have passed in this world going on where the tick count begins anew.
+[[nodiscard]] std::uint64_t RunningMilliseconds();
 
 }  // namespace nelto::platform::memory

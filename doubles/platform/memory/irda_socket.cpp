@@ -47,7 +47,7 @@ void CheckOpen(IrdaSocket socket) {
 }  // namespace
 
 bool StartIrdaSockets() {
-    if (Fails(Call::kStartSockets) || !TheIrdaWorld().has_winsock) return false;
+    if (Fails(Call::kStartSockets)) return false;
     ++TheIrdaWorld().references;
     return true;
 }
@@ -57,15 +57,14 @@ void EndIrdaSockets() {
 }
 
 IrdaSocket OpenIrdaSocket() {
-    if (Fails(Call::kOpenSocket) || TheIrdaWorld().references == 0 || !TheIrdaWorld().has_family)
-        return IrdaSocket::kNone;
+    if (Fails(Call::kOpenSocket) || TheIrdaWorld().references == 0) return IrdaSocket::kNone;
     if (TheIrdaWorld().open_sockets++ != 0) std::abort();  // one at a time
     return kTheSocket;
 }
 
 bool SetBlocking(IrdaSocket socket) {
     CheckOpen(socket);
-    return !Fails(Call::kSetBlocking) && !TheIrdaWorld().blocking_fails;
+    return !Fails(Call::kSetBlocking);
 }
 
 bool ListIrdaDevices(IrdaSocket socket, std::span<std::uint8_t> list) {
@@ -73,7 +72,7 @@ bool ListIrdaDevices(IrdaSocket socket, std::span<std::uint8_t> list) {
     TheIrdaWorld().list_space                    = list.size();
     const std::vector<std::uint8_t>& device_list = TheIrdaWorld().device_list;
     std::copy_n(device_list.begin(), std::min(device_list.size(), list.size()), list.begin());
-    return !Fails(Call::kListDevices) && !TheIrdaWorld().listing_fails;
+    return !Fails(Call::kListDevices);
 }
 
 bool ConnectIrda(IrdaSocket socket, const IrdaDeviceId& device, const IrdaName& service) {
@@ -85,7 +84,7 @@ bool ConnectIrda(IrdaSocket socket, const IrdaDeviceId& device, const IrdaName& 
 
 std::ptrdiff_t SendIrda(IrdaSocket socket, std::span<const std::uint8_t> bytes) {
     CheckOpen(socket);
-    if (Fails(Call::kSend) || TheIrdaWorld().sending_fails) return -1;
+    if (Fails(Call::kSend)) return -1;
     if (TheIrdaWorld().sends_half) return static_cast<std::ptrdiff_t>(bytes.size() / 2);
     TheIrdaWorld().requests.emplace_back(bytes.begin(), bytes.end());
     if (TheIrdaWorld().on_request) TheIrdaWorld().on_request(TheIrdaWorld().requests.back());

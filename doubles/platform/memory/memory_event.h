@@ -9,9 +9,6 @@ namespace nelto::platform::memory {
 /// Signals the event that `native_handle` stands for; one that is closed already is passed over.
 void SignalEvent(void* native_handle);
 
-/// Lets the next `count` creations succeed and every later one fail.
-void FailEventsAfter(std::size_t count);
-
 /// Events that are created and not yet closed.
 [[nodiscard]] std::size_t OpenEvents();
 

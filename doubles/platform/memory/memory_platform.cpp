@@ -17,17 +17,21 @@ namespace nelto::platform {
 namespace memory {
 namespace {
 
-std::unique_ptr<World>& Holder() {
-    static auto world = std::make_unique<World>();
-    return world;
-}
+auto the_world = std::make_unique<World>();
 
 }  // namespace
 
-World& TheWorld() { return *Holder(); }
+World& TheWorld() { return *the_world; }
+
+std::uint64_t RunningMilliseconds() {
+    World& world = TheWorld();
+    world.running += std::uint32_t{world.now - world.looked_at};
+    world.looked_at = world.now;
+    return world.running;
+}
 
 void ResetWorld() {
-    Holder()   = std::make_unique<World>();
+    the_world  = std::make_unique<World>();
     TheCalls() = {};
 }
 
@@ -44,6 +48,11 @@ constexpr std::uint32_t kFileNotFound = 2;
 constexpr std::uint32_t kDiskFull     = 112;
 
 using File = std::pair<const std::wstring, std::string>;
+
+File& TheFile(const wchar_t* path) {
+    const auto found = TheWorld().files.find(path);
+    return found != TheWorld().files.end() ? *found : *TheWorld().files.try_emplace(path).first;
+}
 
 /// As much as the disk has room for; false when that is not all.
 bool Write(File& file, std::string_view bytes) {
@@ -71,7 +80,7 @@ void RemoveFile(const wchar_t* path) { TheWorld().files.erase(path); }
 
 std::uint32_t AppendToFile(const wchar_t* path, std::string_view bytes) {
     if (Fails(Call::kAppendFile) || TheWorld().unwritable_files.contains(path)) return kAccessDenied;
-    return Write(*TheWorld().files.try_emplace(path).first, bytes) ? 0 : kDiskFull;
+    return Write(TheFile(path), bytes) ? 0 : kDiskFull;
 }
 
 std::uint32_t MoveFileOver(const wchar_t* path, const wchar_t* new_path) {
@@ -84,7 +93,7 @@ std::uint32_t MoveFileOver(const wchar_t* path, const wchar_t* new_path) {
 
 FileHandle OpenEmptiedFile(const wchar_t* path) {
     if (Fails(Call::kOpenFile) || TheWorld().unwritable_files.contains(path)) return FileHandle::kNone;
-    File& file  = *TheWorld().files.try_emplace(path).first;
+    File& file  = TheFile(path);
     file.second = {};
     ++TheWorld().open_files;
     return static_cast<FileHandle>(reinterpret_cast<std::uintptr_t>(&file));
@@ -97,7 +106,8 @@ void CloseFile(FileHandle) { --TheWorld().open_files; }
 std::uint32_t TickMilliseconds() { return TheWorld().now; }
 
 void SleepMilliseconds(std::uint32_t milliseconds) {
-    TheWorld().now += milliseconds;
+    constexpr std::uint32_t kHurry = 1000;
+    TheWorld().now += TheWorld().hurries && TheWorld().idle ? std::max(milliseconds, kHurry) : milliseconds;
     if (TheWorld().on_wait) TheWorld().on_wait();
 }
 
@@ -110,8 +120,10 @@ void DebugOutput(const wchar_t* text) {
 }
 
 std::string ToAnsi(std::wstring_view text) {
-    std::string bytes;
-    for (const wchar_t character : text) bytes += character < 0x100 ? static_cast<char>(character) : '?';
+    std::string bytes(text.size(), '?');
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] < 0x100) bytes[i] = static_cast<char>(text[i]);
+    }
     return bytes;
 }
 
@@ -130,7 +142,7 @@ std::uint32_t RegReadDword(const wchar_t* name, std::uint32_t fallback) {
 }
 
 std::uint32_t RegWriteDword(const wchar_t* name, std::uint32_t number) {
-    if (!TheWorld().registry_writable) return 1;
+    if (Fails(Call::kWriteRegistry)) return 1;
     TheWorld().registry[name] = number;
     return 0;
 }
@@ -147,25 +159,26 @@ SerialHandle OpenSerialPort(const wchar_t* path, std::uint32_t& error) {
     return static_cast<SerialHandle>(reinterpret_cast<std::uintptr_t>(&port));
 }
 
-bool SetImmediateReads(SerialHandle port) {
-    return !Fails(Call::kSerialTimeouts) && !ToPort(port)->immediate_reads_fail;
-}
+bool SetImmediateReads(SerialHandle port) { return ToPort(port)->open_handles != 0 && !Fails(Call::kSerialTimeouts); }
 
 LineResult SetLine(SerialHandle port, std::uint32_t baud_rate) {
-    if (Fails(Call::kSerialLine) || ToPort(port)->get_state_fails) return LineResult::kGetStateFailed;
-    if (ToPort(port)->set_state_fails) return LineResult::kSetStateFailed;
+    if (Fails(Call::kGetLine)) return LineResult::kGetStateFailed;
+    if (Fails(Call::kSetLine)) return LineResult::kSetStateFailed;
     ToPort(port)->baud_rate = baud_rate;
     return LineResult::kOk;
 }
 
 std::size_t WriteSerial(SerialHandle port, std::span<const std::uint8_t> bytes) {
+    TheWorld().idle              = false;
     memory::SerialDevice* device = ToPort(port)->device;
     return !Fails(Call::kWriteSerial) && device != nullptr ? device->Write(bytes) : 0;
 }
 
 std::size_t ReadSerial(SerialHandle port, std::span<std::uint8_t> bytes) {
     memory::SerialDevice* device = ToPort(port)->device;
-    return !Fails(Call::kReadSerial) && device != nullptr ? device->Read(bytes) : 0;
+    const std::size_t size       = !Fails(Call::kReadSerial) && device != nullptr ? device->Read(bytes) : 0;
+    TheWorld().idle              = size == 0;
+    return size;
 }
 
 void CloseSerialPort(SerialHandle port) {

@@ -24,7 +24,9 @@ std::vector<Library>& Libraries() {
     return libraries;
 }
 
-Library* FindByName(const std::wstring& name) {
+bool (*hides_function)(std::string_view name) = nullptr;
+
+Library* FindByName(std::wstring_view name) {
     for (Library& library : Libraries()) {
         if (library.name == name) return &library;
     }
@@ -58,7 +60,8 @@ LibraryHandle LoadLibraryToStay(const wchar_t* name) {
 void* FindFunction(LibraryHandle library, const char* name) {
     const memory::LibraryFunctions& functions = Loaded(library).functions;
     const auto found                          = functions.find(name);
-    const bool fails                          = memory::Fails(memory::Call::kFindFunction);
+    const bool fails =
+        memory::Fails(memory::Call::kFindFunction) || (hides_function != nullptr && hides_function(name));
     return fails || found == functions.end() ? nullptr : found->second;
 }
 
@@ -88,7 +91,12 @@ std::size_t LoadsEver(const std::wstring& name) {
     return library == nullptr ? 0 : library->loads_ever;
 }
 
-void ResetLibraries() { Libraries().clear(); }
+void HideFunctions(bool (*hides)(std::string_view name)) { hides_function = hides; }
+
+void ResetLibraries() {
+    Libraries().clear();
+    hides_function = nullptr;
+}
 
 }  // namespace memory
 }  // namespace nelto::platform

@@ -1,4 +1,4 @@
-// Failures of single calls of the in-memory platform: the n-th call of any service can be made to fail.
+// Failures of calls of the in-memory platform: the n-th one of any service can be made to fail, or all of them.
 #pragma once
 
 #include <array>
@@ -11,7 +11,8 @@ namespace nelto::platform::memory {
 enum class Call : std::uint8_t {
     kOpenSerial,
     kSerialTimeouts,
-    kSerialLine,
+    kGetLine,
+    kSetLine,
     kWriteSerial,
     kReadSerial,
     kLoadLibrary,
@@ -29,6 +30,7 @@ enum class Call : std::uint8_t {
     kAppendFile,
     kTempDirectory,
     kReadRegistry,
+    kWriteRegistry,
     kEnd
 };
 
@@ -37,10 +39,14 @@ struct Calls {
     /// The call that reaches `failing_count` of `failing` fails, and only that.
     Call failing              = Call::kEnd;
     std::size_t failing_count = 0;
+    std::uint32_t always      = 0;  // bits by Call: those fail whenever they are made
 };
 
 /// Begin anew with each ResetWorld.
 [[nodiscard]] Calls& TheCalls();
+
+/// From now on the call fails, or no longer.
+void AlwaysFail(Call call, bool fails = true);
 
 /// Counts a call; true when it is to fail.
 [[nodiscard]] bool Fails(Call call);
