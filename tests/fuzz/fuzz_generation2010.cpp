@@ -96,7 +96,7 @@ constexpr std::array kMappers = {L"IDTEXTMAPPER.DLL", L"IDTEXTMAPPER_T752.DLL", 
 
 /// Every library but the second one of the device, with or without the text mappers.
 void Install(bool with_mappers) {
-#define NELTO_EXPORT(library, function, arguments) {#function, reinterpret_cast<void*>(&function)},
+#define NELTO_EXPORT(library, function, arguments) {#function, reinterpret_cast<void*>(&(function))},
     static const test::LibraryFunctions kFunctions = {
 #include "exports.inc"
     };
