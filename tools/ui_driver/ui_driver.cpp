@@ -10,7 +10,7 @@
 //   rescale ID WIDTH        give a control this width and tell of a change of the scaling
 //   measure TEXT | ideal ID width of a text in the font of the values | [width, height] that a button needs
 //   activate | focus [ID] | windows | messagebox [ID] | controls | resources PID
-//   regset NAME dword|string VALUE | regget NAME | temp
+//   regset NAME dword|string VALUE | regget NAME | temp | clipboard
 //   desktop                 whether windows can be made at all
 #include <windows.h>
 
@@ -365,7 +365,8 @@ Answer MessageBoxState(Words& words) {
     for (HWND top : TopWindows()) {
         if (ClassOf(top) != L"#32770" || ProcessOf(top) != ProcessOf(window) || GetWindow(top, GW_OWNER) != window)
             continue;
-        if (TextOf(top).rfind(L"Nelto StackWatcher", 0) == 0) continue;
+        const bool can_grow = (GetWindowLongPtrW(top, GWL_STYLE) & WS_THICKFRAME) != 0;
+        if (can_grow || TextOf(top).rfind(L"Nelto StackWatcher", 0) == 0) continue;
         if (!button.empty())
             return {PostMessageW(top, WM_COMMAND, std::wcstoul(button.c_str(), nullptr, 0), 0) != 0, {}};
         std::vector<std::string> texts;
@@ -458,6 +459,15 @@ Answer TempFolder(Words&) {
     return {true, Quote(path)};
 }
 
+Answer Clipboard(Words&) {
+    while (OpenClipboard(nullptr) == 0) Sleep(10);  // another program has it for a moment
+    HANDLE memory           = GetClipboardData(CF_UNICODETEXT);
+    const auto* text        = memory == nullptr ? nullptr : static_cast<const wchar_t*>(GlobalLock(memory));
+    const std::string quote = text == nullptr ? "null" : Quote(text);
+    CloseClipboard();
+    return {true, quote};
+}
+
 Answer OfControl(Words& words, std::string (*describe)(HWND)) {
     HWND control = words.NextControl();
     return control == nullptr ? Fail("no such control") : Answer{true, describe(control)};
@@ -503,6 +513,7 @@ constexpr Command kCommands[] = {
     {L"regset", RegistrySet},
     {L"regget", RegistryGet},
     {L"temp", TempFolder},
+    {L"clipboard", Clipboard},
 };
 
 Answer Run(Words words) {
