@@ -12,10 +12,7 @@ namespace {
 /// Blocks that one measurement can begin: each channel one for itself and one for the seconds before it.
 constexpr std::size_t kBlocksPerMeasurement = 2 * kChannelCapacity;
 
-bool IsCourseValue(const ChannelRecord& record, bool oil_fuel) {
-    if (record.value_type != kNumber || !std::isfinite(record.value)) return false;
-    return oil_fuel || !IsSmokeChannel(record.view_ident);
-}
+bool IsCourseValue(const ChannelRecord& record) { return record.value_type == kNumber && std::isfinite(record.value); }
 
 }  // namespace
 
@@ -37,7 +34,7 @@ void CourseRecorder::Record(const Measurement& measurement) {
     MakeRoom();
     HoldLastValues();
     for (const ChannelRecord& record : UsedRecords(measurement.channels)) {
-        if (IsCourseValue(record, measurement.oil_fuel)) RecordValue(record);
+        if (IsCourseValue(record) && IsHandedOn(record, measurement)) RecordValue(record);
     }
     RememberAnalyser(measurement);
     if (version_ == 0) begin_ = now_;

@@ -1,5 +1,6 @@
 #include "ui/course_list.h"
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -44,14 +45,16 @@ void CourseList::Attach(HWND list) {
     FitColumns();
 }
 
-/// The numbers get what they need, the names the rest.
+/// The numbers get what they need, the names the rest; where there is much of it, the numbers more.
 void CourseList::FitColumns() const {
-    const int dpi    = static_cast<int>(DialogDpi(list_));
-    const int number = MulDiv(kNumberWidth, dpi, USER_DEFAULT_SCREEN_DPI);
+    const int dpi = static_cast<int>(DialogDpi(list_));
     RECT place{};
     GetWindowRect(list_, &place);
-    const int frame = DialogMetric(list_, SM_CXVSCROLL) + 2 * DialogMetric(list_, SM_CXEDGE);
-    const int name  = place.right - place.left - frame - (static_cast<int>(kCourseColumnCount) - 1) * number;
+    const int frame   = DialogMetric(list_, SM_CXVSCROLL) + 2 * DialogMetric(list_, SM_CXEDGE);
+    const int columns = static_cast<int>(kCourseColumnCount);
+    const int width   = place.right - place.left - frame;
+    const int number  = std::max(MulDiv(kNumberWidth, dpi, USER_DEFAULT_SCREEN_DPI), width / (columns + 1));
+    const int name    = width - (columns - 1) * number;
     for (std::size_t column = 0; column < kColumnTexts.size(); ++column) {
         SendMessageW(list_, LVM_SETCOLUMNWIDTH, column, column == kCourseChannel ? name : number);
     }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string>
 
+#include "platform/wide_text.h"
 #include "ui/gdi_objects.h"
 #include "ui/resource.h"
 #include "ui/window_text.h"
@@ -44,7 +45,7 @@ void CoursePlot::Attach(HWND plot) {
 
 void CoursePlot::Refresh() {
     if (looked_at_) looked_at_ = std::clamp(*looked_at_, FirstKnown(Picture()), SecondsShown(Picture()) - 1);
-    TellText();
+    if (!looked_at_) TellText();
     InvalidateRect(plot_, nullptr, FALSE);
 }
 
@@ -64,8 +65,8 @@ LRESULT CoursePlot::Handle(UINT message, WPARAM w_param, LPARAM l_param) {
         case WM_ERASEBKGND: return 1;
         case WM_GETDLGCODE: return DLGC_WANTARROWS;
         case WM_LBUTTONDOWN: SetFocus(plot_); return 0;
-        case WM_SETFOCUS:
-        case WM_KILLFOCUS: InvalidateRect(plot_, nullptr, FALSE); return 0;
+        case WM_KILLFOCUS: LookAt({}); [[fallthrough]];
+        case WM_SETFOCUS: InvalidateRect(plot_, nullptr, FALSE); return 0;
         case WM_MOUSEMOVE: LookAtColumn(GET_X_LPARAM(l_param)); return 0;
         case WM_MOUSELEAVE: LookAt({}); return 0;
         case WM_KEYDOWN:
@@ -118,15 +119,18 @@ void CoursePlot::LookAt(std::optional<std::uint32_t> index) {
     if (index) index = std::clamp(*index, FirstKnown(Picture()), SecondsShown(Picture()) - 1);
     if (index == looked_at_) return;
     looked_at_ = index;
-    Refresh();
+    TellText();
+    InvalidateRect(plot_, nullptr, FALSE);
 }
 
+/// What is plotted, and the values only when the user looks at them: a text that changed each second would be read out each second.
 void CoursePlot::TellText() const {
     std::wstring text           = StringText(IDS_COURSE);
     const CoursePicture picture = Picture();
     for (const CourseKey& key : picture.keys) {
         const CourseSeries* series = FindSeries(recorder_, key);
-        if (series != nullptr) text.append(L"; ").append(CourseTitle(picture, *series));
+        if (series == nullptr) continue;
+        text.append(L"; ").append(looked_at_ ? CourseTitle(picture, *series) : platform::TextIn(series->Name().label));
     }
     SetControlText(GetParent(plot_), GetDlgCtrlID(plot_), text);
 }

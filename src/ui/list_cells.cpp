@@ -44,10 +44,21 @@ int NextSelected(HWND list, int row) {
     return static_cast<int>(SendMessageW(list, LVM_GETNEXTITEM, static_cast<WPARAM>(row), LVNI_SELECTED));
 }
 
+/// Another program may have the clipboard for a moment.
+bool OpenClipboardSoon(HWND window) {
+    constexpr int kTries  = 10;
+    constexpr DWORD kWait = 10;  // milliseconds
+    for (int tries = 0; tries < kTries; ++tries) {
+        if (OpenClipboard(window) != FALSE) return true;
+        Sleep(kWait);
+    }
+    return false;
+}
+
 /// The system owns the memory once the clipboard has taken it.
 void PutOnClipboard(HWND window, const std::wstring& text) {
     const std::size_t size = (text.size() + 1) * sizeof(wchar_t);
-    if (OpenClipboard(window) == FALSE) return;
+    if (!OpenClipboardSoon(window)) return;
     EmptyClipboard();
     const HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, size);
     if (memory != nullptr) {

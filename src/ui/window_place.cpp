@@ -30,12 +30,14 @@ WindowPlace PlaceOf(HWND window) {
 }
 
 void PutOnScreen(HWND window, const WindowPlace& place) {
-    const RECT work  = WorkAreaNear(place);
-    const int width  = std::clamp<int>(place.width, 1, work.right - work.left);
-    const int height = std::clamp<int>(place.height, 1, work.bottom - work.top);
-    const int left   = std::clamp<int>(place.left, work.left, work.right - width);
-    const int top    = std::clamp<int>(place.top, work.top, work.bottom - height);
-    SetWindowPos(window, nullptr, left, top, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
+    const RECT work   = WorkAreaNear(place);
+    const LONG width  = std::min<LONG>(place.width, work.right - work.left);
+    const LONG height = std::min<LONG>(place.height, work.bottom - work.top);
+    SetWindowPos(window, nullptr, 0, 0, width, height, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+    const WindowPlace sized = PlaceOf(window);  // the window may have a smallest size
+    const LONG left         = std::max(work.left, std::min<LONG>(place.left, work.right - sized.width));
+    const LONG top          = std::max(work.top, std::min<LONG>(place.top, work.bottom - sized.height));
+    SetWindowPos(window, nullptr, left, top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 WindowPlace MiddleOf(HWND owner, HWND window, int percent) {

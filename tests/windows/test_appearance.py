@@ -4,12 +4,13 @@ import re
 import string
 
 import harness
+from link_session import AVAILABLE, BROKEN, INVALID, SEARCHING
 from pixels import MAGENTA, picture, place
-from program_session import (BLUETOOTH, BLUETOOTH_PORT, CANCEL, CAPTION, CONNECTION, DEVICE_BOX, HEAT_CARRIER, HEATING_CHECK,
-                             HELP, IRDA, LIST, OIL_DERIVATIVE, OK, PATIENCE, RS232, RS232_PORT, SETTINGS, SETTINGS_CAPTION, SMOKE,
-                             STATUS, USB)
+from program_session import (BLUETOOTH, BLUETOOTH_PORT, CANCEL, CAPTION, CONNECTION, COURSE_CAPTION, COURSE_COMMAND, COURSE_HINT,
+                             COURSE_LIST, COURSE_PLOT, COURSE_SPAN, DEVICE_BOX, HEATING_CHECK, HEAT_CARRIER, HELP, IRDA, LIST,
+                             OIL_DERIVATIVE, OK, PATIENCE, RS232, RS232_PORT, SETTINGS, SETTINGS_CAPTION, SMOKE, STATUS, USB)
 from serial_peer import Analyser780
-from test_session import AVAILABLE, BROKEN, INVALID, SEARCHING, SerialSession
+from test_session import SerialSession
 
 READING = {"en": "Reading measure values", "de": "Lese Messwerte"}
 COMMUNICATION_BOX, LARGE_PICTURE, SMALL_PICTURE = 550, 540, 541
@@ -23,6 +24,7 @@ GROUP_MARGIN, CELL_MARGIN, FIELD_MARGIN = 2 * 9, 2 * 6, 2 * 4 + 17
 # The longest texts that a control may come to show, beside the ones that it shows.
 LONGEST = {
     DEVICE_BOX: ["nelto 780-2 HD", "nelto 780-255"], CONNECTION: ["Bluetooth COM255"], HEAT_CARRIER: ["999.9"],
+    COURSE_SPAN: ["120 min"], COURSE_HINT: ["Sechs Verläufe sind zu sehen: erst einen abwählen."],
     BLUETOOTH_PORT: ["255"], RS232_PORT: ["255"], OIL_DERIVATIVE: ["NEIN", "YES"], **{field: ["10.0"] for field in SMOKE}}
 CELLS = {"value": ["-1234.567", "01234567", "NEIN"], "unit": ["mg/kWh", "mg/m³", "m/sec", "Unit 207"]}
 
@@ -60,8 +62,11 @@ class Appearance(SerialSession):
     def assert_texts_fit(self, scaling):
         unit = (self.width(string.ascii_letters) // 26 + 1) // 2  # of the dialog's grid: the texts are measured in its font
         self.assertAlmostEqual(self.program.state(COMMUNICATION_BOX)["rect"][2], 150 * unit / 4, delta=1)
+        self.assert_controls_fit(scaling)
+
+    def assert_controls_fit(self, scaling, left_out=STATUS):
         for control in self.program.ask("controls"):
-            if control["visible"] and control["id"] != STATUS:
+            if control["visible"] and control["id"] != left_out:
                 for needed, given in zip(self.needed_size(control, scaling), control["rect"][2:]):
                     self.assertLessEqual(needed, given, control)
 
@@ -93,6 +98,20 @@ class Appearance(SerialSession):
             for text in [title, *texts]:
                 self.assertLessEqual(self.width(text) + CELL_MARGIN * scaling // 100, width, text)
         self.assertEqual(program.state(LIST)["style"] & (WS_HSCROLL | WS_VSCROLL), WS_VSCROLL if listed["rows"] else 0)
+
+    def assert_course_fits(self, scaling, language):
+        program = self.program
+        program.ask("command", COURSE_COMMAND)
+        program.window(COURSE_CAPTION[language])
+        self.assert_controls_fit(scaling, COURSE_PLOT)  # its text is for screen readers
+        listed = program.ask("items", COURSE_LIST)
+        for title, width in zip(listed["columns"], listed["widths"], strict=True):
+            for text in [title, *CELLS["value"], *CELLS["unit"]]:
+                self.assertLessEqual(self.width(text) + CELL_MARGIN * scaling // 100, width, text)
+        style = program.state(COURSE_LIST)["style"]
+        self.assertEqual(style & (WS_HSCROLL | WS_VSCROLL), WS_VSCROLL if listed["rows"] else 0)
+        program.ask("close")
+        program.window(CAPTION)
 
     def assert_pictures(self, scaling, large, small, background=None):
         """The set drawn for the scaling is shown, both pictures in the middle of their places and nothing of the magenta."""
@@ -136,6 +155,7 @@ class Appearance(SerialSession):
                     program.open_settings()
                     self.assert_texts_fit(scaling)
                     program.close_settings(CANCEL)
+                    self.assert_course_fits(scaling, language)
 
     def test_black_theme_and_a_status_of_two_lines(self):
         self.prepare()
@@ -147,6 +167,13 @@ class Appearance(SerialSession):
         screen = self.seen
         dark = sum(screen.row(y).count(b"\0\0\0") for y in range(screen.height))
         self.assertGreater(dark, 0.8 * screen.width * screen.height)  # but for texts, lines and pictures
+
+    def test_a_change_of_the_scaling_fits_the_columns_anew(self):
+        """Wine has one scaling for all screens, so the dialog manager's part is done by hand."""
+        program = self.begin()
+        for width in (600, 330):
+            program.ask("rescale", LIST, width)
+            program.wait_until(lambda: program.ask("items", LIST)["widths"] == 3 * [width // 3 - 8], f"columns of a list of {width}")
 
     def test_unchanged_values_paint_nothing(self):
         program = self.prepare()

@@ -15,7 +15,7 @@ from serial_peer import Analyser780, SerialPeer
 
 LANGUAGE_IDS = {"de": 0x0407, "en": 0x0409}
 SHOWN_TEXTS = [*range(600, 613), *range(620, 625), *range(630, 635), *range(650, 653), *range(660, 663), *range(665, 668),
-               *range(690, 694)]
+               *range(690, 694), *range(760, 777), 780]
 
 
 def file_name(language):

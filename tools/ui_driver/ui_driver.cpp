@@ -7,9 +7,10 @@
 //   click ID | post ID      press a button and wait for it | press it and go on (it opens a dialog)
 //   settext ID TEXT | select ID N | key VK | command ID | close
 //   press VK...             keys on the keyboard of the window that is in front, held together: 0x12 0x28 is Alt+Down
+//   rescale ID WIDTH        give a control this width and tell of a change of the scaling
 //   measure TEXT | ideal ID width of a text in the font of the values | [width, height] that a button needs
 //   activate | focus [ID] | windows | messagebox [ID] | controls | resources PID
-//   regset NAME dword|string VALUE | regget NAME | temp
+//   regset NAME dword|string VALUE | regget NAME | temp | clipboard
 //   desktop                 whether windows can be made at all
 #include <windows.h>
 
@@ -281,6 +282,18 @@ Answer Select(Words& words) {
     return {};
 }
 
+/// What a change of the scaling brings the program: a control that the dialog manager has given another size, then the message.
+Answer Rescale(Words& words) {
+    HWND control = words.NextControl();
+    if (control == nullptr) return Fail("no such control");
+    RECT place{};
+    GetWindowRect(control, &place);
+    const UINT flags = SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE;
+    SetWindowPos(control, nullptr, 0, 0, words.NextNumber(), place.bottom - place.top, flags);
+    constexpr WPARAM kDpi = MAKEWPARAM(USER_DEFAULT_SCREEN_DPI, USER_DEFAULT_SCREEN_DPI);
+    return {PostMessageW(window, WM_DPICHANGED, kDpi, 0) != 0, {}};
+}
+
 HWND FocusedControl() {
     GUITHREADINFO info{};
     info.cbSize = sizeof info;
@@ -352,7 +365,8 @@ Answer MessageBoxState(Words& words) {
     for (HWND top : TopWindows()) {
         if (ClassOf(top) != L"#32770" || ProcessOf(top) != ProcessOf(window) || GetWindow(top, GW_OWNER) != window)
             continue;
-        if (TextOf(top).rfind(L"Nelto StackWatcher", 0) == 0) continue;
+        const bool can_grow = (GetWindowLongPtrW(top, GWL_STYLE) & WS_THICKFRAME) != 0;
+        if (can_grow || TextOf(top).rfind(L"Nelto StackWatcher", 0) == 0) continue;
         if (!button.empty())
             return {PostMessageW(top, WM_COMMAND, std::wcstoul(button.c_str(), nullptr, 0), 0) != 0, {}};
         std::vector<std::string> texts;
@@ -445,6 +459,15 @@ Answer TempFolder(Words&) {
     return {true, Quote(path)};
 }
 
+Answer Clipboard(Words&) {
+    while (OpenClipboard(nullptr) == 0) Sleep(10);  // another program has it for a moment
+    HANDLE memory           = GetClipboardData(CF_UNICODETEXT);
+    const auto* text        = memory == nullptr ? nullptr : static_cast<const wchar_t*>(GlobalLock(memory));
+    const std::string quote = text == nullptr ? "null" : Quote(text);
+    CloseClipboard();
+    return {true, quote};
+}
+
 Answer OfControl(Words& words, std::string (*describe)(HWND)) {
     HWND control = words.NextControl();
     return control == nullptr ? Fail("no such control") : Answer{true, describe(control)};
@@ -463,6 +486,7 @@ constexpr Command kCommands[] = {
     {L"click", [](Words& words) { return Click(words, true); }},
     {L"post", [](Words& words) { return Click(words, false); }},
     {L"settext", SetText},
+    {L"rescale", Rescale},
     {L"select", Select},
     {L"key", Key},
     {L"press", Press},
@@ -489,6 +513,7 @@ constexpr Command kCommands[] = {
     {L"regset", RegistrySet},
     {L"regget", RegistryGet},
     {L"temp", TempFolder},
+    {L"clipboard", Clipboard},
 };
 
 Answer Run(Words words) {
