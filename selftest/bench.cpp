@@ -131,7 +131,7 @@ std::string Bench::StartDialog(Process& program, HWND& dialog) {
 std::string Bench::TryDialog() {
     Process program;
     HWND dialog = nullptr;
-    if (const std::string fault = StartDialog(program, dialog); !fault.empty()) return fault;
+    if (std::string fault = StartDialog(program, dialog); !fault.empty()) return fault;
     Press(dialog, kOk);
     if (!program.EndsWithin(kPatience)) return "it does not end";
     const std::string content = ContentOf(places_.Temp() / L"NeltoStackWatcher.txt");
@@ -143,7 +143,7 @@ std::string Bench::TryDialog() {
 std::string Bench::TryHelpAndSettings() {
     Process program;
     HWND dialog = nullptr;
-    if (const std::string fault = StartDialog(program, dialog); !fault.empty()) return fault;
+    if (std::string fault = StartDialog(program, dialog); !fault.empty()) return fault;
     Press(dialog, kSettings);
     const HWND settings = WindowOf(program.Id(), kSettingsCaption, kWindowTime);
     if (settings == nullptr) return "there is no settings dialog";
@@ -166,17 +166,17 @@ std::string Bench::StartReader(Process& reader, const std::wstring& options) {
 
 std::string Bench::TryReader() {
     Process reader;
-    if (const std::string fault = StartReader(reader, L"--format exchange --timeout 20"); !fault.empty()) return fault;
+    if (std::string fault = StartReader(reader, L"--format exchange --timeout 20"); !fault.empty()) return fault;
     if (!reader.EndsWithin(2 * kPatience)) return "it does not end";
     report_.AddText("nelto-read over " + link_.name, reader.Output());
-    const std::string fault = WrongEnd(reader, 0);
+    std::string fault = WrongEnd(reader, 0);
     return fault.empty() ? Compared(reader.Output()) : fault;
 }
 
 std::string Bench::TryReaderWithoutCable() {
     const std::filesystem::path control = folder_ / L"unplugged.txt";
     Process reader;
-    if (const std::string fault = StartReader(reader, L"--format csv --count 1000"); !fault.empty()) return fault;
+    if (std::string fault = StartReader(reader, L"--format csv --count 1000"); !fault.empty()) return fault;
     const bool has_values = WaitForOutput(reader, "nelto 780-2");
     WriteContent(control, "");
     const bool has_ended = reader.EndsWithin(kPatience);
@@ -189,7 +189,7 @@ std::string Bench::TryReaderWithoutCable() {
 
 std::string Bench::TryReaderAndBreak() {
     Process reader;
-    if (const std::string fault = StartReader(reader, L"--format csv --watch"); !fault.empty()) return fault;
+    if (std::string fault = StartReader(reader, L"--format csv --watch"); !fault.empty()) return fault;
     if (!WaitForOutput(reader, "nelto 780-2")) return "no values came";
     if (!reader.Break()) return kNotTried + ("Ctrl+Break cannot be sent here, error " + std::to_string(GetLastError()));
     if (!reader.EndsWithin(kPatience)) return "it does not end";

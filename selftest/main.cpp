@@ -112,7 +112,7 @@ void AddLogs(const Places& places, const Traces& traces, Report& report) {
 /// Beside the kit, or where there is room for it.
 fs::path Save(const Places& places, const fs::path& other_folder, const std::string& page) {
     for (const fs::path& folder : {places.kit, other_folder}) {
-        const fs::path file = folder / kReport;
+        fs::path file = folder / kReport;
         WriteContent(file, page);
         if (ContentOf(file) == page) return file;
     }

@@ -132,8 +132,8 @@ TEST_F(ReaderTest, JsonHoldsNumbersAsNumbersAndNullWhereThereIsNone) {
         "\n");
     EXPECT_EQ(platform::ToUtf8(kHalves), "\xF0\x9F\x98\x80x\xEF\xBF\xBD\xEF\xBF\xBD");
     Measurement halves = Sample();
-    platform::CopyText(halves.device_name, L"\x01\xFC\x20AC");
-    EXPECT_NE(JsonLine(kNow, kBroken, halves).find(R"("name":"\u0001ü€")"), std::string::npos);
+    platform::CopyText(halves.device_name, L"\x1F\xFC\x20AC");
+    EXPECT_NE(JsonLine(kNow, kBroken, halves).find(R"("name":"\u001fü€")"), std::string::npos);
 }
 
 class ReadingTest : public test::HostTest {

@@ -101,6 +101,7 @@ class PlantedLibraries(harness.WindowsTestCase):
         shutil.copytree(drop_in_generation2010.LIBRARIES, drive / "planted")
         for library in (drop_in_winsock.LIBRARY, drop_in_d2xx.LIBRARIES / drop_in_d2xx.NEW / "FTD2XX.DLL"):
             shutil.copy(library, drive / "planted")
+        (drive / "planted/usb.txt").write_text("nothing")
         session.prefix.environment["WINEDLLOVERRIDES"] += ";wsock32=n,b"
         session.prefix.environment["WINEDEBUG"] = "+loaddll"
         session.start(program="C:\\NeltoStackWatcher\\" + PROGRAM.name, cwd=drive / "planted")
