@@ -10,6 +10,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
+import drop_in_d2xx  # noqa: E402
 import program_session  # noqa: E402
 import wine_env  # noqa: E402
 
@@ -18,11 +19,13 @@ MINIMAL_DIALOG = WINDOWS_BUILD / "minimal_dialog.exe"
 PORT_POLLER = WINDOWS_BUILD / "port_poller.exe"
 COURSE_REPAINT = WINDOWS_BUILD / "course_repaint.exe"
 START_TIMER = WINDOWS_BUILD / "start_timer.exe"
+READER = program_session.DIST / "NeltoRead/nelto-read.exe"
 PACED_ANALYSER = ROOT / "build/host-release/bench/paced_analyser"
 
 COURSE_CHANNELS = [(0x0901, 130), (0x0909, 130), (0x0902, 131), (0x0903, 131), (0x0906, 131), (0x090D, 136)]  # idents and units
 
 START_ROUNDS = 31        # the first one of each program warms up and is not counted
+READER_ROUNDS = 11       # likewise
 WATCH_SECONDS = 20
 SETTLE_SECONDS = 5
 MEBI = 1024 * 1024
@@ -205,6 +208,26 @@ def watching_figures(display):
             figure("  foreign Wine processes meanwhile, which make it look smaller", others)]
 
 
+def reader_figures(display):
+    """Both from the start of the process to its end, by turns."""
+    prefix = wine_env.Prefix("en", display)
+    try:
+        drop_in_d2xx.Driver(prefix).set_up()
+        prefix.start(program_session.DRIVER, stdin=subprocess.PIPE)  # keeps this Windows running
+        times = {"--version": [], "--link=usb": []}
+        for _ in range(READER_ROUNDS):
+            for option, taken in times.items():
+                start = time.monotonic()
+                if prefix.start(READER, option, stdout=subprocess.DEVNULL).wait(program_session.PATIENCE) != 0:
+                    raise CannotMeasure(f"nelto-read {option} failed")
+                taken.append(1000 * (time.monotonic() - start))
+    finally:
+        prefix.close()
+    start, whole = (statistics.median(taken[1:]) for taken in times.values())
+    return [figure("nelto-read, one measurement over USB, start to end", whole, "ms"),
+            figure("  its start alone", start, "ms")]
+
+
 def size_figures():
     """Every section that is loaded with the program, the resources apart: they are the artwork, texts and dialogs."""
     headers = subprocess.run(["x86_64-w64-mingw32-objdump", "-h", program_session.PROGRAM], capture_output=True,
@@ -221,6 +244,7 @@ def size_figures():
 def measure():
     screen = wine_env.Display()
     try:
-        return [*start_figures(screen.name), *watching_figures(screen.name), *repaint_figures(screen.name), *size_figures()]
+        return [*start_figures(screen.name), *watching_figures(screen.name), *repaint_figures(screen.name),
+                *reader_figures(screen.name), *size_figures()]
     finally:
         screen.close()

@@ -39,14 +39,6 @@ std::vector<Bytes> ReplyBlocks(const Bytes& message, std::size_t limit) {
     return blocks;
 }
 
-/// Moves as many bytes as fit from the front of `pending`.
-static std::size_t TakeFront(Bytes& pending, std::span<std::uint8_t> bytes) {
-    const std::size_t size = std::min(bytes.size(), pending.size());
-    std::copy_n(pending.begin(), size, bytes.begin());
-    pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(size));
-    return size;
-}
-
 std::size_t ScriptedPeer::Write(std::span<const std::uint8_t> bytes) {
     written.emplace_back(bytes.begin(), bytes.end());
     if (!answers.empty()) {
@@ -58,8 +50,23 @@ std::size_t ScriptedPeer::Write(std::span<const std::uint8_t> bytes) {
 }
 
 std::size_t ScriptedPeer::Read(std::span<std::uint8_t> bytes) {
-    return World().now < due_ ? 0 : TakeFront(pending_, bytes);
+    return World().now < due_ ? 0 : SessionPort::TakeFront(pending_, bytes);
 }
+
+struct MessagePeer::Table final : simulator::Responder {
+    explicit Table(MessagePeer& peer_of) : peer(peer_of) {}
+    std::optional<simulator::Message> Answer(simulator::Bytes request, std::uint64_t) override {
+        peer.requests.emplace_back(request.begin(), request.end());
+        const Bytes answer = peer.AnswerTo(Bytes(request.begin(), request.end()));
+        return answer.empty() ? std::nullopt : std::optional(answer);
+    }
+    MessagePeer& peer;
+};
+
+MessagePeer::MessagePeer()
+    : SessionPort(session_), session_(std::make_shared<Table>(*this), 120, [](const std::string& line) {
+          EXPECT_EQ(line.find(", no answer"), std::string::npos) << line;
+      }) {}
 
 void MessagePeer::Answer(std::string_view request, std::string_view payload) {
     const Bytes command = Hex(request);
@@ -74,26 +81,6 @@ std::size_t MessagePeer::RequestsOf(std::uint8_t command) const {
         std::ranges::count_if(requests, [=](const Bytes& request) { return request.front() == command; }));
 }
 
-std::size_t MessagePeer::Write(std::span<const std::uint8_t> bytes) {
-    if (std::ranges::equal(bytes, kProgramAck)) {
-        if (!reply_.empty()) {
-            pending_ = reply_.front();
-            reply_.pop_front();
-        }
-        return bytes.size();
-    }
-    Block block;
-    EXPECT_EQ(ParseBlock(bytes, block), BlockFault::kNone);
-    if (block.index == 0) message_.clear();
-    message_.insert(message_.end(), block.payload.begin(), block.payload.end());
-    if (block.index + 1 == block.count) {
-        TakeMessage();
-    } else {
-        pending_.assign(kAnalyserAck.begin(), kAnalyserAck.end());
-    }
-    return bytes.size();
-}
-
 Bytes MessagePeer::AnswerTo(const Bytes& request) {
     Bytes answer;
     for (const auto& [command, reply] : answers) {  // ordered: of several beginnings the longest comes last
@@ -102,17 +89,6 @@ Bytes MessagePeer::AnswerTo(const Bytes& request) {
     }
     return answer;
 }
-
-void MessagePeer::TakeMessage() {
-    requests.push_back(message_);
-    const Bytes answer = AnswerTo(message_);
-    if (answer.empty()) return;
-    const std::vector<Bytes> blocks = ReplyBlocks(answer);
-    pending_                        = blocks.front();
-    reply_.assign(blocks.begin() + 1, blocks.end());
-}
-
-std::size_t MessagePeer::Read(std::span<std::uint8_t> bytes) { return TakeFront(pending_, bytes); }
 
 void FillSmallAnalyser(MessagePeer& peer) {
     peer.answers[Hex("42")] = Hex("00 42 00 00 54 37 38 30 01");

@@ -7,7 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/memory/memory_platform.h"
+#include "block_session.h"
+#include "session_port.h"
 #include "transport/block_frame.h"
 
 namespace nelto::rigs {
@@ -49,8 +50,10 @@ private:
 
 /// An analyser that answers whole messages from a table; a command without an answer stays unanswered. The longest matching
 /// beginning of the request decides.
-class MessagePeer : public platform::memory::SerialDevice {
+class MessagePeer : public SessionPort {
 public:
+    MessagePeer();
+
     std::map<Bytes, Bytes> answers;
     std::vector<Bytes> requests;
 
@@ -58,19 +61,13 @@ public:
     void Answer(std::string_view request, std::string_view payload);
     [[nodiscard]] std::size_t RequestsOf(std::uint8_t command) const;
 
-    std::size_t Write(std::span<const std::uint8_t> bytes) override;
-    std::size_t Read(std::span<std::uint8_t> bytes) override;
-
 protected:
     /// The whole answer to a request, empty for none.
     [[nodiscard]] virtual Bytes AnswerTo(const Bytes& request);
 
 private:
-    void TakeMessage();
-
-    Bytes message_;
-    std::deque<Bytes> reply_;
-    Bytes pending_;
+    struct Table;
+    simulator::BlockSession session_;
 };
 
 /// A generation-2004 780 with one O2 and one CO channel, oil as fuel and all device data.

@@ -212,13 +212,14 @@ private:
         const StatusView view = ViewStatus(state_.status, kNeverShown, false);
         if (!view.lists_values || state_.measurement.Busy()) return;
         Measurement measurement = state_.measurement.Copy();
-        EXPECT_LE(ListRows(measurement, L',').size(), 2 * kChannelCapacity);
+        EXPECT_EQ(ListRows(measurement, L',').size(),
+                  UsedRecords(measurement.channels).size() + UsedRecords(measurement.heating_check).size());
         SetOilDerivativeText(measurement.channels, L"NO");
         EXPECT_TRUE(state_.measurement.Edit(measurement));
         if (output_.Begin(state_, measurement)) output_.Write();
     }
 
-    static constexpr std::size_t kStrikes = 12;  // kinds of simulator::FaultKind
+    static constexpr std::size_t kStrikes = 13;  // kinds of simulator::FaultKind
     inline static Run* the_run            = nullptr;
 
     Rig& rig_;

@@ -7,7 +7,6 @@
 #include <string_view>
 #include <utility>
 
-#include "block_session.h"
 #include "core/program_state.h"
 #include "d2xx_exports.h"
 #include "fake_d2xx.h"
@@ -79,31 +78,18 @@ simulator::EventSink CountFaults(std::map<std::string, std::uint32_t>& struck) {
 }
 
 /// The analyser at the far end of a wire.
-class WiredAnalyser final : public platform::memory::SerialDevice {
+class WiredAnalyser final : public SessionPort {
 public:
     explicit WiredAnalyser(std::map<std::string, std::uint32_t>& struck)
-        : session_(analyser_, 120, CountFaults(struck)) {}
+        : SessionPort(session_), session_(analyser_, 120, CountFaults(struck)) {}
 
-    std::size_t Write(std::span<const std::uint8_t> bytes) override {
-        const auto taken = bytes.first(std::min(bytes.size(), most_written));
-        session_.Receive(taken, RunningMilliseconds());
-        return taken.size();
-    }
     std::size_t Read(std::span<std::uint8_t> bytes) override {
-        if (is_noisy) return Noise(bytes);
-        if (pending_.empty()) pending_ = session_.TakeOutput(RunningMilliseconds()).value_or(Bytes());
-        const std::size_t size = std::min(bytes.size(), pending_.size());
-        std::copy_n(pending_.begin(), size, bytes.begin());
-        pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(size));
-        return size;
+        return is_noisy ? Noise(bytes) : SessionPort::Read(bytes);
     }
-    void Closed() override { session_.Reset(); }
-
     void Strike(const std::vector<simulator::Fault>& faults) { analyser_->SetFaults(faults); }
     [[nodiscard]] float ValueOf(std::uint32_t view_ident) const { return StartValue(analyser_->Data(), view_ident); }
 
-    std::size_t most_written = std::numeric_limits<std::size_t>::max();
-    bool is_noisy            = false;
+    bool is_noisy = false;
 
 private:
     /// A few bytes a millisecond, each of which could begin a block.
@@ -117,7 +103,6 @@ private:
     std::uint64_t noise_time_                              = 0;
     std::shared_ptr<simulator::ScriptedAnalyser> analyser_ = AnalyserOfTheRuns();
     simulator::BlockSession session_;
-    Bytes pending_;
 };
 
 class Serial final : public Rig {

@@ -29,6 +29,7 @@ PROGRAM = "NeltoStackWatcher"
 PROGRAM_FILE = PROGRAM + ".exe"
 TARGETS = "NeltoStackWatcher help_files kit"
 KIT = "NeltoKit"
+TEXTS = {".txt", ".h", ".c", ".py", ".ps1", ".cs"}
 ARCHS = {"x64": "amd64-unicode", "x86": "x86-unicode"}  # with what NSIS calls them: the installer is of the same kind as the program
 UNDATED = 1767225600  # the start of 2026: for sources without their history
 FILL_IN = "FILL-IN"  # winget's own validation refuses a manifest that still holds it
@@ -83,6 +84,9 @@ def stage_kit():
     stage("KitOfBothKinds", kit, next(iter(ARCHS)))
     for arch in ARCHS:
         stage("KitOfOneKind", kit / arch, arch)
+    for path in files_in(kit):
+        if path.suffix in TEXTS:  # for people on Windows
+            path.write_bytes(path.read_bytes().replace(b"\r\n", b"\n").replace(b"\n", b"\r\n"))
     return kit
 
 

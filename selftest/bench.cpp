@@ -1,6 +1,7 @@
 #include "bench.h"
 
 #include <algorithm>
+#include <array>
 #include <sstream>
 
 #include "dialog.h"
@@ -19,6 +20,13 @@ constexpr const wchar_t* kCaption         = L"Nelto StackWatcher Version";
 constexpr const wchar_t* kSettingsCaption = L"Nelto StackWatcher Einstellungen";
 constexpr const wchar_t* kHelpClass       = L"HH Parent";
 constexpr const char* kCallerWord         = "SELFTEST";
+
+constexpr std::array kPrograms = {L"NeltoStackWatcher.exe",
+                                  L"NeltoStackWatcher_DE.chm",
+                                  L"NeltoStackWatcher_EN.chm",
+                                  L"nelto-read.exe",
+                                  L"NeltoUSB.dll",
+                                  L"usb_client.exe"};
 
 /// The lines, sorted, with a point for the decimal separator of the system.
 std::vector<std::string> SortedLines(const std::string& content) {
@@ -47,33 +55,48 @@ bool WaitForOutput(const Process& process, const std::string& text) {
     return false;
 }
 
+/// With the last line that it has printed.
 std::string WrongEnd(const Process& process, DWORD wanted) {
     if (process.ExitCode() == wanted) return {};
-    return "exit code " + std::to_string(process.ExitCode()) + " in place of " + std::to_string(wanted);
+    std::string output = process.Output();
+    while (!output.empty() && (output.back() == '\n' || output.back() == '\r')) output.pop_back();
+    return "exit code " + std::to_string(process.ExitCode()) + " in place of " + std::to_string(wanted) + "; " +
+           output.substr(output.rfind('\n') + 1);
 }
 
 }  // namespace
 
 std::vector<std::string> LinesOf2004() {
-    return {"2003=4.3",    "2603=12.3",   "2204=22",   "2404=-",   "1101=168.4", "1001=19.4",        "4010=-0.112",
-            "1401=62.0",   "6020=1.0",    "6120=2.0",  "6220=3.0", "6520=2.0",   "6320=0",           "6420=1",
-            "3703=15.4",   "2803=3.0",    "9100=2.15", "9300=SP-20417", "9200=40712345", "9000=nelto 780-2"};
+    return {"2003=4.3",  "2603=12.3", "2204=22",   "2404=-",        "1101=168.4",    "1001=19.4",       "4010=-0.112",
+            "1401=62.0", "6020=1.0",  "6120=2.0",  "6220=3.0",      "6520=2.0",      "6320=0",          "6420=1",
+            "3703=15.4", "2803=3.0",  "9100=2.15", "9300=SP-20417", "9200=40712345", "9000=nelto 780-2"};
 }
 
-std::vector<std::string> LinesOf2010() { return {"2003=4.3", "2204=22", "1101=168.4", "6420=2"}; }
+std::vector<std::string> LinesOf2010() {
+    return {"2003=4.3",  "2204=22",  "1101=168.4",     "1401=62.0", "6420=2",
+            "3703=11.9", "2803=3.0", "9000=nelto 745", "9100=2.15", "9200=45100123"};
+}
 
 Bench::Bench(const Places& places, const Link& link, Report& report)
     : places_(places), link_(link), report_(report), folder_(places.work / link.name) {
-    namespace fs       = std::filesystem;
-    constexpr auto kHow = fs::copy_options::recursive | fs::copy_options::overwrite_existing;
     std::error_code error;
-    fs::create_directories(folder_, error);
-    for (const wchar_t* name : {L"NeltoStackWatcher.exe", L"NeltoStackWatcher_DE.chm", L"NeltoStackWatcher_EN.chm", L"nelto-read.exe",
-                                L"NeltoUSB.dll", L"usb_client.exe"}) {
-        fs::copy(places.kind / name, folder_ / name, kHow, error);
+    std::filesystem::create_directories(folder_, error);
+    for (const wchar_t* name : kPrograms) Copy(places.kind / name, name);
+    for (const std::wstring& library : link.libraries)
+        Copy(places.kind / library, std::filesystem::path(library).filename());
+    for (const auto& [file, name] : link.set_up) Copy(places.kit / L"selftest" / file, name);
+}
+
+/// A folder's files come without it.
+void Bench::Copy(const std::filesystem::path& source, const std::filesystem::path& name) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    if (fs::is_directory(source, error)) {
+        for (const auto& entry : fs::directory_iterator(source, error)) Copy(entry.path(), entry.path().filename());
+        return;
     }
-    for (const std::wstring& library : link.libraries) fs::copy(places.kind / library, folder_, kHow, error);
-    for (const auto& [file, name] : link.set_up) fs::copy(places.kit / L"selftest" / file, folder_ / name, kHow, error);
+    if (!fs::copy_file(source, folder_ / name, fs::copy_options::overwrite_existing, error))
+        incomplete_ = "cannot be copied: " + Narrow(source.wstring());
 }
 
 std::filesystem::path Bench::OutputFile() {
@@ -94,7 +117,9 @@ std::string Bench::Compared(const std::string& content) const {
 
 /// Leaves the dialog with values in its list.
 std::string Bench::StartDialog(Process& program, HWND& dialog) {
-    if (!program.Start(folder_ / L"NeltoStackWatcher.exe", L"SELFTEST", OutputFile())) return "the program does not start";
+    if (!incomplete_.empty()) return incomplete_;
+    if (!program.Start(folder_ / L"NeltoStackWatcher.exe", L"SELFTEST", OutputFile()))
+        return "the program does not start";
     dialog = WindowOf(program.Id(), kCaption, kWindowTime);
     if (dialog == nullptr) return "there is no dialog";
     const bool has_values = WaitEnabled(dialog, kOk, kPatience);
@@ -166,11 +191,11 @@ std::string Bench::TryReaderAndBreak() {
     Process reader;
     if (const std::string fault = StartReader(reader, L"--format csv --watch"); !fault.empty()) return fault;
     if (!WaitForOutput(reader, "nelto 780-2")) return "no values came";
-    if (!reader.Break()) return "there is no console to press Ctrl+Break on";
+    if (!reader.Break()) return kNotTried + ("Ctrl+Break cannot be sent here, error " + std::to_string(GetLastError()));
     if (!reader.EndsWithin(kPatience)) return "it does not end";
     const std::string events = ContentOf(places_.work / L"simulator.log");
     const std::size_t last   = events.rfind("request ");
-    const bool is_left = last != std::string::npos && events.substr(last).find("slave mode") != std::string::npos;
+    const bool is_left       = last != std::string::npos && events.substr(last).find("slave mode") != std::string::npos;
     return is_left ? WrongEnd(reader, 0) : "the analyser was not left in order";
 }
 

@@ -23,9 +23,9 @@ struct Places {
 
 struct Link {
     std::string name;
-    std::wstring option;                     // of nelto-read
-    DWORD communication;                     // the setting
-    std::vector<std::wstring> libraries;     // folders of the kind, or files
+    std::wstring option;                  // of nelto-read
+    DWORD communication;                  // the setting
+    std::vector<std::wstring> libraries;  // folders of the kind, or files
     /// Files of the kit's folder "selftest", and the names under which the libraries look for them.
     std::vector<std::pair<std::wstring, std::wstring>> set_up;
     std::vector<std::string> exchange_lines;
@@ -51,6 +51,7 @@ public:
     [[nodiscard]] std::string TryUsbLibrary();
 
 private:
+    void Copy(const std::filesystem::path& source, const std::filesystem::path& name);
     [[nodiscard]] std::string StartDialog(Process& program, HWND& dialog);
     [[nodiscard]] std::string StartReader(Process& reader, const std::wstring& options);
     [[nodiscard]] std::string Compared(const std::string& content) const;
@@ -60,6 +61,7 @@ private:
     const Link& link_;
     Report& report_;
     std::filesystem::path folder_;
+    std::string incomplete_;  // what the folder lacks
     int outputs_ = 0;
 };
 

@@ -2,15 +2,17 @@
 
 #include <commctrl.h>
 
-#include <vector>
+#include <algorithm>
+#include <string>
 
 namespace selftest {
 namespace {
 
-constexpr DWORD kLook          = 50;  // milliseconds between two looks
-constexpr UINT kAnswerTimeout  = 5000;
-constexpr DWORD kDrawingTime   = 300;
-constexpr WORD kBitsPerPixel   = 24;
+constexpr DWORD kLook         = 50;  // milliseconds between two looks
+constexpr UINT kAnswerTimeout = 5000;
+constexpr DWORD kDrawingTime  = 300;
+constexpr WORD kBitsPerPixel  = 16;
+constexpr LONG kWidest = 800, kHighest = 640;  // of a picture, in pixels
 constexpr int kLongestText     = 256;
 constexpr WORD kBitmapFileMark = 0x4D42;
 
@@ -22,8 +24,8 @@ struct Search {
 
 std::wstring TextOf(HWND window, bool is_class) {
     std::wstring text(kLongestText, L'\0');
-    const int length = is_class ? GetClassNameW(window, text.data(), kLongestText)
-                                : GetWindowTextW(window, text.data(), kLongestText);
+    const int length =
+        is_class ? GetClassNameW(window, text.data(), kLongestText) : GetWindowTextW(window, text.data(), kLongestText);
     text.resize(static_cast<std::size_t>(length));
     return text;
 }
@@ -77,8 +79,8 @@ std::string PictureOf(HWND window) {
     Sleep(kDrawingTime);
     RECT place{};
     GetWindowRect(window, &place);
-    const int width      = place.right - place.left;
-    const int height     = place.bottom - place.top;
+    const int width      = std::min(place.right - place.left, kWidest);
+    const int height     = std::min(place.bottom - place.top, kHighest);
     const HDC screen     = GetDC(nullptr);
     const HDC memory     = CreateCompatibleDC(screen);
     const HBITMAP bitmap = CreateCompatibleBitmap(screen, width, height);
@@ -92,7 +94,7 @@ std::string PictureOf(HWND window) {
     header.biHeight          = height;
     header.biPlanes          = 1;
     header.biBitCount        = kBitsPerPixel;
-    const std::size_t stride = (static_cast<std::size_t>(width) * 3 + 3) / 4 * 4;
+    const std::size_t stride = (static_cast<std::size_t>(width) * kBitsPerPixel / 8 + 3) / 4 * 4;
     std::string pixels(stride * static_cast<std::size_t>(height), '\0');
     GetDIBits(memory, bitmap, 0, static_cast<UINT>(height), pixels.data(), reinterpret_cast<BITMAPINFO*>(&header),
               DIB_RGB_COLORS);

@@ -1,11 +1,14 @@
 #include "report.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
 
 namespace selftest {
 namespace {
+
+constexpr std::array<const char*, 3> kVerdicts = {"passed", "FAILED", "------"};
 
 std::string Escaped(const std::string& text) {
     std::string html;
@@ -36,13 +39,13 @@ std::string Base64(const std::string& bytes) {
     return text;
 }
 
-const char* Verdict(const std::string& fault) { return fault.empty() ? "passed" : "FAILED"; }
-
 }  // namespace
 
 void Report::Result(const std::string& check, const std::string& fault) {
-    rows_.push_back({check, fault});
-    std::printf("  %s  %s%s%s\n", Verdict(fault), check.c_str(), fault.empty() ? "" : ": ", fault.c_str());
+    const Verdict verdict = fault.starts_with(kNotTried) ? kNone : kFailed;
+    rows_.push_back({check, fault.empty() ? kPassed : verdict, fault});
+    std::printf("  %s  %s%s%s\n", kVerdicts[rows_.back().verdict], check.c_str(), fault.empty() ? "" : ": ",
+                fault.c_str());
     std::fflush(stdout);
 }
 
@@ -51,26 +54,29 @@ void Report::AddText(const std::string& name, const std::string& content) {
 }
 
 void Report::AddPicture(const std::string& name, const std::string& bitmap) {
-    attached_ += "<h2>" + Escaped(name) + "</h2>\n<img alt=\"\" src=\"data:image/bmp;base64," + Base64(bitmap) + "\">\n";
+    attached_ +=
+        "<h2>" + Escaped(name) + "</h2>\n<img alt=\"\" src=\"data:image/bmp;base64," + Base64(bitmap) + "\">\n";
 }
 
-std::size_t Report::Failed() const {
-    return static_cast<std::size_t>(std::ranges::count_if(rows_, [](const Row& row) { return !row.fault.empty(); }));
+std::size_t Report::Count(Verdict verdict) const {
+    return static_cast<std::size_t>(std::ranges::count(rows_, verdict, &Row::verdict));
 }
 
 std::string Report::Table() const {
     std::string table;
-    for (const Row& row : rows_) table += std::string("  ") + Verdict(row.fault) + "  " + row.check + "\n";
-    return table + "  " + std::to_string(rows_.size() - Failed()) + " passed, " + std::to_string(Failed()) + " failed\n";
+    for (const Row& row : rows_) table += std::string("  ") + kVerdicts[row.verdict] + "  " + row.check + "\n";
+    return table + "  " + std::to_string(Count(kPassed)) + " passed, " + std::to_string(Failed()) + " failed, " +
+           std::to_string(Count(kNone)) + " not tried\n";
 }
 
 std::string Report::Page() const {
     std::string page =
-        "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"><title>Self-test of Nelto StackWatcher</title></head>\n"
+        "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"><title>Self-test of Nelto "
+        "StackWatcher</title></head>\n"
         "<body><h1>Self-test of Nelto StackWatcher</h1>\n<table border=\"1\">\n";
     for (const Row& row : rows_) {
-        page += "<tr><td>" + Escaped(row.check) + "</td><td>" + Verdict(row.fault) + "</td><td>" + Escaped(row.fault) +
-                "</td></tr>\n";
+        page += "<tr><td>" + Escaped(row.check) + "</td><td>" + kVerdicts[row.verdict] + "</td><td>" +
+                Escaped(row.fault) + "</td></tr>\n";
     }
     return page + "</table>\n" + attached_ + "</body></html>\n";
 }

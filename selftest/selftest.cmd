@@ -10,11 +10,6 @@ set "KIND=x86"
 if /i "%PROCESSOR_ARCHITECTURE%"=="AMD64" set "KIND=x64"
 if /i "%PROCESSOR_ARCHITECTURE%"=="ARM64" set "KIND=x64"
 if /i "%PROCESSOR_ARCHITEW6432%"=="AMD64" set "KIND=x64"
-if /i "%1"=="x64" goto kind
-if /i "%1"=="x86" goto kind
-"%~dp0%KIND%\selftest.exe" "%~dp0." %1 %2 %3
-goto end
-:kind
-"%~dp0%1\selftest.exe" "%~dp0." %2 %3 %4
-:end
-exit /b %ERRORLEVEL%
+if /i "%1"=="x64" set "KIND=x64"
+if /i "%1"=="x86" set "KIND=x86"
+"%~dp0%KIND%\selftest.exe" "%~dp0." %*

@@ -5,15 +5,14 @@
 namespace selftest {
 namespace {
 
-constexpr const wchar_t* kMakerKey           = L"Software\\Nelto";
-constexpr const wchar_t* kKey                = L"Software\\Nelto\\NeltoStackWatcher";
+constexpr const wchar_t* kMakerKey             = L"Software\\Nelto";
+constexpr const wchar_t* kKey                  = L"Software\\Nelto\\NeltoStackWatcher";
 constexpr std::array<const wchar_t*, 4> kNames = {L"Communication", L"HeatingCheck", L"EnableRS232", L"RS232Port"};
 
 std::optional<DWORD> Read(const wchar_t* name) {
-    DWORD number = 0;
-    DWORD size   = sizeof number;
-    const LSTATUS status =
-        RegGetValueW(HKEY_CURRENT_USER, kKey, name, RRF_RT_REG_DWORD, nullptr, &number, &size);
+    DWORD number         = 0;
+    DWORD size           = sizeof number;
+    const LSTATUS status = RegGetValueW(HKEY_CURRENT_USER, kKey, name, RRF_RT_REG_DWORD, nullptr, &number, &size);
     return status == ERROR_SUCCESS ? std::optional(number) : std::nullopt;
 }
 

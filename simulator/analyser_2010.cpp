@@ -44,9 +44,13 @@ std::uint32_t Analyser2010::CountDevices(std::uint32_t product, std::uint64_t no
     return product == FindKind2010(data_.kind)->product ? 1 : 0;
 }
 
-std::uint32_t Analyser2010::DeviceType() const { return data_.device_type.value_or(FindKind2010(data_.kind)->device_type); }
+std::uint32_t Analyser2010::DeviceType() const {
+    return data_.device_type.value_or(FindKind2010(data_.kind)->device_type);
+}
 
-std::u16string Analyser2010::DeviceName() const { return data_.device_name.value_or(FindKind2010(data_.kind)->device_name); }
+std::u16string Analyser2010::DeviceName() const {
+    return data_.device_name.value_or(FindKind2010(data_.kind)->device_name);
+}
 
 Analyser2010::Records Analyser2010::CurrentValues(std::uint64_t now_ms) const {
     return MakeRecords(data_.values, 0, now_ms);

@@ -28,6 +28,7 @@ constexpr std::array kFaults = {
     FaultRow{FaultKind::kLinkGone,       "link_gone",          10},  // seconds
     FaultRow{FaultKind::kDuplicateBlock, "duplicate_block",     1},  // repetitions
     FaultRow{FaultKind::kBadIndex,       "bad_index",           0},  // added to the number of blocks
+    FaultRow{FaultKind::kCutBlock,       "cut_block",           1},  // bytes
     FaultRow{FaultKind::kUnasked,        "unasked",            20},  // milliseconds
 };
 // clang-format on
@@ -113,6 +114,9 @@ void StrikeFrame(const Strike& strike, Message& frame) {
             RenewChecksum(frame);
             break;
         case FaultKind::kBadIndex: MoveIndexPastCount(frame, strike.amount); break;
+        case FaultKind::kCutBlock:
+            frame.resize(frame.size() - std::min<std::size_t>(frame.size(), strike.amount));
+            break;
         default: break;
     }
 }

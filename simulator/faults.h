@@ -24,6 +24,7 @@ enum class FaultKind : std::uint8_t {
     kLinkGone,
     kDuplicateBlock,
     kBadIndex,
+    kCutBlock,
     kUnasked,
 };
 
@@ -78,7 +79,7 @@ bool StrikeMessage(const Strike& strike, Message& answer);
 /// True for the kinds that strike one block of the reply: all but short_answer, long_answer and wrong_ack.
 [[nodiscard]] bool StrikesBlock(FaultKind kind);
 
-/// lost_byte, extra_byte, flip_bit, wrong_length and bad_index change the frame, the last two with a checksum that
+/// lost_byte, extra_byte, flip_bit, cut_block, wrong_length and bad_index change the frame, the last two with a checksum that
 /// fits; the other kinds leave it.
 void StrikeFrame(const Strike& strike, Message& frame);
 

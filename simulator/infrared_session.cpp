@@ -37,6 +37,7 @@ void StrikeReply(const Strike& strike, Message& reply) {
         case FaultKind::kWrongLength: return PutLength(reply, reply.size() + strike.amount);
         case FaultKind::kLostByte:
         case FaultKind::kExtraByte:
+        case FaultKind::kCutBlock:
         case FaultKind::kFlipBit: return StrikeFrame(strike, reply);
         default: return;
     }

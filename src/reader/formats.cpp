@@ -138,7 +138,8 @@ std::string TimeText(const Moment& moment) {
     const std::int32_t minutes         = std::abs(moment.minutes_ahead);
     std::array<char, 80> text{};
     std::snprintf(text.data(), text.size(), "%04u-%02u-%02uT%02u:%02u:%02u%c%02d:%02d", time.year, time.month, time.day,
-                  time.hour, time.minute, time.second, moment.minutes_ahead < 0 ? '-' : '+', minutes / 60, minutes % 60);
+                  time.hour, time.minute, time.second, moment.minutes_ahead < 0 ? '-' : '+', minutes / 60,
+                  minutes % 60);
     return text.data();
 }
 
@@ -188,8 +189,9 @@ std::string JsonLine(const Moment& moment, std::uint32_t status, const Measureme
     if (status == kValuesAvailable) {
         for (const Row& row : RowsOf(measurement)) values += (values.empty() ? "" : ",") + JsonValue(row);
     }
-    return R"({"time":")" + TimeText(moment) + R"(","status":")" + kStatusNames[std::min<std::size_t>(status, kNoValidValues)] + R"(","device":)" +
-           JsonDevice(measurement) + R"(,"values":[)" + values + "]}\n";
+    return R"({"time":")" + TimeText(moment) + R"(","status":")" +
+           kStatusNames[std::min<std::size_t>(status, kNoValidValues)] + R"(","device":)" + JsonDevice(measurement) +
+           R"(,"values":[)" + values + "]}\n";
 }
 
 }  // namespace nelto::reader

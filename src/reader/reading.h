@@ -47,12 +47,12 @@ private:
 
     const Options& options_;
     const ProgramState& state_;
-    std::string link_;                          // as texts name it
-    std::uint32_t printed_ = 0;                 // measurements
-    std::uint32_t seen_version_;                // of the measurement
-    std::uint32_t seen_status_ = UINT32_MAX;    // none yet
+    std::string link_;                        // as texts name it
+    std::uint32_t printed_ = 0;               // measurements
+    std::uint32_t seen_version_;              // of the measurement
+    std::uint32_t seen_status_ = UINT32_MAX;  // none yet
     Obstacle seen_obstacle_    = Obstacle::kNone;
-    std::uint32_t waiting_since_;               // ticks: the start, or the last measurement
+    std::uint32_t waiting_since_;  // ticks: the start, or the last measurement
     std::string csv_header_;
     bool is_over_ = false;
 };

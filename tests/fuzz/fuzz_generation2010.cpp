@@ -3,6 +3,7 @@
 // call of a library takes its answer from the input: one byte for its result, 0xF0 and above a failure, then what it gives.
 #include <array>
 #include <memory>
+#include <utility>
 
 #include "fuzz.h"
 #include "instrument/generation2010/analyser_2010.h"
@@ -20,7 +21,6 @@ using test::Require;
 constexpr std::array<std::uint32_t, 6> kKinds = {781, 745, 760, 752, 711, 746};
 
 Input* answers   = nullptr;
-bool has_mapper  = false;
 std::size_t open = 0;
 
 /// Most numbers are small; behind 0xF0 and above comes one of 32 bits.
@@ -96,20 +96,19 @@ constexpr std::array kMappers = {L"IDTEXTMAPPER.DLL", L"IDTEXTMAPPER_T752.DLL", 
 
 /// Every library but the second one of the device, with or without the text mappers.
 void Install(bool with_mappers) {
+    static const test::LibraryFunctions functions = {
 #define NELTO_EXPORT(library, function, arguments) {#function, reinterpret_cast<void*>(&function)},
-    static const test::LibraryFunctions kFunctions = {
 #include "exports.inc"
-    };
 #undef NELTO_EXPORT
-    static bool is_there = false;
-    static bool mapped   = false;
-    if (std::exchange(is_there, true) && std::exchange(mapped, with_mappers) == with_mappers) return;
-    for (const wchar_t* name : {L"nelto7XXE.dll", L"neltoEmUSB.dll"}) test::InstallLibrary(name, kFunctions);
+    };
+    static int installed = -1;
+    if (std::exchange(installed, with_mappers ? 1 : 0) == (with_mappers ? 1 : 0)) return;
+    for (const wchar_t* name : {L"nelto7XXE.dll", L"neltoEmUSB.dll", L"neltoRS232.dll"})
+        test::InstallLibrary(name, functions);
     for (const wchar_t* name : kMappers) {
-        test::InstallLibrary(name, kFunctions);
+        test::InstallLibrary(name, functions);
         if (!with_mappers) test::RemoveLibrary(name);
     }
-    mapped = with_mappers;
 }
 
 /// Of the records that the library gave, before those that the program adds, each quantity and unit is there once.
@@ -164,9 +163,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     answers                   = &input;
     open                      = 0;
     const std::uint8_t choice = input.Byte();
-    has_mapper                = choice / kKinds.size() % 2 == 0;
     test::FreshWorld();
-    Install(has_mapper);
+    Install(choice / kKinds.size() % 2 == 0);
     {
         Opening opening(kUsb, nullptr);
         opening.kind                   = kKinds[choice % kKinds.size()];

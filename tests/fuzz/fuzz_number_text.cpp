@@ -131,7 +131,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     state.decimal_separator = separator;
     state.caller_word       = typed.substr(0, typed.find_first_of(L" \n"));
     const std::size_t used  = UsedRecords(measurement.channels).size();
-    CheckExchangeText(ExchangeText(state.caller_word, state.decimal_separator, measurement), state.caller_word, 2 * used);
+    CheckExchangeText(ExchangeText(state.caller_word, state.decimal_separator, measurement), state.caller_word,
+                      2 * used);
     if ((choice & 8) != 0) WriteExchangeFile(state, measurement);
     CheckSerialOutput(SerialOutputBlock(measurement), used);
     if ((choice & 32) != 0) {

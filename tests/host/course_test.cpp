@@ -263,17 +263,17 @@ TEST_F(CourseTest, TheFileHoldsARowForEachSecond) {
     TheWorld().files[path]  = "old";
     TheWorld().disk_space   = 20;
     EXPECT_NE(SaveCourse(recorder_, {}, path), 0U);
-    EXPECT_EQ(TheWorld().files, (std::map<std::wstring, std::string, std::less<>>{{path, "old"}}));
+    EXPECT_EQ(TheWorld().files, (decltype(TheWorld().files){{path, "old"}}));
     TheWorld().disk_space = 1000;
     TheWorld().unwritable_files.insert(path);
     EXPECT_NE(SaveCourse(recorder_, {}, path), 0U);
-    EXPECT_EQ(TheWorld().files, (std::map<std::wstring, std::string, std::less<>>{{path, "old"}}));
+    EXPECT_EQ(TheWorld().files, (decltype(TheWorld().files){{path, "old"}}));
     TheWorld().unwritable_files.clear();
     EXPECT_EQ(SaveCourse(recorder_, {.list = L';', .decimal = L','}, path), 0U);
     const std::string german =
         "\xEF\xBB\xBFtime;\"O\xE2\x82\x82 [%]\";\"'=a\"\" \xF0\x9F\x98\x80;\xEF\xBF\xBD\"\r\n"
         "2026-11-21 19:53:02;20,9;1,0\r\n2026-11-21 19:53:03;;\r\n2026-11-21 19:53:04;-0,1;2,0\r\n";
-    EXPECT_EQ(TheWorld().files, (std::map<std::wstring, std::string, std::less<>>{{path, german}}));
+    EXPECT_EQ(TheWorld().files, (decltype(TheWorld().files){{path, german}}));
     EXPECT_EQ(SaveCourse(recorder_, {.list = L',', .decimal = L','}, path), 0U);
     EXPECT_EQ(TheWorld().files[path], german) << "two equal separators";
     EXPECT_EQ(CourseFileName(recorder_, L"nelto 780/2: HD?"), L"nelto 780-2- HD- 2026-11-21 19-53-04");

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "fault_stage.h"
+#include "faults.h"
 #include "instrument/opening.h"
 #include "platform/memory/memory_irda_socket.h"
 #include "transport/irda_link.h"
@@ -11,6 +12,8 @@
 
 namespace nelto::test {
 namespace {
+
+using simulator::FaultKind;
 
 constexpr std::array kLinks            = {Transport::kSerial, Transport::kUsb, Transport::kIrda};
 constexpr std::array kLinkNames        = {"serial", "USB", "infrared"};
@@ -64,16 +67,14 @@ const Command kCommands[] = {
 };
 // clang-format on
 
-void RenewChecksum(Bytes& block) {
-    const std::uint16_t checksum = BlockChecksum(std::span(block).first(block.size() - 2));
-    block[block.size() - 2]      = static_cast<std::uint8_t>(checksum);
-    block[block.size() - 1]      = static_cast<std::uint8_t>(checksum >> 8);
+/// Behind the header of the last block, where that is long enough.
+std::size_t Middle(const Reply& reply) {
+    const std::size_t size = reply.blocks.back().size();
+    return std::max(size / 2, std::min(kBlockHeaderSize, size - 1));
 }
 
-/// Behind the header, where the block is long enough.
-Bytes::iterator Middle(Bytes& block) {
-    const std::size_t place = std::max(block.size() / 2, std::min(kBlockHeaderSize, block.size() - 1));
-    return block.begin() + static_cast<std::ptrdiff_t>(place);
+void StrikeLast(Reply& reply, FaultKind kind, std::size_t amount) {
+    simulator::StrikeFrame({.kind = kind, .amount = static_cast<std::uint32_t>(amount)}, reply.blocks.back());
 }
 
 constexpr const char* kEndlessWait = "an infrared reply that is not whole is waited for without limit";
@@ -96,26 +97,28 @@ constexpr std::array<std::uint32_t, 3> kDriverFailure = {kAny, 3, 1};
 const FaultRow kFaults[] = {
     {"lost byte",
      nullptr,
-     [](Stage&, Reply& reply, const Command&) { reply.blocks.back().erase(Middle(reply.blocks.back())); },
+     [](Stage&, Reply& reply, const Command&) { StrikeLast(reply, FaultKind::kLostByte, Middle(reply)); },
      {3, 6, kAny},
      kEndlessWait},
     {"extra byte",
      nullptr,
      [](Stage& stage, Reply& reply, const Command&) {
-         Bytes& block = reply.blocks.back();
-         block.insert(stage.transport == Transport::kIrda ? block.begin() + 4 : Middle(block), 0x55);
+         if (stage.transport != Transport::kIrda) return StrikeLast(reply, FaultKind::kExtraByte, Middle(reply));
+         Bytes& answer = reply.blocks.back();
+         answer.insert(answer.begin() + 4, 0x55);
      },
      {3, 6, 2}},
     {"flipped bit",
      nullptr,
      [](Stage& stage, Reply& reply, const Command&) {
-         Bytes& block = reply.blocks.back();
-         (stage.transport == Transport::kIrda ? block[1] : *Middle(block)) ^= 1;
+         StrikeLast(reply, FaultKind::kFlipBit, 8 * (stage.transport == Transport::kIrda ? 1 : Middle(reply)));
      },
      {3, 8, 0}},
     {"truncated block",
      nullptr,
-     [](Stage&, Reply& reply, const Command&) { reply.blocks.back().resize(reply.blocks.back().size() / 2); },
+     [](Stage&, Reply& reply, const Command&) {
+         StrikeLast(reply, FaultKind::kCutBlock, (reply.blocks.back().size() + 1) / 2);
+     },
      {3, 6, kAny},
      kEndlessWait},
     {"duplicate block",
@@ -131,22 +134,13 @@ const FaultRow kFaults[] = {
     {"wrong length",
      nullptr,
      [](Stage& stage, Reply& reply, const Command&) {
-         Bytes& block = reply.blocks.back();
-         if (stage.transport == Transport::kIrda) {
-             --block[2];
-             return;
-         }
-         ++block[5];
-         RenewChecksum(block);
+         if (stage.transport == Transport::kIrda) return static_cast<void>(--reply.blocks.back()[2]);
+         StrikeLast(reply, FaultKind::kWrongLength, 1);
      },
      {3, 6, 2}},
     {"index beyond count",
      nullptr,
-     [](Stage&, Reply& reply, const Command&) {
-         Bytes& block = reply.blocks.back();
-         block[2]     = block[4];
-         RenewChecksum(block);
-     },
+     [](Stage&, Reply& reply, const Command&) { StrikeLast(reply, FaultKind::kBadIndex, 0); },
      {3, 8, kAny},
      kNoBlocks},
     {"oversize reply",

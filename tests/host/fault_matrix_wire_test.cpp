@@ -96,13 +96,18 @@ private:
     std::unique_ptr<Instrument> connection_;
 };
 
+std::uint8_t CommandOf(const Talk& talk, Section section, std::size_t index) {
+    return talk.replies[static_cast<std::size_t>(section)][index].message[1];
+}
+
 /// True when the section ends as it must without a whole reply to its exchange `index`; one that is `gone` is asked for no more.
 bool FailedAsStated(Section section, std::size_t index, std::uint32_t result, const Talk& talk, bool gone) {
     const ChannelTable& whole = talk.whole[static_cast<std::size_t>(section)];
     switch (section) {
         case Section::kOpen: return result == 1 && *talk.stage.state.last_error != '\0';
         case Section::kConfiguration:
-            return result == 2 && NewRecords(talk.table, whole) <= 1;  // the last label is missing
+            // Without its text a channel has no label yet; everything before is as it was.
+            return result == 2 && NewRecords(talk.table, whole) <= (CommandOf(talk, section, index) == 0xB1 ? 1 : 0);
         case Section::kValues:
             return result == 2 && SameTable(talk.table, talk.whole[static_cast<std::size_t>(Section::kConfiguration)]);
         case Section::kClose: return result == 0;
@@ -126,16 +131,28 @@ bool ValuesAsSent(const Talk& talk) {
     return true;
 }
 
-/// True when the section's result and records are such that one reply has brought something else, or less, than usual.
-bool IsOtherButTrue(Section section, std::uint32_t result, const Talk& talk, bool shortened) {
+/// An ident is whole or none, a device type has its byte behind the header, and of the clock's answer nothing is looked at.
+bool OpensAsStated(const Talk& talk, std::size_t index, std::uint32_t result, std::size_t size) {
+    const std::uint8_t command = CommandOf(talk, Section::kOpen, index);
+    const bool opens           = command == 0x85 ? size >= 5 : command != 0x42;
+    return opens ? result == 0 : result == 1 && *talk.stage.state.last_error != '\0';
+}
+
+constexpr std::size_t kWholeSize = SIZE_MAX;
+
+/// True when the section's result and records are such that the reply to its exchange `index` has brought something else than
+/// usual, or only its first `size` bytes.
+bool IsOtherButTrue(Section section, std::size_t index, std::uint32_t result, const Talk& talk, std::size_t size) {
     const std::size_t fresh = NewRecords(talk.table, talk.whole[static_cast<std::size_t>(section)]);
+    const bool shortened    = size != kWholeSize;
     switch (section) {
-        case Section::kOpen: return result <= 1;
+        case Section::kOpen: return OpensAsStated(talk, index, result, size);
         case Section::kClose: return result == 0;
         // A bit of a view's ident gives its text to another channel; a short list leaves all three without.
         case Section::kConfiguration:
             return (result == 0 || result == 2) && fresh <= (shortened ? Stage::kMeasured : 2);
-        case Section::kHeatingCheck: return result <= 2 && fresh <= kMostNewResults;
+        case Section::kHeatingCheck:
+            return result == 0 ? fresh <= kMostNewResults : result <= 2 && UsedRecords(talk.table).empty();
         case Section::kValues: break;
     }
     if (result == 2 || result == 6)
@@ -167,7 +184,7 @@ bool PassesFlipped(Talk& talk, Section section, std::size_t index, std::size_t b
     const std::uint32_t result = talk.RunSpoilt(section, index, nullptr, flip);
     if (talk.stage.transport != Transport::kIrda || bit < 32)
         return FailedAsStated(section, index, result, talk, false);
-    return IsOtherButTrue(section, result, talk, false);
+    return IsOtherButTrue(section, index, result, talk, kWholeSize);
 }
 
 /// True when the flipped length over infrared announces more than comes, and no more than there is room for.
@@ -222,7 +239,7 @@ void CutEveryReply(Transport transport, const char* name, std::size_t limit = 40
             for (std::size_t size = least; size < replies[index].message.size(); ++size) {
                 const auto shorten         = [=](Stage&, Reply& reply) { reply.message.resize(size); };
                 const std::uint32_t result = talk.RunSpoilt(section, index, shorten, nullptr);
-                tally.Count(IsOtherButTrue(section, result, talk, true), "answer of size", section, index, size);
+                tally.Count(IsOtherButTrue(section, index, result, talk, size), "answer of size", section, index, size);
             }
         }
     }

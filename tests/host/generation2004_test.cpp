@@ -122,6 +122,26 @@ TEST_F(Generation2004Test, LeavesTheErrorTextOfEachFailedStep) {
     EXPECT_TRUE(LogHas(kBaseLogName, "Instrument opening via Bluetooth failed, Error code 1"));
 }
 
+TEST_F(Generation2004Test, AStopEndsTheOpeningBeforeTheNextRequest) {
+    struct Row {
+        std::uint8_t last, next;  // requests; 0 none
+    };
+    for (const Row& row : {Row{0, 0x42}, Row{0x0C, 0x0D}}) {
+        peer_.requests.clear();
+        peer_.answers       = {{Hex("42"), Hex("00 42 00 00 54 37 31 30 01 00")}, {Hex("0C"), Hex("00 0C 00 00")}};
+        state_.stop_request = 0;
+        // In the wait before the first request, or between date and time of a 710.
+        World().on_wait = [&, start = World().now] {
+            const bool is_due = row.last == 0 ? World().now - start >= 1000 : peer_.RequestsOf(row.last) != 0;
+            if (is_due) state_.stop_request = 1;
+        };
+        EXPECT_EQ(Nelto780Open(state_), nullptr);
+        EXPECT_EQ(peer_.RequestsOf(row.last), row.last == 0 ? 0U : 1U);
+        EXPECT_EQ(peer_.RequestsOf(row.next), 0U);
+    }
+    World().on_wait = nullptr;
+}
+
 TEST_F(Generation2004Test, BuildsTheWholeTable) {
     Open();
     ASSERT_EQ(Configure(), 0U);
@@ -263,6 +283,7 @@ TEST_F(Generation2004Test, ReadsValuesIntoTheirChannels) {
     ASSERT_EQ(Configure(), 0U);
     channels_[1].value      = 17.0F;
     channels_[1].resolution = 254;
+    channels_[1].value_type = kNumber;
     ASSERT_EQ(ReadValues(), 0U);
     EXPECT_FLOAT_EQ(channels_[0].value, 20.8F);
     EXPECT_EQ(channels_[0].value_type, kNumber);
@@ -344,7 +365,8 @@ TEST_F(Generation2004Test, ReadsTheHeatingCheckList) {
     Open();
     ChannelTable results{};
     ASSERT_EQ(connection_->ReadHeatingCheck(results), 0U);
-    // The second block of length 0 is read once and ends the walk.
+    // The second block of length 0 is read once and ends the walk; for empty references nothing is asked.
+    EXPECT_EQ(peer_.RequestsOf(0xA5), 7U);
     ASSERT_EQ(UsedRecords(results).size(), 6U);
     EXPECT_EQ(Label(results[0]), L"ID_FF2E");
     EXPECT_EQ(results[0].value, 5.0F);

@@ -10,6 +10,8 @@
 
 namespace nelto::test {
 
+using Lines = std::vector<std::string>;
+
 inline const std::wstring kLog = L"Nelto780Base.txt";
 
 inline bool Logged(const std::string& line) { return LogHas(kLog, ' ' + line); }

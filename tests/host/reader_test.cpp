@@ -18,7 +18,8 @@ constexpr wchar_t kHalves[] = {0xD83D, 0xDE00, L'x', 0xDC00, 0xD800, 0};
 
 ChannelRecord Record(std::uint32_t ident, std::uint32_t type, float value, std::wstring_view text = L"",
                      std::wstring_view label = L"", std::uint32_t unit = kPercent) {
-    ChannelRecord record{.view_ident = ident, .unit = unit, .resolution = kOneDecimal, .value_type = type, .value = value};
+    ChannelRecord record{
+        .view_ident = ident, .unit = unit, .resolution = kOneDecimal, .value_type = type, .value = value};
     platform::CopyText(record.text, text);
     platform::CopyText(record.label, label);
     return record;
@@ -114,19 +115,21 @@ TEST_F(ReaderTest, PrintsAMeasurementInEachFormat) {
 
 TEST_F(ReaderTest, JsonHoldsNumbersAsNumbersAndNullWhereThereIsNone) {
     const std::string object = JsonLine(kNow, kValuesAvailable, Sample());
-    for (const char* part :
-         {R"({"time":"2011-03-07T14:05:09-01:30","status":"values","device":{"name":"a,b","version":null,"serial_number":"007"},"values":[{)",
-          R"([{"ident":2305,"key":2003,"name":"O2","value":4.3125,"text":"4.3","unit":"%","unit_code":130},{)",
-          R"({"ident":2306,"key":2204,"name":"CO, \"dry\"","value":null,"text":null,"unit":"ppm","unit_code":131})",
-          R"({"ident":1025,"key":null,"name":"v","value":null,"text":null,"unit":"m/sec","unit_code":5})",
-          R"({"ident":65520,"key":6420,"name":"Fuel","value":3,"text":"Gas \\","unit":null,"unit_code":255})",
-          R"("name":null,"value":null,"text":"a,b")", R"("key":8340,"name":"Power","value":21,)"}) {
+    for (
+        const char* part :
+        {R"({"time":"2011-03-07T14:05:09-01:30","status":"values","device":{"name":"a,b","version":null,"serial_number":"007"},"values":[{)",
+         R"([{"ident":2305,"key":2003,"name":"O2","value":4.3125,"text":"4.3","unit":"%","unit_code":130},{)",
+         R"({"ident":2306,"key":2204,"name":"CO, \"dry\"","value":null,"text":null,"unit":"ppm","unit_code":131})",
+         R"({"ident":1025,"key":null,"name":"v","value":null,"text":null,"unit":"m/sec","unit_code":5})",
+         R"({"ident":65520,"key":6420,"name":"Fuel","value":3,"text":"Gas \\","unit":null,"unit_code":255})",
+         R"("name":null,"value":null,"text":"a,b")", R"("key":8340,"name":"Power","value":21,)"}) {
         EXPECT_NE(object.find(part), std::string::npos) << part << "\n" << object;
     }
     EXPECT_EQ(object.find("Smoke1"), std::string::npos);
-    EXPECT_EQ(JsonLine({kNow.time, 60}, kNoValidValues, {}),
-              R"({"time":"2011-03-07T14:05:09+01:00","status":"no_values","device":{"name":null,"version":null,"serial_number":null},"values":[]})"
-              "\n");
+    EXPECT_EQ(
+        JsonLine({kNow.time, 60}, kNoValidValues, {}),
+        R"({"time":"2011-03-07T14:05:09+01:00","status":"no_values","device":{"name":null,"version":null,"serial_number":null},"values":[]})"
+        "\n");
     EXPECT_EQ(platform::ToUtf8(kHalves), "\xF0\x9F\x98\x80x\xEF\xBF\xBD\xEF\xBF\xBD");
     Measurement halves = Sample();
     platform::CopyText(halves.device_name, L"\x01\xFC\x20AC");

@@ -19,27 +19,6 @@ using Lines = std::vector<std::string>;
 
 constexpr std::string_view kCheck = "\ncheck_block 21\ncheck_list\ncheck_entry 0xFF2E unit 255 format 255 values 4.5\n";
 
-/// A port with one end of a session behind it.
-class SessionPort : public platform::memory::SerialDevice {
-public:
-    explicit SessionPort(simulator::ByteSession& session) : session_(session) {
-        World().serial_ports[L"COM5"].device = this;
-    }
-    std::size_t Write(std::span<const std::uint8_t> bytes) override {
-        session_.Receive(bytes, World().now);
-        return bytes.size();
-    }
-    std::size_t Read(std::span<std::uint8_t> bytes) override {
-        const auto output = session_.TakeOutput(World().now);
-        if (!output || output->size() > bytes.size()) return 0;
-        std::ranges::copy(*output, bytes.begin());
-        return output->size();
-    }
-
-private:
-    simulator::ByteSession& session_;
-};
-
 void Tell(Lines& shown, const ChannelTable& table) {
     for (const ChannelRecord& record : UsedRecords(table)) {
         std::string line;
@@ -89,6 +68,7 @@ protected:
             std::make_shared<simulator::ScriptedAnalyser>(scenario->analyser, scenario->faults), 50,
             [](const std::string&) {});
         SessionPort port(session);
+        World().serial_ports[L"COM5"].device     = &port;
         first_                                   = Connect(6);
         World().serial_ports[L"COM5"].open_error = 2;
         Connect(1);
@@ -106,8 +86,9 @@ protected:
         simulator::ReplaySession session(connection, with_times,
                                          [&](const std::string& line) { told_.push_back(line); });
         SessionPort port(session);
-        Lines shown = Connect(reads);
-        again_      = Connect(reads);
+        World().serial_ports[L"COM5"].device = &port;
+        Lines shown                          = Connect(reads);
+        again_                               = Connect(reads);
         return shown;
     }
 

@@ -14,7 +14,7 @@ import unittest
 from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
-sys.path[:0] = [str(HERE), str(HERE.parents[1] / "tools"), str(HERE.parents[1] / "doubles")]
+sys.path[:0] = [str(HERE), *(str(HERE.parents[1] / folder) for folder in ("tools", "doubles", "packaging"))]
 import harness  # noqa: E402
 import wine_env  # noqa: E402
 

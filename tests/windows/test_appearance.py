@@ -4,12 +4,13 @@ import re
 import string
 
 import harness
+from link_session import AVAILABLE, BROKEN, INVALID, SEARCHING
 from pixels import MAGENTA, picture, place
 from program_session import (BLUETOOTH, BLUETOOTH_PORT, CANCEL, CAPTION, CONNECTION, COURSE_CAPTION, COURSE_COMMAND, COURSE_HINT,
                              COURSE_LIST, COURSE_PLOT, COURSE_SPAN, DEVICE_BOX, HEATING_CHECK, HEAT_CARRIER, HELP, IRDA, LIST,
                              OIL_DERIVATIVE, OK, PATIENCE, RS232, RS232_PORT, SETTINGS, SETTINGS_CAPTION, SMOKE, STATUS, USB)
 from serial_peer import Analyser780
-from test_session import AVAILABLE, BROKEN, INVALID, SEARCHING, SerialSession
+from test_session import SerialSession
 
 READING = {"en": "Reading measure values", "de": "Lese Messwerte"}
 COMMUNICATION_BOX, LARGE_PICTURE, SMALL_PICTURE = 550, 540, 541
@@ -166,6 +167,13 @@ class Appearance(SerialSession):
         screen = self.seen
         dark = sum(screen.row(y).count(b"\0\0\0") for y in range(screen.height))
         self.assertGreater(dark, 0.8 * screen.width * screen.height)  # but for texts, lines and pictures
+
+    def test_a_change_of_the_scaling_fits_the_columns_anew(self):
+        """Wine has one scaling for all screens, so the dialog manager's part is done by hand."""
+        program = self.begin()
+        for width in (600, 330):
+            program.ask("rescale", LIST, width)
+            program.wait_until(lambda: program.ask("items", LIST)["widths"] == 3 * [width // 3 - 8], f"columns of a list of {width}")
 
     def test_unchanged_values_paint_nothing(self):
         program = self.prepare()

@@ -5,8 +5,9 @@ import sys
 import tempfile
 from pathlib import Path
 
+import drop_in_d2xx
 import harness
-from program_session import EXCHANGE_FILE, ROOT
+from program_session import DIST, EXCHANGE_FILE, ROOT
 
 
 class ReadExchangeFile(harness.FileTestCase):
@@ -30,3 +31,37 @@ class ReadExchangeFile(harness.FileTestCase):
                                         env={"TMP": folder, "PATH": "/usr/bin:/bin"}, capture_output=True, text=True, check=False)
                 self.assertEqual((reader.returncode, reader.stdout), (code, printed), reader.stderr)
                 self.assertFalse(file.exists())
+
+
+class Values(harness.WindowsTestCase):
+    """The second example: with a script in place of the dialog, and with nelto-read itself."""
+
+    def example(self, *words, **options):
+        return subprocess.Popen([sys.executable, ROOT / "examples/values.py", *words], stdout=subprocess.PIPE, text=True, **options)
+
+    def test_dialog(self):
+        for script, wanted in ((r"printf '%s\r\n2003=4,6\r\n' $1 > $TMP/" + EXCHANGE_FILE, (0, "JOB17\n2003=4,6\n")), ("true", (1, ""))):
+            with self.subTest(script), tempfile.TemporaryDirectory() as folder:
+                program = Path(folder, "program")
+                program.write_text(f"#!/bin/sh\n{script}\n")
+                program.chmod(0o755)
+                Path(folder, EXCHANGE_FILE).write_bytes(b"of an earlier run")
+                with self.example("dialog", program, env={"TMP": folder, "PATH": "/usr/bin:/bin"}) as example:
+                    self.assertEqual((example.communicate()[0], example.returncode), wanted[::-1])
+
+    def test_without_a_window(self):
+        session = self.session()
+        driver = drop_in_d2xx.Driver(session.prefix)
+        driver.set_up()
+        reader = session.prefix.folder / "nelto-read"
+        reader.write_text(f"#!/bin/sh\nexec wine '{DIST}/NeltoRead/nelto-read.exe' \"$@\" 2>/dev/null\n")
+        reader.chmod(0o755)
+        with self.example("once", reader, env=session.prefix.environment) as example:
+            self.assertRegex(example.communicate()[0], r"^20\S+ values nelto 780-2 O2 [34]\.\d+\n$")
+            self.assertEqual(example.returncode, 0)
+        with self.example("follow", reader, "--link", "usb", env=session.prefix.environment) as example:
+            lines = [next(line for line in example.stdout if " values " in line) for _ in range(2)]
+            self.assertNotEqual(*lines)
+            driver.unplug()
+            self.assertTrue(any(" broken " in line for line in example.stdout))
+            example.terminate()

@@ -4,17 +4,16 @@ import harness
 import program_session
 import wine_env
 from drop_in_generation2010 import KINDS, Instrument, scenario_of
+from link_session import NOBODY_ON_USB, SEARCHING, LinkSession
 from pixels import picture, place
 from program_session import CANCEL, DEVICE_BOX, OK
-
-AVAILABLE, BROKEN, SEARCHING = "Measure values available", "Connection broken", "Searching measure device"
 
 # By instrument kind: the instrument name and the number of its picture.
 NAMES = {711: "nelto 710", 745: "nelto 745", 746: "nelto 780-0", 752: "nelto 752", 760: "nelto 760", 781: "nelto 780-5"}
 PICTURE_NUMBERS = {711: 205, 745: 200, 746: 200, 752: 204, 760: 203, 781: 202}
 
 
-class Session2010(harness.WindowsTestCase):
+class Session2010(LinkSession):
     def prepare(self, libraries=None, **options):
         self.program = self.session(**options)
         self.instrument = Instrument(self.program.prefix, libraries)
@@ -22,14 +21,6 @@ class Session2010(harness.WindowsTestCase):
     def begin(self, scenario, *arguments):
         self.instrument.set_up(scenario)
         self.program.start(*arguments, program=self.instrument.program)
-
-    def wait_values(self):
-        self.program.wait_status(AVAILABLE)
-        self.program.wait_until(lambda: self.program.enabled(OK) and self.program.rows(), "the rows of the list")
-        return {row[0]: row[1:] for row in self.program.rows()}
-
-    def base_log(self):
-        return (self.program.file("Nelto780Base.txt") or b"").decode("cp1252")
 
 
 class EveryKind(Session2010):
@@ -60,11 +51,10 @@ class EveryKind(Session2010):
     def test_german_names_and_the_chosen_fuel(self):
         self.prepare(language="de")
         self.begin(scenario_of(745), "JOB17", "6420=2")
-        self.program.wait_status("Messwerte vorhanden")
-        rows = {row[0]: row[1] for row in self.program.wait_until(self.program.rows, "the rows of the list")}
+        rows = self.wait_values("de")
         self.assertIn("lambda", rows)
-        self.assertEqual(rows["T links"], "31,5")
-        self.assertEqual(rows["Brennstoff"], "Natural gas")
+        self.assertEqual(rows["T links"][0], "31,5")
+        self.assertEqual(rows["Brennstoff"][0], "Natural gas")
         self.assertEqual(self.program.leave(OK), 0)
         self.assertIn(b"6420=2\r\n", self.program.file())
 
@@ -74,20 +64,19 @@ class Libraries(Session2010):
         self.prepare({"neltoEmUSB.dll": "neltoEmUSB.dll"})
         self.begin(scenario_of(745))
         self.program.wait_until(lambda: self.instrument.count("NELTOEMUSB_OpenBySerialNumber") >= 3, "three searches")
-        self.assertEqual(self.program.text(program_session.STATUS), SEARCHING)
-        self.program.wait_until(lambda: "NELTO760SPI_SetDateTime: Error code 126" in self.base_log(), "the line in the log")
+        self.assertEqual(self.program.text(program_session.STATUS), SEARCHING["en"])
+        self.wait_logged("NELTO760SPI_SetDateTime: Error code 126")
         self.program.leave(CANCEL)
 
     def test_searching_without_any_library_does_not_grow(self):
         self.prepare({})
         self.begin("")
-        counts, searches = [], set()  # each search begins its log anew, with a stamp
-        for wanted in (3, 9):
-            self.program.wait_until(lambda: searches.add(self.base_log()[:19]) or len(searches) >= wanted, f"{wanted} searches")
-            self.program.wait_until(lambda: "no nelto fluegas instrument (nelto 745/780) found at USB" in self.base_log(), "the reason")
-            counts.append(self.program.ask("resources", self.program.pid))
-        self.assertLess(counts[1]["handles"] - counts[0]["handles"], 4)
-        self.assertEqual(counts[1]["threads"], counts[0]["threads"])
+        seen = set()  # each search begins its log anew, with a stamp
+
+        def wait_searches(searches):
+            self.program.wait_until(lambda: seen.add(self.base_log()[:19]) or len(seen) >= searches, f"{searches} searches")
+            self.wait_logged(NOBODY_ON_USB)
+        self.assert_searches_leave_nothing(wait_searches)
         self.program.leave(CANCEL)
 
 
@@ -96,15 +85,7 @@ class Faults(Session2010):
         self.prepare()
         self.begin(scenario_of(760))
         self.wait_values()
-        counts = []
-        for _ in range(4):
-            self.instrument.unplug()
-            self.program.wait_status(BROKEN)
-            self.instrument.plug_in()
-            self.wait_values()
-            counts.append(self.program.ask("resources", self.program.pid))
-        self.assertLess(counts[-1]["handles"] - counts[0]["handles"], 3)
-        self.assertLessEqual(counts[-1]["threads"], counts[0]["threads"])
+        self.assert_rounds_leave_nothing(self.instrument.unplug, self.instrument.plug_in)
         self.assertEqual(self.program.leave(OK), 0)
         self.assertEqual(self.instrument.events()[-1], "NELTO760SPI_Close")
         self.assertEqual(self.instrument.count("NELTOEMUSB_OpenBySerialNumber"), self.instrument.count("NELTO760SPI_Close"))
@@ -133,7 +114,7 @@ class SerialPort(Session2010):
         self.begin(scenario_of(745) + "devices 37 0\nerror NELTO760SPI_GetCurrentViewValues 34 from 4 to 4")
         # The second pipe comes once the first one has let the port go.
         self.program.wait_until(lambda: self.instrument.count("NELTORS232_OpenBluetoothFromPipe") == 2, "the second pipe")
-        self.program.wait_until(lambda: "done reading online configuration" in self.base_log(), "the second configuration")
+        self.wait_logged("done reading online configuration")
         self.assertEqual(self.wait_values()["Device"][0], "nelto 745")
         self.assertEqual(self.program.leave(OK), 0)
         self.assertNotIn("Connection closed (USB", self.base_log())

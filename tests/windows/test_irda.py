@@ -1,12 +1,9 @@
 """The shipped program over infrared, with the simulator's Winsock beside it."""
 
-import harness
-import program_session
 from drop_in_winsock import COMMUNICATION_IRDA, Infrared
+from link_session import LinkSession
 from program_session import CANCEL, CONNECTION, OK
 
-AVAILABLE = "Measure values available"
-DEFAULT = program_session.ROOT / "simulator/scenarios/default.txt"
 ALWAYS = "0 1000000"
 
 # What stands in the way: its lines of a scenario, the error number, the IrDA log.
@@ -22,7 +19,7 @@ OBSTACLES = (
 )
 
 
-class IrdaSession(harness.WindowsTestCase):
+class IrdaSession(LinkSession):
     def prepare(self, **options):
         self.program = self.session(settings={"Communication": COMMUNICATION_IRDA})
         self.infrared = Infrared(self.program, **options)
@@ -42,16 +39,15 @@ class IrdaSession(harness.WindowsTestCase):
 class Values(IrdaSession):
     def test_the_first_accepted_device_is_read_in_pieces_and_left_clean(self):
         self.prepare()
-        self.begin(DEFAULT.read_text() + """
+        self.begin("""
+            include default
             infrared_device "Printer"
             infrared_device "NELTO T785"
             infrared_device "NELTO T780"
             infrared_piece 3
         """)
-        self.program.wait_status(AVAILABLE)
-        self.program.wait_until(lambda: self.program.enabled(OK) and self.program.rows(), "the rows of the list")
+        rows = self.wait_values()
         self.assertEqual(self.program.text(CONNECTION), "IrDA")
-        rows = {row[0]: row[1:] for row in self.program.rows()}
         self.assertAlmostEqual(float(rows["O2"][0]), 4.2, delta=0.6)
         self.assertEqual(rows["T-Dew"][1], "°C")
         self.assertEqual(rows["SerNo"][0], "40712345")
@@ -69,13 +65,14 @@ class Values(IrdaSession):
 
     def test_a_broken_conversation_leads_back_to_searching(self):
         self.prepare()
-        self.begin(DEFAULT.read_text() + """
+        self.begin("""
+            include default
             infrared_piece 50
             fault link_gone 2 command 0x9C request 2 block 2      # gone in the middle of a reply
             fault wrong_length 60000 command 0x9C request 4       # longer than any reply may be
         """)
         self.wait_events(3, "connected to device")
-        self.program.wait_status(AVAILABLE)
+        self.wait_values()
         self.assertGreaterEqual(self.infrared.count("WSAStartup"), 4)  # one search at least found nobody
         self.assertEqual(self.infrared.count("link gone"), 1)
         self.assertEqual(self.program.leave(OK), 0)
@@ -100,11 +97,7 @@ class Searching(IrdaSession):
     def test_searching_does_not_grow(self):
         self.prepare()
         self.begin(OBSTACLES[-1][0])
-        self.wait_events(3, "WSACleanup")
-        before = self.program.ask("resources", self.program.pid)["handles"]
-        self.wait_events(9, "WSACleanup")
-        after = self.program.ask("resources", self.program.pid)["handles"]
-        self.assertLess(after - before, 4)  # the six searches between; one under way holds a log and a socket
+        self.assert_searches_leave_nothing(lambda searches: self.wait_events(searches, "WSACleanup"))
         self.program.leave(CANCEL)
 
     def test_a_windows_without_infrared_fails_cleanly(self):

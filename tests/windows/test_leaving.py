@@ -4,11 +4,12 @@ import subprocess
 import time
 
 import program_session
+from link_session import AVAILABLE, BROKEN
 from program_session import CANCEL
 from serial_peer import Analyser780, answer
-from test_irda import AVAILABLE, IrdaSession
+from test_irda import IrdaSession
 from test_session import SerialSession
-from test_usb import BROKEN, UsbSession
+from test_usb import UsbSession
 
 SCENARIOS = program_session.ROOT / "simulator/scenarios"
 DEFAULT, HEATING_CHECK = ((SCENARIOS / name).read_text() for name in ("default.txt", "heating-check.txt"))
@@ -70,7 +71,7 @@ class Silence(Leaving, IrdaSession):
                 if phase:
                     self.wait_request(self.infrared.events, phase[1])
                 else:
-                    self.program.wait_status(AVAILABLE)
+                    self.program.wait_status(AVAILABLE["en"])
                 self.assert_ends_within(5)
 
 
@@ -85,7 +86,7 @@ class Slowness(Leaving, UsbSession):
         self.wait_request(self.driver.events, "block read: A5 0A")
         pulled = time.monotonic()
         self.driver.unplug()
-        self.program.wait_status(BROKEN)
+        self.program.wait_status(BROKEN["en"])
         self.assertLess(time.monotonic() - pulled, 5)  # what is asked for when it is pulled may take its time-out
         self.driver.plug_in()
         self.wait_values()

@@ -10,8 +10,9 @@ import tty
 import unittest
 
 import program_session
+from link_session import AVAILABLE
 from program_session import CANCEL, CAPTION, OK, STATUS
-from test_session import AVAILABLE, SerialSession
+from test_session import SerialSession
 
 FEW_BYTES = 60  # of the exchange file's some hundred
 PREFILL = bytes(4096)

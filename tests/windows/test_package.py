@@ -30,6 +30,8 @@ VIEWS = {"x64": "/reg:64", "x86": "/reg:32"}  # of the registry for all users
 UNINSTALL_KEY = "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\NeltoStackWatcher"
 SETTINGS_KEY = "HKCU\\Software\\Nelto"
 SHIPPED = {"NeltoStackWatcher.exe", "NeltoStackWatcher_DE.chm", "NeltoStackWatcher_EN.chm", "README.txt", "THIRD-PARTY-NOTICES.txt"}
+SHIPPED_PROGRAMS = {"nelto-read.exe", "NeltoStackWatcher.exe", "nelto-simulator.exe", "NeltoUSB.dll", "NeltoUSB.lib", "libNeltoUSB.dll.a",
+                    "usb_client.exe", "selftest.exe", "ftd2xx/3.02.11/FTD2XX.DLL", "ftd2xx/2.08.14/FTD2XX.DLL", "winsock/wsock32.dll"}
 LOGS = ["Nelto780Base.txt", "NeltoStackWatcher.txt", "NeltoStackWatcherProtocol.txt", "ZIVNelto780.txt"]
 
 
@@ -65,9 +67,22 @@ class Contents(harness.FileTestCase):
                 self.assertLessEqual(staged.items(), installed.items())
                 foreign = {name for name in set(installed) - set(staged) if not name.startswith("$PLUGINSDIR/")}
                 self.assertLessEqual(foreign, {"Uninstall.exe"})
-        library = set(zipfile.ZipFile(PACKAGES / f"NeltoUSB-{VERSION}-sdk.zip").namelist())
-        for name in ("NeltoUSB.dll", "NeltoUSB.h", "NeltoUSB.lib", "libNeltoUSB.dll.a", "usb_client.c", "x86/NeltoUSB.dll", "x86/NeltoUSB.lib"):
-            self.assertIn("NeltoUSB/" + name, library)
+
+    def test_the_kit_holds_both_kinds_and_guides_that_need_no_sources(self):
+        with zipfile.ZipFile(PACKAGES / f"{make_packages.KIT}-{VERSION}.zip") as kit:
+            names = {name.removeprefix(make_packages.KIT + "/") for name in kit.namelist()}
+            texts = {name: kit.read(f"{make_packages.KIT}/{name}") for name in names if not name.endswith((".exe", ".chm", ".lib", ".a"))}
+        kinds = [{name[4:] for name in names if name.startswith(arch + "/")} for arch in ("x64", "x86")]
+        self.assertEqual(*kinds)
+        self.assertLessEqual(SHIPPED_PROGRAMS, kinds[0])
+        self.assertEqual(sum(name.startswith("generation2010/") for name in kinds[0]), 7)
+        for name in ("NeltoUSB.h", "selftest.cmd", "README.txt", "scenarios/default.txt", "examples/usb_client.c"):
+            self.assertNotRegex(texts[name], rb"[^\r]\n", name)
+        for guide in ("integration", "support", "simulator"):
+            page = texts[guide + ".html"].decode()
+            self.assertNotRegex(page, r"\b(src|tools|docs|dist|simulator|include)/\w", guide)
+            self.assertGreater(page.count("<tr>"), 20)
+            self.assertLessEqual({link.partition("#")[0] for link in re.findall(r'href="(.*?)"', page)}, names | {""})
 
     def test_what_goes_with_them_fits(self):
         sums = dict(line.split("  ")[::-1] for line in (PACKAGES / "SHA256SUMS").read_text().splitlines())

@@ -5,24 +5,20 @@ import sys
 import termios
 import time
 
-import harness
 import program_session
 import wine_env
+from link_session import BROKEN, INVALID, SEARCHING, LinkSession
 from program_session import CANCEL, CONNECTION, DEVICE_BOX, HEAT_CARRIER, OIL_DERIVATIVE, OK, SMOKE, STATUS
 from serial_peer import Analyser780, SerialListener, SerialPeer, answer, block_checksum, build_block
 
 wine_env.LOCALES["el"] = "el_GR"  # its code page is 1253; the program's texts are English
-SEARCHING = {"en": "Searching measure device", "de": "Suche Meßgerät"}
-AVAILABLE = {"en": "Measure values available", "de": "Messwerte vorhanden"}
-BROKEN = {"en": "Connection broken", "de": "Verbindung unterbrochen"}
-INVALID = {"en": "No valid mesure values available", "de": "Keine gültige Werte verfügbar"}
 
 
 def lines(*texts):
     return "".join(text + "\r\n" for text in texts).encode("cp1252")
 
 
-class SerialSession(harness.WindowsTestCase):
+class SerialSession(LinkSession):
     """The program on COM5 with an analyser of the tests' own behind it."""
 
     def prepare(self, language="en", analyser=None, settings=None, ports=None):
@@ -39,9 +35,8 @@ class SerialSession(harness.WindowsTestCase):
             self.wait_values(language)
         return self.program
 
-    def wait_values(self, language="en"):
-        self.program.wait_status(AVAILABLE[language])
-        self.program.wait_until(lambda: self.program.rows() or not self.analyser.channels, "the rows of the list")
+    def has_rows(self):
+        return super().has_rows() or not self.analyser.channels
 
     def wait_row(self, row):
         self.program.wait_until(lambda: row in self.program.rows(), f"the row {row}")
@@ -223,16 +218,11 @@ class LinkFaults(SerialSession):
         self.wait_values("de")
 
     def test_reconnecting_leaks_no_handles(self):
-        program = self.begin()
-        counts = []
-        for _ in range(4):
-            self.analyser.overrides = {0xAA: answer(0x41)}
-            program.wait_status(BROKEN["en"])
-            self.analyser.overrides = {}
-            self.wait_values()
-            counts.append(program.ask("resources", program.pid))
-        self.assertEqual(counts[0], counts[-1], counts)
+        self.begin()
 
+        def answer_zero_flag(overrides):
+            self.analyser.overrides = overrides
+        self.assert_rounds_leave_nothing(lambda: answer_zero_flag({0xAA: answer(0x41)}), lambda: answer_zero_flag({}))
 
     def lose_the_analyser(self):
         self.peer.distort = lambda frame: b""

@@ -9,14 +9,13 @@ import harness
 import program_session
 import wine_env
 from drop_in_d2xx import NEW, OLD
+from link_session import NOBODY_ON_USB, LinkSession
 from program_session import CONNECTION, OK
 
-AVAILABLE, BROKEN, SEARCHING = "Measure values available", "Connection broken", "Searching measure device"
 USB_FOLDER = program_session.DIST / "NeltoUSB" / {"x64": "", "x86": "x86"}[program_session.ARCH]
-ROUNDS = 6
 
 
-class UsbSession(harness.WindowsTestCase):
+class UsbSession(LinkSession):
     def begin(self, version=NEW, setup="", scenario=None, beside=None, **settings):
         """`beside`: version of a copy of the library in the program's own folder; then the setup is that one's, and the
         installed copy has nothing attached."""
@@ -31,19 +30,11 @@ class UsbSession(harness.WindowsTestCase):
         self.program.start(program=folder / program_session.PROGRAM.name)
         return self.program
 
-    def wait_values(self):
-        self.program.wait_status(AVAILABLE)
-        self.program.wait_until(lambda: self.program.rows(), "the rows of the list")
-
-    def base_log(self):
-        return (self.program.file("Nelto780Base.txt") or b"").decode("cp1252")
-
 
 class Values(UsbSession):
     def assert_session(self):
-        self.wait_values()
+        rows = self.wait_values()
         self.assertEqual(self.program.text(CONNECTION), "USB")
-        rows = {row[0]: row[1:] for row in self.program.rows()}
         self.assertAlmostEqual(float(rows["O2"][0]), 4.2, delta=0.6)
         self.assertEqual(rows["SerNo"][0], "40712345")
         self.assertEqual(self.program.leave(OK), 0)
@@ -78,23 +69,13 @@ class Unplugging(UsbSession):
     def test_the_values_come_back_and_nothing_is_left_behind(self):
         self.begin()
         self.wait_values()
-        counts = []
-        for _ in range(ROUNDS):
-            self.driver.unplug()
-            self.program.wait_status(BROKEN)
-            self.driver.plug_in()
-            self.wait_values()
-            counts.append(self.program.ask("resources", self.program.pid))
-        # The first rounds may still fill caches of Windows; what each round leaves behind would show up in the later ones.
-        self.assertEqual(counts[1]["handles"], counts[-1]["handles"], counts)
-        self.assertEqual(counts[1]["threads"], counts[-1]["threads"], counts)
+        self.assert_rounds_leave_nothing(self.driver.unplug, self.driver.plug_in)
         self.assertEqual(self.program.leave(OK), 0)
 
     def test_without_an_analyser_the_search_goes_on_until_one_is_plugged_in(self):
         self.begin(setup='converter type 2 serial "7"\nconverter vendor 0x0403 type 2 serial "8"')
         self.driver.unplug()
-        self.program.wait_until(lambda: "no nelto fluegas instrument (nelto 745/780) found at USB" in self.base_log(),
-                                "the line of the base log")
+        self.wait_logged(NOBODY_ON_USB)
         self.driver.plug_in()
         self.wait_values()
 

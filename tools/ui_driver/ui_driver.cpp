@@ -7,6 +7,7 @@
 //   click ID | post ID      press a button and wait for it | press it and go on (it opens a dialog)
 //   settext ID TEXT | select ID N | key VK | command ID | close
 //   press VK...             keys on the keyboard of the window that is in front, held together: 0x12 0x28 is Alt+Down
+//   rescale ID WIDTH        give a control this width and tell of a change of the scaling
 //   measure TEXT | ideal ID width of a text in the font of the values | [width, height] that a button needs
 //   activate | focus [ID] | windows | messagebox [ID] | controls | resources PID
 //   regset NAME dword|string VALUE | regget NAME | temp | clipboard
@@ -281,6 +282,18 @@ Answer Select(Words& words) {
     return {};
 }
 
+/// What a change of the scaling brings the program: a control that the dialog manager has given another size, then the message.
+Answer Rescale(Words& words) {
+    HWND control = words.NextControl();
+    if (control == nullptr) return Fail("no such control");
+    RECT place{};
+    GetWindowRect(control, &place);
+    const UINT flags = SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE;
+    SetWindowPos(control, nullptr, 0, 0, words.NextNumber(), place.bottom - place.top, flags);
+    constexpr WPARAM kDpi = MAKEWPARAM(USER_DEFAULT_SCREEN_DPI, USER_DEFAULT_SCREEN_DPI);
+    return {PostMessageW(window, WM_DPICHANGED, kDpi, 0) != 0, {}};
+}
+
 HWND FocusedControl() {
     GUITHREADINFO info{};
     info.cbSize = sizeof info;
@@ -473,6 +486,7 @@ constexpr Command kCommands[] = {
     {L"click", [](Words& words) { return Click(words, true); }},
     {L"post", [](Words& words) { return Click(words, false); }},
     {L"settext", SetText},
+    {L"rescale", Rescale},
     {L"select", Select},
     {L"key", Key},
     {L"press", Press},

@@ -64,6 +64,11 @@ bool Write(File& file, std::string_view bytes) {
     return taken == bytes.size();
 }
 
+/// Of interest to a world that hurries alone, which has one thread.
+void SetIdle(bool idle) {
+    if (TheWorld().hurries) TheWorld().idle = idle;
+}
+
 memory::SerialPortState* ToPort(SerialHandle port) { return reinterpret_cast<memory::SerialPortState*>(port); }
 
 }  // namespace
@@ -169,7 +174,7 @@ LineResult SetLine(SerialHandle port, std::uint32_t baud_rate) {
 }
 
 std::size_t WriteSerial(SerialHandle port, std::span<const std::uint8_t> bytes) {
-    TheWorld().idle              = false;
+    SetIdle(false);
     memory::SerialDevice* device = ToPort(port)->device;
     return !Fails(Call::kWriteSerial) && device != nullptr ? device->Write(bytes) : 0;
 }
@@ -177,7 +182,7 @@ std::size_t WriteSerial(SerialHandle port, std::span<const std::uint8_t> bytes) 
 std::size_t ReadSerial(SerialHandle port, std::span<std::uint8_t> bytes) {
     memory::SerialDevice* device = ToPort(port)->device;
     const std::size_t size       = !Fails(Call::kReadSerial) && device != nullptr ? device->Read(bytes) : 0;
-    TheWorld().idle              = size == 0;
+    SetIdle(size == 0);
     return size;
 }
 

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <thread>
+#include <utility>
 
 #include "core/acquisition_worker.h"
 #include "core/dialog_view.h"
@@ -112,9 +113,9 @@ public:
     explicit Dialog(ProgramState& state) : state_(state) {}
 
     void Refresh() {
-        const StatusView view = ViewStatus(state_.status, shown_status_, false);
-        shown_status_         = state_.status;
-        EXPECT_GE(LargePicture(state_.status, state_.instrument_kind), 200U);
+        const std::uint32_t status = state_.status;
+        const StatusView view      = ViewStatus(status, std::exchange(shown_status_, status), false);
+        EXPECT_EQ(LargePicture(status, state_.instrument_kind), status == kSearching ? 201U : 200U);
         EXPECT_EQ(ConnectionText(state_.communication), L"Bluetooth COM5");
         if (!view.lists_values) return;
         const bool busy         = state_.measurement.Busy();
@@ -122,7 +123,8 @@ public:
         ++copies;
         CheckWhole(measurement);
         if (busy) return;
-        EXPECT_LE(ListRows(measurement, L',').size(), 2 * kChannelCapacity);
+        EXPECT_EQ(ListRows(measurement, L',').size(),
+                  UsedRecords(measurement.channels).size() + UsedRecords(measurement.heating_check).size());
         Send(measurement);
         // As when the typed fields are filled: takes its effect only on what was seen.
         SetOilDerivativeText(measurement.channels, L"NO");
