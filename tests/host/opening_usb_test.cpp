@@ -38,54 +38,36 @@ TEST_F(UsbOpening, AnAnalyserIsIdentifiedSetUpAndClosed) {
     EXPECT_EQ(connection->Close(), 0U);
     EXPECT_TRUE(library_.AllReleased());
 
-    // World's calendar: 7 March 2011, 14:05:09.
     EXPECT_EQ(analyser_.requests,
               (std::vector<Bytes>{Hex("42"), Hex("33 0E 05 09 00 DB 07 03 07"), Hex("85"), Hex("90")}));
-    const std::vector<std::string> expected = {
-        "=== Start ===",
-        "Nelto780Open",
-        "Instrument nelto 780 (2004)/nelto 790 opened (via USB)",
-        "GET_IDENT [nelto 780 2004] OK",
-        "synchronize clock",
-        "get SubType",
-        "GetSubType2004 (USB)",
-        "Nelto 780 Open OK",
-        "Nelto780Base::Nelto780Close",
-        "SetSlaveMode",
-        "Connection closed (USB to nelto 780 2004)",
-    };
-    const std::vector<std::string> lines = LogLines(kBaseLog);
-    ASSERT_EQ(lines.size(), expected.size());
-    for (std::size_t i = 0; i < lines.size(); ++i) EXPECT_EQ(lines[i], "07.03.2011 14:05:09 " + expected[i]);
+    EXPECT_EQ(LogText(kBaseLog, "07.03.2011 14:05:09 "),  // World's calendar
+              "=== Start ===|Nelto780Open|Instrument nelto 780 (2004)/nelto 790 opened (via USB)|"
+              "GET_IDENT [nelto 780 2004] OK|synchronize clock|get SubType|GetSubType2004 (USB)|Nelto 780 Open OK|"
+              "Nelto780Base::Nelto780Close|SetSlaveMode|Connection closed (USB to nelto 780 2004)|");
 }
 
 TEST_F(UsbOpening, OnlyTheModelsOfGeneration2004AreAccepted) {
-    struct Row {
-        const char* answer;
-        const char* last_error;  // empty where it opens
-    };
     constexpr const char* kOff   = "GET_IDENT [nelto 780 2004] failed: instrument is switched off";
     constexpr const char* kWrong = "GET_IDENT [nelto 780 2004] failed: wrong ident";
-    constexpr Row kRows[]        = {
-               {"00 42 00 00 54 37 38 30 01", ""},
-               {"00 42 00 00 54 37 39 30 01", ""},
-               {"FF FF FF FF 54 37 38 30 FF", ""},  // the header is not looked at
-               {"00 42 00 00 54 37 31 30 01", kWrong},
-               {"00 42 00 00 54 37 38 30", kWrong},
-               {"00 42 00 00 54 37 38 30 01 00", kWrong},
-               {"00 42 00 00 4B 01", kWrong},
-               {"00", kWrong},
-               {nullptr, kOff},
+    // The answer, and the last error, empty where it opens.
+    constexpr std::pair<const char*, const char*> kRows[] = {
+        {"00 42 00 00 54 37 38 30 01", ""},
+        {"00 42 00 00 54 37 39 30 01", ""},
+        {"FF FF FF FF 54 37 38 30 FF", ""},  // the header is not looked at
+        {"00 42 00 00 54 37 31 30 01", kWrong},
+        {"00 42 00 00 54 37 38 30", kWrong},
+        {"00 42 00 00 54 37 38 30 01 00", kWrong},
+        {"00 42 00 00 4B 01", kWrong},
+        {"00", kWrong},
+        {nullptr, kOff},
     };
     library_.Attach(2, "1", &analyser_);
-    for (const Row& row : kRows) {
+    for (const auto& [answer, last_error] : kRows) {
         analyser_.answers.erase(Hex("42"));
-        if (row.answer != nullptr) analyser_.answers[Hex("42")] = Hex(row.answer);
-        EXPECT_EQ(Open(), *row.last_error == '\0') << row.answer;
-        EXPECT_STREQ(state_.last_error, row.last_error);
-        if (*row.last_error != '\0') {
-            EXPECT_TRUE(LogHas(kBaseLog, row.last_error));
-        }
+        if (answer != nullptr) analyser_.answers[Hex("42")] = Hex(answer);
+        EXPECT_EQ(Open(), *last_error == '\0') << answer;
+        EXPECT_STREQ(state_.last_error, last_error);
+        if (*last_error != '\0') EXPECT_TRUE(LogHas(kBaseLog, last_error));
         EXPECT_TRUE(LogHas(kBaseLog, "Connection closed (USB to nelto 780 2004)"));
         EXPECT_TRUE(library_.AllReleased());
     }

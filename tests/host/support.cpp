@@ -24,6 +24,15 @@ std::vector<std::string> LogLines(const std::wstring& file_name) {
     return lines;
 }
 
+std::string LogText(const std::wstring& file_name, const std::string& prefix) {
+    std::string text;
+    for (const std::string& line : LogLines(file_name)) {
+        EXPECT_TRUE(line.starts_with(prefix)) << line;
+        text += line.substr(prefix.size()) + "|";
+    }
+    return text;
+}
+
 bool LogHas(const std::wstring& file_name, const std::string& text) {
     return std::ranges::any_of(LogLines(file_name), [&](const std::string& line) { return line.ends_with(text); });
 }

@@ -27,6 +27,8 @@ std::unique_ptr<Instrument> Nelto780Open(ProgramState& state);
 
 /// Lines of a log in the temporary directory, without its line ends.
 std::vector<std::string> LogLines(const std::wstring& file_name);
+/// The same lines without the `prefix` that each one must have, every one ended by "|".
+std::string LogText(const std::wstring& file_name, const std::string& prefix);
 /// True when one of the lines ends with `text`.
 bool LogHas(const std::wstring& file_name, const std::string& text);
 
