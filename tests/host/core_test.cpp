@@ -1,6 +1,7 @@
 // Labels, value text, exchange file, serial output, settings, command line and trace logs.
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 #include "core/command_line.h"
 #include "core/exchange_file.h"
@@ -18,49 +19,36 @@ namespace {
 using CoreTest = HostTest;
 
 ChannelRecord Number(std::uint32_t ident, std::uint32_t unit, float value, std::uint32_t resolution) {
-    ChannelRecord record;
-    record.view_ident = ident;
-    record.unit       = unit;
-    record.resolution = resolution;
-    record.value_type = kNumber;
-    record.value      = value;
-    return record;
+    return {.view_ident = ident, .unit = unit, .resolution = resolution, .value_type = kNumber, .value = value};
 }
 
 ChannelRecord WithText(std::uint32_t ident, const wchar_t* text) {
-    ChannelRecord record;
-    record.view_ident = ident;
-    record.unit       = kNoUnit;
-    record.value_type = kText;
+    ChannelRecord record{.view_ident = ident, .unit = kNoUnit, .value_type = kText};
     platform::CopyText(record.text, text);
     return record;
 }
 
 TEST_F(CoreTest, FormatsAValueByItsResolution) {
-    struct Case {
-        float value;
-        std::uint32_t resolution;
-        const wchar_t* text;
+    constexpr float kInfinity                                    = std::numeric_limits<float>::infinity();
+    const std::tuple<float, std::uint32_t, std::wstring> cases[] = {
+        {2.5F, 0, L"3"},           {-2.5F, 0, L"-3"},           {0.49999997F, 0, L"0"},     {-0.4F, 0, L"0"},
+        {1e30F, 0, L"2147483647"}, {-1e30F, 0, L"-2147483648"}, {kInfinity, 0, L"-"},       {-kInfinity, 0, L"-"},
+        {kInfinity, 255, L"-"},    {-kInfinity, 252, L"-"},     {1.5F, 252, L"1.5000"},     {1.5F, 253, L"1.500"},
+        {1.5F, 254, L"1.50"},      {20.86F, 255, L"20.9"},      {-0.12F, 253, L"-0.120"},   {1.5F, 251, L"-"},
+        {1.5F, 256, L"-"},         {std::nanf(""), 0, L"-"},    {std::nanf(""), 255, L"-"},
     };
-    constexpr float kInfinity = std::numeric_limits<float>::infinity();
-    const Case cases[]        = {
-               {2.5F, 0, L"3"},           {-2.5F, 0, L"-3"},           {0.49999997F, 0, L"0"},     {-0.4F, 0, L"0"},
-               {1e30F, 0, L"2147483647"}, {-1e30F, 0, L"-2147483648"}, {kInfinity, 0, L"-"},       {-kInfinity, 0, L"-"},
-               {kInfinity, 255, L"-"},    {-kInfinity, 252, L"-"},     {1.5F, 252, L"1.5000"},     {1.5F, 253, L"1.500"},
-               {1.5F, 254, L"1.50"},      {20.86F, 255, L"20.9"},      {-0.12F, 253, L"-0.120"},   {1.5F, 251, L"-"},
-               {1.5F, 256, L"-"},         {std::nanf(""), 0, L"-"},    {std::nanf(""), 255, L"-"},
-    };
-    for (const Case& row : cases) {
+    for (const auto& [value, resolution, expected] : cases) {
         std::array<wchar_t, kValueTextSize> text{};
-        FormatValue(row.value, row.resolution, text);
-        EXPECT_EQ(std::wstring(text.data()), row.text) << row.value;
+        FormatValue(value, resolution, text);
+        EXPECT_EQ(text.data(), expected) << value;
     }
 }
 
 TEST_F(CoreTest, NamesEveryUnitAndNumbersTheOthers) {
     const std::pair<std::uint32_t, const wchar_t*> cases[] = {
         {1, L"\u00B0C"}, {10, L"cm\u00B2"}, {33, L"m\u00B3/h"}, {139, L"mg/m\u00B3"}, {0, L""},
-        {255, L""},      {3, L"Unit 3"},    {256, L"Unit 256"}, {209, L"Unit 209"}};
+        {255, L""},      {3, L"Unit 3"},    {256, L"Unit 256"}, {209, L"Unit 209"},
+    };
     for (const auto& [unit, expected] : cases) {
         std::array<wchar_t, kValueTextSize> text{};
         UnitText(unit, text);
@@ -69,41 +57,27 @@ TEST_F(CoreTest, NamesEveryUnitAndNumbersTheOthers) {
 }
 
 TEST_F(CoreTest, ParsesTypedNumbersWithTheUsersSeparator) {
-    World().decimal_separator                      = L',';
-    const std::pair<const wchar_t*, float> cases[] = {{L"1,5", 1.5F},
-                                                      {L"60", 60.0F},
-                                                      {L",", 0.0F},
-                                                      {L",25", 0.25F},
-                                                      {L"7,", 7.0F},
-                                                      {L"999,9", 999.9F},
-                                                      {L"", kInvalidNumber},
-                                                      {L"1.5", kInvalidNumber},
-                                                      {L"1,2,3", kInvalidNumber},
-                                                      {L"-1", kInvalidNumber},
-                                                      {L" 1", kInvalidNumber}};
+    World().decimal_separator = L',';
+    // clang-format off
+    const std::pair<const wchar_t*, float> cases[] = {
+        {L"1,5", 1.5F}, {L"60", 60.0F}, {L",", 0.0F}, {L",25", 0.25F}, {L"7,", 7.0F}, {L"999,9", 999.9F},
+        {L"", kInvalidNumber}, {L"1.5", kInvalidNumber}, {L"1,2,3", kInvalidNumber}, {L"-1", kInvalidNumber},
+        {L" 1", kInvalidNumber}};
+    // clang-format on
     for (const auto& [text, expected] : cases) EXPECT_FLOAT_EQ(ParseNumber(text), expected);
 }
 
 TEST_F(CoreTest, TakesCallerWordAndFuelFromTheCommandLine) {
-    struct Case {
-        const wchar_t* line;
-        const wchar_t* word;
-        std::int32_t fuel;
-    };
-    const Case cases[] = {{L"", L"", -1},
-                          {L"JOB17 6420=3", L"JOB17", 3},
-                          {L"6420=", L"6420=", -1},
-                          {L"6420=7", L"6420=7", 7},
-                          {L"A 6420=", L"A", -1},
-                          {L"A 6420= 5", L"A", 0},
-                          {L"A 6420=12x", L"A", 12},
-                          {L"A 6420=x 6420=4", L"A", 0},
-                          {L" B", L"", -1},
-                          {L"A 6420=99999999999", L"A", 2147483647},
-                          {L"A x6420=2y", L"A", 2}};
-    for (const Case& row : cases) {
-        EXPECT_EQ(CallerWord(row.line), row.word);
-        EXPECT_EQ(FuelChoice(row.line), row.fuel) << testing::PrintToString(std::wstring(row.line));
+    // clang-format off
+    const std::tuple<const wchar_t*, const wchar_t*, int> cases[] = {
+        {L"", L"", -1},              {L"JOB17 6420=3", L"JOB17", 3},  {L"6420=", L"6420=", -1},
+        {L"6420=7", L"6420=7", 7},   {L"A 6420=", L"A", -1},          {L"A 6420= 5", L"A", 0},
+        {L"A 6420=12x", L"A", 12},   {L"A 6420=x 6420=4", L"A", 0},   {L" B", L"", -1},
+        {L"A x6420=2y", L"A", 2},    {L"A 6420=99999999999", L"A", 2147483647}};
+    // clang-format on
+    for (const auto& [line, word, fuel] : cases) {
+        EXPECT_EQ(CallerWord(line), word);
+        EXPECT_EQ(FuelChoice(line), fuel) << testing::PrintToString(std::wstring(line));
     }
 }
 

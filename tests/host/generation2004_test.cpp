@@ -48,13 +48,10 @@ protected:
         ASSERT_EQ(Configure(), 0U);
     }
 
-    /// Reads the heating check into `results_`, gives the low byte of each ident and its value.
+    /// Reads the heating check into `results_`.
     std::string HeatingCheck() {
         EXPECT_EQ(connection_->ReadHeatingCheck(results_), 0U);
-        std::ostringstream text;
-        for (const ChannelRecord& record : UsedRecords(results_))
-            text << (record.view_ident & 0xFF) << '=' << record.value << ' ';
-        return text.str();
+        return ResultsOf(results_);
     }
 
     /// `count` value records in hex, idents from `first` on, all with value 1.0.
@@ -318,7 +315,7 @@ TEST_F(Generation2004Test, ReadsTheHeatingCheckList) {
                  "2E FF 00 00 FF 00 FF 00 00 00 00 00  01 01 00 00 01 00 00 00 00 00 00 00");
     peer_.Answer("A5 09 00 0A 0B 0C 0D 0E 0F 00 00 02 00", "00 00 A0 40 FF FF FF FF 00 00 C0 40 00 00 E0 40");
     Open();
-    EXPECT_EQ(HeatingCheck(), "46=5 46=6 1=7 46=5 46=6 1=7 ");
+    EXPECT_EQ(HeatingCheck(), "2E:5 2E:6 01:7 2E:5 2E:6 01:7");
     // The second block of length 0 is read once and ends the walk; for empty references nothing is asked.
     EXPECT_EQ(peer_.RequestsOf(0xA5), 7U);
     EXPECT_EQ(Lines(results_)[0], L"ff2e|255|255|1|5|ID_FF2E|");
@@ -346,14 +343,14 @@ TEST_F(Generation2004Test, KeepsOfTheHeatingCheckTheListsThatCannotBeReadAndNoOt
     list(first, "2E FF 00 00 FF 00 FF 00 00 00 00 00", "00 00 80 3F 00 00 80 3F");
     list(second, "02 01 00 00 FF 00 FF 00 00 00 00 00", "00 00 00 40 00 00 00 40");
     Open();
-    EXPECT_EQ(HeatingCheck(), "1=1 46=1 1=2 2=2 ");
+    EXPECT_EQ(HeatingCheck(), "01:1 2E:1 01:2 02:2");
     peer_.answers.erase(Hex("A5 0A 00 " + first));
     list(second, "02 01 00 00 FF 00 FF 00 00 00 00 00", "00 00 40 40 FF FF FF FF");  // and one value less
-    EXPECT_EQ(HeatingCheck(), "1=1 46=1 1=3 ");
+    EXPECT_EQ(HeatingCheck(), "01:1 2E:1 01:3");
     peer_.answers.erase(Hex("A5 08 00 " + second));
-    EXPECT_EQ(HeatingCheck(), "1=1 46=1 1=3 ");
+    EXPECT_EQ(HeatingCheck(), "01:1 2E:1 01:3");
     peer_.Answer("A5 10", "00 00 15 00 00 00 1A 00 00 00 " + second + " FF FF 00 00 00 00 FF FF 00 00 00 00");
-    EXPECT_EQ(HeatingCheck(), "1=3 ");
+    EXPECT_EQ(HeatingCheck(), "01:3");
 }
 
 TEST_F(Generation2004Test, AsksForNoMoreHeatingCheckListsThanATableHolds) {
