@@ -88,10 +88,9 @@ TEST_F(CoreTest, StartsFromTheStoreAndRemovesAStaleExchangeFile) {
     World().files[path]       = "old";
     ProgramState state;
     StartProgram(state, L"JOB 6420=2");
-    EXPECT_EQ(state.communication, 7U);
-    EXPECT_EQ(state.heating_check, 2U);
-    EXPECT_EQ(state.serial_output, 1U);
-    EXPECT_EQ(state.serial_output_port, 1U);
+    EXPECT_EQ((std::vector<std::uint32_t>{state.communication, state.heating_check, state.serial_output,
+                                          state.serial_output_port}),
+              (std::vector<std::uint32_t>{7, 2, 1, 1}));
     EXPECT_EQ(state.decimal_separator, L',');
     EXPECT_EQ(std::wstring(state.exchange_file.data()), path);
     EXPECT_FALSE(World().files.contains(path));
@@ -117,12 +116,9 @@ TEST_F(CoreTest, LabelsTheSpecialChannels) {
     EXPECT_EQ(std::wstring(channels[2].label.data()), L"Brennstoff");
     EXPECT_EQ(std::wstring(channels[63].label.data()), L"Ger\u00E4t");
 
-    ChannelTable results{};
-    results[0] = Number(0xFF2E, 0, 1, 0);
-    results[1] = Number(0xFF44, 0, 1, 0);
-    results[2] = Number(0x1234, 0, 1, 0);
+    ChannelTable results = {
+        {Number(0xFF2E, 0, 1, 0), Number(0xFF44, 0, 1, 0), Number(0x1234, 0, 1, 0), {}, Number(0xFF2E, 0, 1, 0)}};
     platform::CopyText(results[2].label, L"ID_1234");
-    results[4] = Number(0xFF2E, 0, 1, 0);
     LabelHeatingCheckTable(results);
     EXPECT_EQ(std::wstring(results[0].label.data()), L"PointsFluegasLo");
     EXPECT_EQ(std::wstring(results[1].label.data()), L"TempRearUpper");
@@ -135,19 +131,18 @@ protected:
     OutputTest() {
         state_.decimal_separator = L',';
         platform::CopyText(state_.exchange_file, kPath);
-        auto& channels                = measurement_.channels;
-        channels[0]                   = Number(0x0901, 130, 20.94F, 255);
-        channels[1]                   = Number(0x0301, 24, -0.125F, 253);
-        channels[2]                   = Number(0x0902, 139, 5, 0);  // a unit without a key
-        channels[3]                   = Number(kSmokeNumber1, 0, 1.5F, 255);
-        channels[4]                   = Number(kOilDerivative, 0, 1, 0);
-        channels[5]                   = Number(kSmokeNumberMean, 0, 2, 255);
-        channels[6]                   = Number(kFuel, kNoUnit, 1, 0);
-        channels[7]                   = WithText(kDevice, L"nelto\r\n9000=x \u03BB");
-        channels[8]                   = Number(0x0916, 99, 1, 0);
-        channels[8].value_type        = kNoValue;
-        measurement_.heating_check[0] = Number(0xFF2E, 255, 7, 0);
-        measurement_.heating_check[1] = Number(0xFF32, 255, 7, 0);
+        measurement_.channels      = {{
+                 Number(0x0901, 130, 20.94F, 255),
+                 Number(0x0301, 24, -0.125F, 253),
+                 Number(0x0902, 139, 5, 0),  // a unit without a key
+                 Number(kSmokeNumber1, 0, 1.5F, 255),
+                 Number(kOilDerivative, 0, 1, 0),
+                 Number(kSmokeNumberMean, 0, 2, 255),
+                 Number(kFuel, kNoUnit, 1, 0),
+                 WithText(kDevice, L"nelto\r\n9000=x \u03BB"),
+                 {.view_ident = 0x0916, .unit = 99, .value = 1},
+        }};
+        measurement_.heating_check = {{Number(0xFF2E, 255, 7, 0), Number(0xFF32, 255, 7, 0)}};
     }
 
     const std::string& Written() {
@@ -181,8 +176,8 @@ TEST_F(OutputTest, WritesTheExchangeFileByteForByte) {
     measurement_.oil_fuel = true;
     state_.caller_word    = {};
     EXPECT_EQ(Written(),
-              "2003=20,9\r\n4010=-0,125\r\n6020=1,5\r\n6320=1\r\n6520=2,0\r\n6420=1\r\n9000=nelto  9000=x "
-              "?\r\n5020=-\r\n9050263=7\r\n");
+              "2003=20,9\r\n4010=-0,125\r\n6020=1,5\r\n6320=1\r\n6520=2,0\r\n6420=1\r\n"
+              "9000=nelto  9000=x ?\r\n5020=-\r\n9050263=7\r\n");
 }
 
 TEST_F(OutputTest, LeavesNoHalfExchangeFileAndNoTraceOfTheFailure) {

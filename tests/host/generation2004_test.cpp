@@ -3,6 +3,7 @@
 #include <sstream>
 #include <tuple>
 
+#include "fake_d2xx.h"
 #include "instrument/analyser.h"
 #include "instrument/opening.h"
 #include "platform/wide_text.h"
@@ -13,6 +14,7 @@ namespace {
 
 const std::wstring kBaseLogName = L"Nelto780Base.txt";
 const std::wstring kZivLogName  = L"ZIVNelto780.txt";
+const std::string kZeros        = "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 ";
 
 std::wstring Label(const ChannelRecord& record) { return std::wstring(platform::TextIn(record.label)); }
 
@@ -34,11 +36,19 @@ protected:
         state_.communication                 = 5;
         World().serial_ports[L"COM5"].device = &peer_;
         FillSmallAnalyser(peer_);
+        peer_.Answer("49", "01 02 03 04 05 06");
     }
 
     void Open() {
         connection_ = Nelto780Open(state_);
         ASSERT_NE(connection_, nullptr) << state_.last_error;
+    }
+    /// The kind that is opened, and closed again; 0 for none.
+    std::uint32_t KindFound() {
+        connection_              = Nelto780Open(state_);
+        const std::uint32_t kind = connection_ == nullptr ? 0 : connection_->Kind();
+        if (kind != 0) EXPECT_EQ(connection_->Close(), 0U);
+        return kind;
     }
     Analyser& Opened() { return static_cast<Analyser&>(*connection_); }
     std::uint32_t Configure() { return connection_->ReadConfiguration(channels_); }
@@ -87,11 +97,9 @@ TEST_F(Generation2004Test, IdentifiesTheAnalyserOnTheSerialLink) {
     for (const auto& [answer, kind, line] : cases) {
         SCOPED_TRACE(answer);
         peer_.answers[Hex("42")] = Hex(answer);
-        connection_              = Nelto780Open(state_);
-        EXPECT_EQ(connection_ == nullptr ? 0U : connection_->Kind(), kind);
+        EXPECT_EQ(KindFound(), kind);
         EXPECT_TRUE(LogHas(kBaseLogName, line));
         EXPECT_STREQ(state_.last_error, kind != 0 ? "" : line);
-        if (connection_ != nullptr) connection_->Close();
         EXPECT_EQ(World().serial_ports[L"COM5"].open_handles, 0U);
     }
 }
@@ -126,6 +134,85 @@ TEST_F(Generation2004Test, LeavesTheErrorTextOfEachFailedStep) {
     EXPECT_EQ(World().now - before, 1000U);
     EXPECT_STREQ(state_.last_error, "open analyzer connection via Bluetooth SPP failed");
     EXPECT_TRUE(LogHas(kBaseLogName, "Instrument opening via Bluetooth failed, Error code 1"));
+}
+
+/// The same analyser over USB, once it is attached there.
+class UsbOpening : public Generation2004Test {
+protected:
+    UsbOpening() {
+        state_.communication = kUsb;
+        peer_.Answer("33", "");
+    }
+
+    FakeD2xx library_;
+};
+
+TEST_F(UsbOpening, AnAnalyserIsIdentifiedSetUpAndClosed) {
+    library_.Attach(2, "1", &peer_);
+    EXPECT_EQ(KindFound(), kKind780);
+    EXPECT_EQ(connection_->SubType(), 2u);
+    EXPECT_STREQ(state_.last_error, "");
+    EXPECT_TRUE(library_.AllReleased());
+
+    EXPECT_EQ(peer_.requests, (std::vector<Bytes>{Hex("42"), Hex("33 0E 05 09 00 DB 07 03 07"), Hex("85"), Hex("90")}));
+    EXPECT_EQ(LogText(kBaseLogName, "07.03.2011 14:05:09 "),  // World's calendar
+              "=== Start ===|Nelto780Open|Instrument nelto 780 (2004)/nelto 790 opened (via USB)|"
+              "GET_IDENT [nelto 780 2004] OK|synchronize clock|get SubType|GetSubType2004 (USB)|Nelto 780 Open OK|"
+              "Nelto780Base::Nelto780Close|SetSlaveMode|Connection closed (USB to nelto 780 2004)|");
+}
+
+TEST_F(UsbOpening, OnlyTheModelsOfGeneration2004AreAccepted) {
+    constexpr const char* kOff   = "GET_IDENT [nelto 780 2004] failed: instrument is switched off";
+    constexpr const char* kWrong = "GET_IDENT [nelto 780 2004] failed: wrong ident";
+    // The answer, and the last error, empty where it opens.
+    constexpr std::pair<const char*, const char*> kRows[] = {
+        {"00 42 00 00 54 37 38 30 01", ""},
+        {"00 42 00 00 54 37 39 30 01", ""},
+        {"FF FF FF FF 54 37 38 30 FF", ""},  // the header is not looked at
+        {"00 42 00 00 54 37 31 30 01", kWrong},
+        {"00 42 00 00 54 37 38 30", kWrong},
+        {"00 42 00 00 54 37 38 30 01 00", kWrong},
+        {"00 42 00 00 4B 01", kWrong},
+        {"00", kWrong},
+        {nullptr, kOff},
+    };
+    library_.Attach(2, "1", &peer_);
+    for (const auto& [answer, last_error] : kRows) {
+        peer_.answers.erase(Hex("42"));
+        if (answer != nullptr) peer_.answers[Hex("42")] = Hex(answer);
+        EXPECT_EQ(KindFound(), *last_error == '\0' ? kKind780 : 0U) << answer;
+        EXPECT_STREQ(state_.last_error, last_error);
+        if (*last_error != '\0') EXPECT_TRUE(LogHas(kBaseLogName, last_error));
+        EXPECT_TRUE(LogHas(kBaseLogName, "Connection closed (USB to nelto 780 2004)"));
+        EXPECT_TRUE(library_.AllReleased());
+    }
+}
+
+TEST_F(UsbOpening, ClockAndSubTypeAreNeeded) {
+    library_.Attach(2, "1", &peer_);
+    peer_.answers.erase(Hex("85"));
+    EXPECT_EQ(KindFound(), 0U);
+    EXPECT_STREQ(state_.last_error, "Nelto 780 Open: GetSubType failed");
+    EXPECT_TRUE(LogHas(kBaseLogName, "GetSubType2004 error"));
+    peer_.answers.erase(Hex("33"));
+    EXPECT_EQ(KindFound(), 0U);
+    EXPECT_STREQ(state_.last_error, "Nelto 780 Open: Error synchronizing clock");
+    EXPECT_TRUE(library_.AllReleased());
+}
+
+TEST_F(UsbOpening, DeviceType2IsTriedBefore16AndNoOther) {
+    library_.Attach(9, "1", &peer_);
+    EXPECT_EQ(KindFound(), 0U);
+    EXPECT_STREQ(state_.last_error, "no supported nelto analyzer found at USB");
+    EXPECT_TRUE(LogHas(kBaseLogName, "no nelto fluegas instrument (nelto 745/780) found at USB"));
+    library_.Attach(16, "2", &peer_);
+    EXPECT_EQ(KindFound(), kKind780);
+    MessagePeer preferred;
+    preferred.answers = peer_.answers;
+    library_.Attach(2, "3", &preferred);
+    EXPECT_EQ(KindFound(), kKind780);
+    EXPECT_FALSE(preferred.requests.empty());
+    EXPECT_TRUE(library_.AllReleased());
 }
 
 TEST_F(Generation2004Test, AStopEndsTheOpeningBeforeTheNextRequest) {
@@ -303,14 +390,11 @@ TEST_F(Generation2004Test, SetsTheClockOfA710AndReadsNothingElse) {
 }
 
 TEST_F(Generation2004Test, ReadsTheHeatingCheckList) {
-    peer_.Answer("49", "01 02 03 04 05 06");
     peer_.Answer("A5 10",
                  "00 00 "
                  "15 00 00 00 1A 00 00 00 0A 0B 0C 0D 0E 0F FF FF 00 00 00 00 FF FF 00 00 00 00 "
                  "15 00 00 00 00 00 00 00 0A 0B 0C 0D 0E 0F FF FF 00 00 00 00 FF FF 00 00 00 00");
-    peer_.Answer("A5 08 00 0A 0B 0C 0D 0E 0F",
-                 "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 02 00 00 00 "
-                 "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00");
+    peer_.Answer("A5 08 00 0A 0B 0C 0D 0E 0F", kZeros + "02 00 00 00 " + kZeros);
     peer_.Answer("A5 0A 00 0A 0B 0C 0D 0E 0F",
                  "2E FF 00 00 FF 00 FF 00 00 00 00 00  01 01 00 00 01 00 00 00 00 00 00 00");
     peer_.Answer("A5 09 00 0A 0B 0C 0D 0E 0F 00 00 02 00", "00 00 A0 40 FF FF FF FF 00 00 C0 40 00 00 E0 40");
@@ -330,15 +414,12 @@ TEST_F(Generation2004Test, ReadsTheHeatingCheckList) {
 
 /// Two lists, of reference 1 and 2, that hold the same quantity and one of their own each.
 TEST_F(Generation2004Test, KeepsOfTheHeatingCheckTheListsThatCannotBeReadAndNoOthers) {
-    const std::string header = std::string("00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 01 00 00 00 ") +
-                               "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00";
     const auto list = [&](const std::string& reference, const std::string& entry, const std::string& values) {
-        peer_.Answer("A5 08 00 " + reference, header);
+        peer_.Answer("A5 08 00 " + reference, kZeros + "01 00 00 00 " + kZeros);
         peer_.Answer("A5 0A 00 " + reference, "01 01 00 00 01 00 FF 00 00 00 00 00 " + entry);
         peer_.Answer("A5 09 00 " + reference + " 00 00 01 00", values);
     };
     const std::string first = "01 01 01 01 01 01", second = "02 02 02 02 02 02";
-    peer_.Answer("49", "01 02 03 04 05 06");
     peer_.Answer("A5 10", "00 00 15 00 00 00 1A 00 00 00 " + first + " " + second + " FF FF 00 00 00 00");
     list(first, "2E FF 00 00 FF 00 FF 00 00 00 00 00", "00 00 80 3F 00 00 80 3F");
     list(second, "02 01 00 00 FF 00 FF 00 00 00 00 00", "00 00 00 40 00 00 00 40");
@@ -356,7 +437,6 @@ TEST_F(Generation2004Test, KeepsOfTheHeatingCheckTheListsThatCannotBeReadAndNoOt
 TEST_F(Generation2004Test, AsksForNoMoreHeatingCheckListsThanATableHolds) {
     std::string blocks = "00 00 ";
     for (int index = 0; index < 600; ++index) blocks += "15 00 00 00 06 00 ";
-    peer_.Answer("49", "01 02 03 04 05 06");
     peer_.Answer("A5 10", blocks);
     Open();
     peer_.requests.clear();

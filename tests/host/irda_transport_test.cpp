@@ -10,13 +10,7 @@
 namespace nelto {
 namespace {
 
-using platform::memory::AlwaysFail;
-using platform::memory::Call;
-using platform::memory::IrdaPiece;
-using platform::memory::IrdaWorld;
-using platform::memory::MakeIrdaDeviceList;
-using platform::memory::TheIrdaWorld;
-using platform::memory::TheWorld;
+using namespace platform::memory;
 
 using test::Bytes;
 using DebugLines = std::vector<std::wstring>;
@@ -40,11 +34,6 @@ protected:
         TearDown();
         SetUp();
     }
-    void ConnectAgain() {
-        StartAgain();
-        stop_ = 0;
-        ASSERT_EQ(Open(), kIrdaOpenOk);
-    }
 
     IrdaOpenResult Open() {
         IrdaOpenResult result = kIrdaOpenOk;
@@ -52,7 +41,11 @@ protected:
         EXPECT_EQ(link_ != nullptr, result == kIrdaOpenOk);
         return result;
     }
-    void Connect() { ASSERT_EQ(Open(), kIrdaOpenOk); }
+    void Connect() {
+        StartAgain();
+        stop_ = 0;
+        ASSERT_EQ(Open(), kIrdaOpenOk);
+    }
 
     LinkStatus Transceive(std::size_t capacity, Bytes request = {0xAA}) {
         reply_.assign(capacity, 0xEE);
@@ -111,7 +104,7 @@ TEST_F(IrdaTransport, WorksWithoutItsLog) {
     EXPECT_EQ(TheWorld().debug_lines, DebugLines{L"ZIVNELTO780: no IrDA device in range"});
     StartAgain();
     TheWorld().unwritable_files.insert(kLog);
-    Connect();
+    ASSERT_EQ(Open(), kIrdaOpenOk);
     TheIrdaWorld().pieces = {Bytes{0, 0xAA, 4, 0}};
     EXPECT_EQ(Transceive(4096), LinkStatus::kOk);
     EXPECT_TRUE(TheWorld().files.empty());
@@ -147,9 +140,9 @@ TEST_F(IrdaTransport, ADeviceCountBeyondTheListIsCut) {
 }
 
 TEST_F(IrdaTransport, ASecondOpeningEmptiesTheLog) {
-    Connect();
+    EXPECT_EQ(Open(), kIrdaOpenOk);
     link_.reset();
-    Connect();
+    EXPECT_EQ(Open(), kIrdaOpenOk);
     EXPECT_EQ(TheWorld().files[kLog], "Device name NELTO T780\r\n");
 }
 
@@ -190,7 +183,7 @@ TEST_F(IrdaTransport, AReplyIsWholeWhenItsOwnLengthHasArrived) {
         };
     for (const auto& [what, pieces, capacity, result, received, debug_lines, receive_calls] : cases) {
         SCOPED_TRACE(what);
-        ConnectAgain();
+        Connect();
         TheIrdaWorld().pieces = pieces;
         EXPECT_EQ(Transceive(capacity), result);
         EXPECT_EQ(received_, received);
@@ -212,7 +205,7 @@ TEST_F(IrdaTransport, BytesBehindTheReplyAreLeftForTheNextOne) {
 
 TEST_F(IrdaTransport, ASilentAnalyserIsWaitedForUntilAStop) {
     for (const bool answers_after_all : {false, true}) {
-        ConnectAgain();
+        Connect();
         TheIrdaWorld().is_silent  = true;
         const std::uint32_t start = TheWorld().now;
         TheWorld().on_wait        = [&] {
@@ -229,7 +222,7 @@ TEST_F(IrdaTransport, ASilentAnalyserIsWaitedForUntilAStop) {
 
 TEST_F(IrdaTransport, AReplyThatIsComingInIsFinishedAfterAStop) {
     for (const std::uint32_t pause : {150U, 400U}) {  // 12 bytes: 1.8 and 4.8 seconds
-        ConnectAgain();
+        Connect();
         TheIrdaWorld().is_silent  = true;
         stop_                     = 1;
         const std::uint32_t start = TheWorld().now;
@@ -260,7 +253,7 @@ TEST_F(IrdaTransport, SendingThatFailsEndsTheExchange) {
                                          [](IrdaLink&) { TheIrdaWorld().sends_half = true; },
                                          [](IrdaLink& link) { link.Close(); }};
     for (const auto cause : causes) {
-        ConnectAgain();
+        Connect();
         cause(*link_);
         TheIrdaWorld().pieces = {kTwelve};
         EXPECT_EQ(Transceive(4096), LinkStatus::kDriverFailed);
@@ -275,13 +268,10 @@ TEST_F(IrdaTransport, TracesSixteenBytesALineAndAnEmptyLineBehindAFullOne) {
     TheIrdaWorld().pieces = {test::Hex("0A 0A 10 00 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A")};
     EXPECT_EQ(Transceive(4096, test::Hex("F0 F1 F2 F3 F4 F5 F6 F7 F8 F9 FA FB FC FD FE FF 00")), LinkStatus::kOk);
     const std::string expected =
-        "Device name NELTO T780\r\n"
-        "SEND 17 Bytes\r\n"
+        "Device name NELTO T780\r\nSEND 17 Bytes\r\n"
         "F0 F1 F2 F3 F4 F5 F6 F7 F8 F9 FA FB FC FD FE FF \r\n"
-        "00 \r\n"
-        "RECEIVE 16 Bytes\r\n"
-        "0A 0A 10 00 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A \r\n"
-        "\r\n";
+        "00 \r\nRECEIVE 16 Bytes\r\n"
+        "0A 0A 10 00 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A \r\n\r\n";
     EXPECT_EQ(TheWorld().files[kLog], expected);
     link_->Close();
     EXPECT_EQ(Transceive(4096), LinkStatus::kDriverFailed);

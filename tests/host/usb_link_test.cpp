@@ -257,11 +257,6 @@ protected:
     }
 
     static inline const Bytes kIdentPacket = Hex("21 00 00 00 01 09 00 42 00 00 54 37 38 30 01 66 1C");
-    static Bytes Damaged(std::size_t index, std::uint8_t byte) {
-        Bytes packet  = kIdentPacket;
-        packet[index] = byte;
-        return packet;
-    }
     static inline const Bytes kFirstOfTwo  = Hex("21 00 00 00 02 03 01 02 03 6E 9C");
     static inline const Bytes kSecondOfTwo = Hex("21 00 01 00 02 02 04 05 EB F3");
 
@@ -312,10 +307,9 @@ TEST_F(UsbMessages, DamagedAnswersHaveTheirResultAndLeaveTheLinkUsable) {
         {"echo of the program's start",  1,   {Hex("12 80 0F")},                        kUsbWrongStart},
         {"acknowledgement alone",        1,   {Hex("21 80 0F")},                        kUsbProtocolFault},
         {"less than a header",           1,   {Hex("21 00 00")},                        kUsbTimeout},
-        {"flipped payload bit",          1,   {Damaged(13, 0x31)}, kUsbProtocolFault},
-        {"flipped checksum bit",         1,   {Damaged(15, 0x67)}, kUsbProtocolFault},
-        {"length byte asks for more",    1,   {Damaged(5, 0x0A)}, kUsbTimeout},
-        {"length byte asks for less",    1,   {Damaged(5, 0x08)}, kUsbTimeout},
+        {"wrong checksum",               1,   {Hex("21 00 00 00 01 01 07 00 00")},      kUsbProtocolFault},
+        {"length byte asks for more",    1,   {Hex("21 00 00 00 01 02 07 00 00")},      kUsbTimeout},
+        {"length byte asks for less",    1,   {Hex("21 00 00 00 01 00 07 00 00")},      kUsbTimeout},
         {"wrong acknowledgement",        101, {Hex("21 80 0E")},                        kUsbProtocolFault},
         {"short acknowledgement",        101, {Hex("21 80")},                           kUsbTimeout},
         {"no acknowledgement's middle",  101, {Hex("21 81 0F")},                        kUsbTimeout},
