@@ -81,12 +81,12 @@ const std::tuple<const char*, void (*)(IrdaWorld&), std::uint32_t, std::string, 
 TEST_F(IrdaTransport, FailedOpeningsTellTheirCauseAndLeaveNothingOpen) {
     for (const auto& [cause, arrange, result, log, debug_lines] : kOpenCases) {
         SCOPED_TRACE(cause);
-        SetUp();
+        StartAgain();
         arrange(TheIrdaWorld());
         EXPECT_EQ(Open(), result);
         EXPECT_EQ(TheWorld().files[kLog], log);
         EXPECT_EQ(TheWorld().debug_lines, debug_lines);
-        TearDown();
+        EXPECT_EQ(TheIrdaWorld().open_sockets + TheIrdaWorld().references, 0u);
 
         ProgramState state{.communication = kIrda};
         EXPECT_EQ(test::Nelto780Open(state), nullptr);
