@@ -155,13 +155,14 @@ protected:
         if (output_.Begin(state_, measurement_)) output_.Write();
     }
 
-    static std::string Sent(const ScriptedPeer& peer) {
+    std::string Sent() const {
         std::string bytes;
-        for (const Bytes& piece : peer.written) bytes.append(piece.begin(), piece.end());
+        for (const Bytes& piece : peer_.written) bytes.append(piece.begin(), piece.end());
         return bytes;
     }
 
     static constexpr const wchar_t* kPath = L"C:\\Temp\\\\NeltoStackWatcher.txt";
+    ScriptedPeer peer_;
     ProgramState state_;
     Measurement measurement_;
     SerialOutput output_;
@@ -197,14 +198,13 @@ TEST_F(OutputTest, LeavesNoHalfExchangeFileAndNoTraceOfTheFailure) {
 }
 
 TEST_F(OutputTest, SendsTheSerialBlockByteForByte) {
-    ScriptedPeer peer;
-    World().serial_ports[L"\\\\.\\COM12"].device = &peer;
+    World().serial_ports[L"\\\\.\\COM12"].device = &peer_;
     state_.serial_output_port                    = 12;
     Send();
-    EXPECT_TRUE(peer.written.empty());
+    EXPECT_TRUE(peer_.written.empty());
     state_.serial_output = 1;
     Send();
-    EXPECT_EQ(Sent(peer),
+    EXPECT_EQ(Sent(),
               "NELTO\n\r00000901:130=20.9\n\r00000301:024=-0.125\n\r00000902:139=5\n\r00000916:099=\n\rEND\n\r");
     EXPECT_EQ(World().serial_ports[L"\\\\.\\COM12"].baud_rate, 0U);  // the port is used as the system has it set
     EXPECT_EQ(World().serial_ports[L"\\\\.\\COM12"].open_handles, 0U);
@@ -217,9 +217,8 @@ TEST_F(OutputTest, SendsTheSerialBlockByteForByte) {
 }
 
 TEST_F(OutputTest, PutsUpWithEveryFaultOfTheOutputPortInSilence) {
-    ScriptedPeer peer;
     auto& port                = World().serial_ports[L"COM7"];
-    port.device               = &peer;
+    port.device               = &peer_;
     state_.serial_output      = 1;
     state_.serial_output_port = 3;  // missing
     Send();
@@ -234,18 +233,17 @@ TEST_F(OutputTest, PutsUpWithEveryFaultOfTheOutputPortInSilence) {
     port.stands_still         = true;
     Send();
     EXPECT_EQ(World().now - start, 500 + 7 * 40U);  // for the first line, and none after it
-    EXPECT_TRUE(peer.written.empty());
-    port.stands_still = false;
-    peer.most_written = 3;
+    EXPECT_TRUE(peer_.written.empty());
+    port.stands_still  = false;
+    peer_.most_written = 3;
     Send();
-    EXPECT_EQ(Sent(peer), SerialOutputBlock(measurement_));  // counts are not looked at
+    EXPECT_EQ(Sent(), SerialOutputBlock(measurement_));  // counts are not looked at
     EXPECT_EQ(port.open_handles, 0U);
     EXPECT_TRUE(World().files.empty() && World().debug_lines.empty());
 }
 
 TEST_F(OutputTest, SendsNothingWhileABlockIsUnderWayAndNoLineMoreOnceItIsCancelled) {
-    ScriptedPeer peer;
-    World().serial_ports[L"COM1"].device = &peer;
+    World().serial_ports[L"COM1"].device = &peer_;
     state_.serial_output                 = 1;
     ASSERT_TRUE(output_.Begin(state_, measurement_));
     const std::string begun   = SerialOutputBlock(measurement_);
@@ -253,14 +251,14 @@ TEST_F(OutputTest, SendsNothingWhileABlockIsUnderWayAndNoLineMoreOnceItIsCancell
     state_.serial_output_port = 2;
     EXPECT_FALSE(output_.Begin(state_, measurement_));
     output_.Write();
-    EXPECT_EQ(Sent(peer), begun);  // of the moment at which it was begun, to the port of that moment
+    EXPECT_EQ(Sent(), begun);  // of the moment at which it was begun, to the port of that moment
     ASSERT_TRUE(output_.Begin(state_, measurement_));
     output_.Drop();
     state_.serial_output_port = 1;
     EXPECT_TRUE(output_.Begin(state_, measurement_));
     output_.Cancel();
     output_.Write();
-    EXPECT_EQ(Sent(peer), begun);
+    EXPECT_EQ(Sent(), begun);
     EXPECT_EQ(World().serial_ports[L"COM1"].open_handles, 0U);
 }
 

@@ -70,14 +70,15 @@ TEST_F(DialogViewTest, ConnectionTextNamesTheLink) {
 
 TEST_F(DialogViewTest, RowsAreTheUsedRecordsAndSmokeChannelsOnlyWithOil) {
     Measurement measurement;
-    measurement.channels[0]      = Record(0x0901, 20.94F, kNumber, L"O2");
-    measurement.channels[1]      = Record(kSmokeNumber1, 1.0F);
-    measurement.channels[2]      = Record(kOilDerivative, 1.0F);
-    measurement.channels[3]      = Record(kHeatCarrierTemperature, 0.0F, kNoValue, L"HCT");
-    measurement.channels[4]      = Record(kDevice, 0.0F, kText, L"Device");
+    measurement.channels         = {{Record(0x0901, 20.94F, kNumber, L"O2"),
+                                     Record(kSmokeNumber1, 1.0F),
+                                     Record(kOilDerivative, 1.0F),
+                                     Record(kHeatCarrierTemperature, 0.0F, kNoValue, L"HCT"),
+                                     Record(kDevice, 0.0F, kText, L"Device"),
+                                     {},
+                                     Record(0x0902, 1.0F)}};  // the last one behind a free record
     measurement.channels[4].unit = 777;
     platform::CopyText(measurement.channels[4].text, L"v1.2");
-    measurement.channels[6]      = Record(0x0902, 1.0F);  // behind the first free record
     measurement.heating_check[0] = Record(0xFF2E, 3.0F, kNumber, L"Points");
 
     const std::vector<ListRow> expected = {
@@ -92,10 +93,8 @@ TEST_F(DialogViewTest, RowsAreTheUsedRecordsAndSmokeChannelsOnlyWithOil) {
 TEST_F(DialogViewTest, TypedFieldsTakeOverOnlyRecordsWithANumber) {
     ChannelTable channels{};
     EXPECT_FALSE(ViewTypedFields(channels, L'.').heat_carrier_temperature);
-    channels[0]              = Record(kSmokeNumber1, 2.46F);
-    channels[1]              = Record(kSmokeNumber2, -1.0F, kNoValue);
-    channels[2]              = Record(kSmokeNumber3, std::nanf(""));
-    channels[3]              = Record(kHeatCarrierTemperature, 65.0F);
+    channels                 = {{Record(kSmokeNumber1, 2.46F), Record(kSmokeNumber2, -1.0F, kNoValue),
+                                 Record(kSmokeNumber3, std::nanf("")), Record(kHeatCarrierTemperature, 65.0F)}};
     channels[3].resolution   = kWholeNumber;  // the field has its own single decimal
     const TypedFields fields = ViewTypedFields(channels, L',');
     EXPECT_EQ(fields.smoke_numbers[0], L"2,5");

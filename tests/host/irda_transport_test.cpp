@@ -153,10 +153,7 @@ constexpr auto kGood = LinkStatus::kOk;
 constexpr auto kLost = LinkStatus::kDriverFailed;
 constexpr auto kBad  = LinkStatus::kProtocolFault;
 
-IrdaPiece Part(std::size_t from, std::size_t to) {
-    return Bytes(kTwelve.begin() + static_cast<std::ptrdiff_t>(from),
-                 kTwelve.begin() + static_cast<std::ptrdiff_t>(to));
-}
+IrdaPiece Part(std::ptrdiff_t from, std::ptrdiff_t to) { return Bytes(kTwelve.begin() + from, kTwelve.begin() + to); }
 
 TEST_F(IrdaTransport, AReplyIsWholeWhenItsOwnLengthHasArrived) {
     // What, pieces, capacity, result, size of the reply, lines for the debugger, receive calls.
@@ -226,9 +223,9 @@ TEST_F(IrdaTransport, AReplyThatIsComingInIsFinishedAfterAStop) {
         TheIrdaWorld().is_silent  = true;
         stop_                     = 1;
         const std::uint32_t start = TheWorld().now;
-        std::size_t given         = 0;
+        std::ptrdiff_t given      = 0;
         TheIrdaWorld().on_idle    = [&] {
-            if (given == kTwelve.size() || TheWorld().now - start < (given + 1) * pause) return;
+            if (given == 12 || TheWorld().now - start < (given + 1) * pause) return;
             TheIrdaWorld().pieces.push_back(Part(given, given + 1));
             ++given;
         };
