@@ -32,15 +32,19 @@ void AppendUtf8(std::string& bytes, std::uint32_t code_point) {
     add(0x80 | (code_point & 0x3F));
 }
 
+/// The number of the character; 0 behind the end.
+std::uint32_t CodeAt(std::wstring_view text, std::size_t index) {
+    return index < text.size() ? std::char_traits<wchar_t>::to_int_type(text[index]) : 0U;
+}
+
 /// Wide characters are UTF-16, or whole code points; half a surrogate pair becomes the replacement character.
 void AppendUtf8(std::string& bytes, std::wstring_view text) {
     for (std::size_t index = 0; index < text.size(); ++index) {
-        auto code = static_cast<std::uint32_t>(text[index]);
+        std::uint32_t code = CodeAt(text, index);
         if (code >= 0xD800 && code < 0xE000) {
-            const wchar_t next = index + 1 < text.size() ? text[index + 1] : L'\0';
-            const auto low     = static_cast<std::uint32_t>(next);
-            const bool is_pair = code < 0xDC00 && low >= 0xDC00 && low < 0xE000;
-            code               = is_pair ? 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00) : 0xFFFD;
+            const std::uint32_t low = CodeAt(text, index + 1);
+            const bool is_pair      = code < 0xDC00 && low >= 0xDC00 && low < 0xE000;
+            code                    = is_pair ? 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00) : 0xFFFD;
             index += is_pair ? 1 : 0;
         }
         AppendUtf8(bytes, code);
