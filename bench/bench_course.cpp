@@ -44,7 +44,7 @@ int main() {
         recorder.Record(measurement);
         seconds.push_back(MicroSince(start));
     }
-    std::vector<float> values(2 * kHour);
+    std::vector<float> values(std::size_t{2} * kHour);
     const auto start = Clock::now();
     recorder.CopyLatest(recorder.Series().front(), values);
     const CourseStatistics statistics = Summarise(values);

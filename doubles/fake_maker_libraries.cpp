@@ -36,7 +36,7 @@ const simulator::AnalyserData2010& Simulated() {
 const std::map<std::string, LibraryFunctions>& Libraries() {
     static const std::map<std::string, LibraryFunctions> libraries = [] {
         std::map<std::string, LibraryFunctions> all;
-#define NELTO_EXPORT(library, name, arguments) all[#library][#name] = reinterpret_cast<void*>(&name);
+#define NELTO_EXPORT(library, name, arguments) all[#library][#name] = reinterpret_cast<void*>(&(name));
 #include "exports.inc"
 #undef NELTO_EXPORT
         return all;

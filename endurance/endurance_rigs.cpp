@@ -297,9 +297,7 @@ public:
     }
 
     bool CanStrike() const override { return false; }
-    void Tick() override {
-        Maker().calls.clear();
-            }
+    void Tick() override { Maker().calls.clear(); }
     /// The text mappers; the instrument libraries stay, each one once.
     std::size_t Held() const override {
         std::size_t held = 0;

@@ -38,13 +38,13 @@ template <typename Reader>
         ScenarioChain longer = chain;
         std::string included;
         if (!OpenIncluded(line, longer, included, error)) return false;
-        return ReadScenarioLines(included, longer, reader, error) || (error = longer.back() + " " + error, false);
+        return ReadScenarioLines(included, longer, reader, error) || (error.insert(0, longer.back() + " "), false);
     };
     if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
     for (std::size_t number = 1; !text.empty(); ++number) {
         const std::size_t length = std::min(text.find('\n'), text.size());
         if (!read(text.substr(0, length))) {
-            error = "line " + std::to_string(number) + ": " + error;
+            error.insert(0, "line " + std::to_string(number) + ": ");
             return false;
         }
         text.remove_prefix(std::min(length + 1, text.size()));

@@ -14,7 +14,7 @@ namespace nelto {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::size_t kPieceSize          = 256 * 1024;
+constexpr std::size_t kPieceSize          = std::size_t{256} * 1024;
 
 void AppendUtf8(std::string& bytes, std::uint32_t code_point) {
     const auto add = [&bytes](std::uint32_t bits) { bytes += static_cast<char>(bits); };
@@ -37,9 +37,10 @@ void AppendUtf8(std::string& bytes, std::wstring_view text) {
     for (std::size_t index = 0; index < text.size(); ++index) {
         auto code = static_cast<std::uint32_t>(text[index]);
         if (code >= 0xD800 && code < 0xE000) {
-            const std::uint32_t low = index + 1 < text.size() ? static_cast<std::uint32_t>(text[index + 1]) : 0;
-            const bool is_pair      = code < 0xDC00 && low >= 0xDC00 && low < 0xE000;
-            code                    = is_pair ? 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00) : 0xFFFD;
+            const wchar_t next = index + 1 < text.size() ? text[index + 1] : L'\0';
+            const auto low     = static_cast<std::uint32_t>(next);
+            const bool is_pair = code < 0xDC00 && low >= 0xDC00 && low < 0xE000;
+            code               = is_pair ? 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00) : 0xFFFD;
             index += is_pair ? 1 : 0;
         }
         AppendUtf8(bytes, code);

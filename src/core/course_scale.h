@@ -1,6 +1,7 @@
 // The scale of a strip: ticks at round numbers.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 
 namespace nelto {
@@ -12,7 +13,7 @@ struct CourseScale {
     double step              = 1;
     std::uint32_t resolution = 0;  // code of the decimals that the ticks need
 
-    [[nodiscard]] int Steps() const { return static_cast<int>((high - low) / step + 0.5); }
+    [[nodiscard]] int Steps() const { return static_cast<int>(std::lround((high - low) / step)); }
 };
 
 /// The finest scale of at most `most_steps` (at least 2) steps that holds `lowest` to `highest`. Its steps are no finer than the last

@@ -15,7 +15,7 @@ using LocalSecond = std::int64_t;
     const std::chrono::year_month_day date{std::chrono::year(static_cast<int>(time.year)),
                                            std::chrono::month(time.month), std::chrono::day(time.day)};
     const auto days = std::chrono::sys_days(date).time_since_epoch().count();
-    return LocalSecond{days} * 86400 + time.hour * 3600 + time.minute * 60 + time.second;
+    return LocalSecond{days} * 86400 + LocalSecond{time.hour} * 3600 + LocalSecond{time.minute} * 60 + time.second;
 }
 
 /// For moments since 1970.

@@ -72,7 +72,7 @@ void CourseList::Refresh() {
 
 void CourseList::ShowRow(std::size_t row) {
     const CourseSeries& series = recorder_.Series()[row];
-    std::vector<float> values(settings_.span_minutes * 60);
+    std::vector<float> values(std::size_t{settings_.span_minutes} * 60);
     recorder_.CopyLatest(series, values);
     CorrectRow(list_, row, CourseRowOf(series, Summarise(values), decimal_separator_));
     SetMark(list_, row, settings_.choice.Has(series.Key()));

@@ -63,12 +63,12 @@ LRESULT CoursePlot::Handle(UINT message, WPARAM w_param, LPARAM l_param) {
     switch (message) {
         case WM_PAINT: Paint(); return 0;
         case WM_ERASEBKGND: return 1;
-        case WM_GETDLGCODE: return DLGC_WANTARROWS;
         case WM_LBUTTONDOWN: SetFocus(plot_); return 0;
         case WM_KILLFOCUS: LookAt({}); [[fallthrough]];
         case WM_SETFOCUS: InvalidateRect(plot_, nullptr, FALSE); return 0;
         case WM_MOUSEMOVE: LookAtColumn(GET_X_LPARAM(l_param)); return 0;
         case WM_MOUSELEAVE: LookAt({}); return 0;
+        case WM_GETDLGCODE: return DLGC_WANTARROWS;
         case WM_KEYDOWN:
             if (LookByKey(w_param)) return 0;
             break;

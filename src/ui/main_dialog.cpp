@@ -76,13 +76,13 @@ public:
     void PassToList(UINT message, WPARAM w_param, LPARAM l_param) const;
 
 private:
+    void ShowState(std::uint32_t status);
     void ShowStatus(const StatusView& view);
     void ShowOk(OkChange change);
     [[nodiscard]] bool StaysBusy() const;
     void ShowAnalyser(const Measurement& measurement) const;
     void FillTypedFieldsOnce(Measurement& measurement);
     [[nodiscard]] bool TakeOverOilAnswer(Measurement& measurement, OilDerivativeEntry answer) const;
-    void RecordCourse(std::uint32_t status);
     void OpenCourse();
     void SaveCourse();
     void RunSettings();
@@ -127,7 +127,13 @@ void MainDialog::Paint() const {
 
 void MainDialog::Refresh() {
     const std::uint32_t status = state_.status;
-    RecordCourse(status);
+    recorder_.Advance(platform::TickMilliseconds(), platform::LocalTime());
+    if (status != kValuesAvailable) recorder_.Interrupt();
+    ShowState(status);
+    course_.Refresh();
+}
+
+void MainDialog::ShowState(std::uint32_t status) {
     const StatusView view = ViewStatus(status, shown_status_, IsControlEnabled(dialog_, IDC_OK));
     shown_status_         = status;
     ShowStatus(view);
@@ -138,18 +144,12 @@ void MainDialog::Refresh() {
     const bool busy         = StaysBusy();
     Measurement measurement = state_.measurement.Copy();
     if (view.values_arrive) ShowAnalyser(measurement);
+    // What is copied is whole, also while the worker reads on.
+    if (view.values_arrive) recorder_.Record(measurement);
     if (busy) return;
     ShowValueRows(ValueList(), ListRows(measurement, state_.decimal_separator));
     if (view.values_arrive) FillTypedFieldsOnce(measurement);
     serial_output_.Send(state_, measurement);
-}
-
-/// Before the values are shown, so that a measurement is recorded also in a refresh that finds the worker reading.
-void MainDialog::RecordCourse(std::uint32_t status) {
-    recorder_.Advance(platform::TickMilliseconds(), platform::LocalTime());
-    if (status == kValuesAvailable) recorder_.Record(state_.measurement.Copy());
-    if (status != kValuesAvailable) recorder_.Interrupt();
-    course_.Refresh();
 }
 
 /// True when the worker goes on reading: then the next refresh shows the values.

@@ -97,7 +97,7 @@ constexpr std::array kMappers = {L"IDTEXTMAPPER.DLL", L"IDTEXTMAPPER_T752.DLL", 
 /// Every library but the second one of the device, with or without the text mappers.
 void Install(bool with_mappers) {
     static const test::LibraryFunctions functions = {
-#define NELTO_EXPORT(library, function, arguments) {#function, reinterpret_cast<void*>(&function)},
+#define NELTO_EXPORT(library, function, arguments) {#function, reinterpret_cast<void*>(&(function))},
 #include "exports.inc"
 #undef NELTO_EXPORT
     };

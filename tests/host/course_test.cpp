@@ -100,7 +100,7 @@ TEST_F(CourseTest, LocalTimeFollowsAClockThatIsSet) {
 
 TEST_F(CourseTest, ADayStaysWithinItsBound) {
     constexpr std::size_t kHour = 3600;
-    constexpr std::size_t kMega = 1024 * 1024;
+    constexpr std::size_t kMega = std::size_t{1024} * 1024;
     const auto record           = [this](std::size_t channels, std::size_t seconds) {
         measurement_.channels = {};
         for (std::size_t index = 0; index < channels; ++index) {

@@ -132,6 +132,9 @@ TEST_F(Generation2010Test, SubTypes) {
     }
     EXPECT_TRUE(Logged("NELTO760SPI_GetDeviceType: -1"));
 
+    Maker().Data().device_type = 2;
+    EXPECT_EQ(analyser_->GetSubType(), kDone);
+    Maker().Data().device_type       = 5;
     Maker().results["GetDeviceName"] = 1;
     EXPECT_EQ(analyser_->GetSubType(), kBadAnswer);
     EXPECT_EQ(analyser_->SubType(), 0U);

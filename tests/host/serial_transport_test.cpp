@@ -144,14 +144,14 @@ TEST_F(SerialTransportTest, EndsAnEndlessReply) {
 
 TEST_F(SerialTransportTest, SaysHowMuchAShortWriteWrote) {
     Open();
-    peer_.most_written = 4;
+    peer_.most_written = 8;
     EXPECT_EQ(Transceive(Hex("42")), kSerialProtocolFault);
-    EXPECT_TRUE(LogHas(kZivLog, "Bytes written 4"));
+    EXPECT_TRUE(LogHas(kZivLog, "Bytes written 8"));
 }
 
 TEST_F(SerialTransportTest, WaitsForNoAnswerToWhatAStopKeptFromBeingSent) {
     Open();
-    peer_.most_written        = 4;
+    peer_.most_written        = 8;
     stop_                     = 1;
     const std::uint32_t start = World().now;
     EXPECT_EQ(link_->Transceive(Hex("42"), reply_, received_, 3000), LinkStatus::kStopped);

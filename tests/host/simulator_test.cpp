@@ -108,7 +108,7 @@ TEST(Analyser2010Test, FuelsAreRefusedTwiceOrWithoutTheActiveOne) {
 // The command line.
 
 TEST(Options, IdentAndSeedMakeAnotherAnalyser) {
-    const auto noise = [](std::string seed) {
+    const auto noise = [](const std::string& seed) {
         std::array<std::string, 7> words = {"nelto-simulator", "--port", "COM6", "--ident", "790", "--seed", seed};
         std::array<char*, words.size()> pointers{};
         std::ranges::transform(words, pointers.begin(), [](std::string& word) { return word.data(); });
