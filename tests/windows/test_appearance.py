@@ -26,7 +26,7 @@ LONGEST = {
     DEVICE_BOX: ["nelto 780-2 HD", "nelto 780-255"], CONNECTION: ["Bluetooth COM255"], HEAT_CARRIER: ["999.9"],
     COURSE_SPAN: ["120 min"], COURSE_HINT: ["Sechs Verläufe sind zu sehen: erst einen abwählen."],
     BLUETOOTH_PORT: ["255"], RS232_PORT: ["255"], OIL_DERIVATIVE: ["NEIN", "YES"], **{field: ["10.0"] for field in SMOKE}}
-CELLS = {"value": ["-1234.567", "01234567", "NEIN"], "unit": ["mg/kWh", "mg/m³", "m/sec", "Unit 207"]}
+VALUES, UNITS = ["-1234.567", "01234567", "NEIN"], ["mg/kWh", "mg/m³", "m/sec", "Unit 207"]
 
 # Each field and the label that a screen reader names it by: the text that comes before it.
 NAMED_BY = {LIST: 501, SMOKE[0]: 530, SMOKE[1]: 531, SMOKE[2]: 532, OIL_DERIVATIVE: 533, HEAT_CARRIER: 534,
@@ -82,51 +82,42 @@ class Appearance(SerialSession):
     def assert_status_fits(self, language):
         """Two lines at most, and the one that is shown now lies whole beside its picture."""
         program = self.program
-        left, top, width, height = program.state(STATUS)["rect"]
+        (left, top, width, height), (*_, line), small = (program.state(each)["rect"] for each in (STATUS, CONNECTION, SMALL_PICTURE))
         for texts in (SEARCHING, READING, AVAILABLE, BROKEN, INVALID):
             self.assertLessEqual(self.lines(texts[language], width), 2, texts)
-        line = program.state(CONNECTION)["rect"][3]
-        small = program.state(SMALL_PICTURE)["rect"]
         self.assertGreaterEqual(height, self.lines(program.text(STATUS), width) * line)
         self.assertTrue(small[1] <= top and top + height <= small[1] + small[3] and left >= small[0] + small[2])
 
-    def assert_list_fits(self, scaling):
+    def assert_list_fits(self, scaling, control, cells):
         """Titles, numbers and units are shown whole, and a vertical scroll bar does not bring a horizontal one with it."""
-        listed, program = self.program.ask("items", LIST), self.program
-        columns = [[], CELLS["value"], CELLS["unit"]]
-        for title, width, texts in zip(listed["columns"], listed["widths"], columns, strict=True):
+        listed = self.program.ask("items", control)
+        for title, width, texts in zip(listed["columns"], listed["widths"], cells, strict=True):
             for text in [title, *texts]:
                 self.assertLessEqual(self.width(text) + CELL_MARGIN * scaling // 100, width, text)
-        self.assertEqual(program.state(LIST)["style"] & (WS_HSCROLL | WS_VSCROLL), WS_VSCROLL if listed["rows"] else 0)
+        style = self.program.state(control)["style"]
+        self.assertEqual(style & (WS_HSCROLL | WS_VSCROLL), WS_VSCROLL if listed["rows"] else 0)
 
     def assert_course_fits(self, scaling, language):
         program = self.program
         program.ask("command", COURSE_COMMAND)
         program.window(COURSE_CAPTION[language])
         self.assert_controls_fit(scaling, COURSE_PLOT)  # its text is for screen readers
-        listed = program.ask("items", COURSE_LIST)
-        for title, width in zip(listed["columns"], listed["widths"], strict=True):
-            for text in [title, *CELLS["value"], *CELLS["unit"]]:
-                self.assertLessEqual(self.width(text) + CELL_MARGIN * scaling // 100, width, text)
-        style = program.state(COURSE_LIST)["style"]
-        self.assertEqual(style & (WS_HSCROLL | WS_VSCROLL), WS_VSCROLL if listed["rows"] else 0)
+        self.assert_list_fits(scaling, COURSE_LIST, 7 * [VALUES + UNITS])
         program.ask("close")
         program.window(CAPTION)
 
     def assert_pictures(self, scaling, large, small, background=None):
         """The set drawn for the scaling is shown, both pictures in the middle of their places and nothing of the magenta."""
         self.program.ask("activate")
-        numbers = {LARGE_PICTURE: large, SMALL_PICTURE: small}
-        pictures = {area: picture(number, scaling) for area, number in numbers.items()}
+        pictures = [picture(number, scaling) for number in (large, small)]
 
         def places():
             self.seen = harness.look()
-            found = {area: place(self.seen, image) for area, image in pictures.items()}
-            return None not in found.values() and found
-        found = self.program.wait_until(places, f"the pictures {numbers} for {scaling} %")
+            found = [place(self.seen, image) for image in pictures]
+            return None not in found and found
+        found = self.program.wait_until(places, f"the pictures {large} and {small} for {scaling} %")
         offsets = []
-        for area, image in pictures.items():
-            left, top = found[area]
+        for area, image, (left, top) in zip((LARGE_PICTURE, SMALL_PICTURE), pictures, found):
             centre = middle(self.program.state(area)["rect"])
             offsets.append([a - b for a, b in zip(middle((left, top, image.width, image.height)), centre)])
             for y in range(image.height if background else 0):
@@ -150,7 +141,7 @@ class Appearance(SerialSession):
                     program.wait_until(lambda: status is SEARCHING or program.rows(), "the rows of the list")
                     self.assert_texts_fit(scaling)
                     self.assert_status_fits(language)
-                    self.assert_list_fits(scaling)
+                    self.assert_list_fits(scaling, LIST, [[], VALUES, UNITS])
                     self.assert_pictures(scaling, *pictures)
                     program.open_settings()
                     self.assert_texts_fit(scaling)
@@ -164,9 +155,8 @@ class Appearance(SerialSession):
         self.program.wait_status(INVALID["en"])
         self.assert_status_fits("en")
         self.assert_pictures(125, 200, 214, background=b"\0\0\0")
-        screen = self.seen
-        dark = sum(screen.row(y).count(b"\0\0\0") for y in range(screen.height))
-        self.assertGreater(dark, 0.8 * screen.width * screen.height)  # but for texts, lines and pictures
+        dark = self.seen.bytes.count(b"\0\0\0")
+        self.assertGreater(3 * dark, 0.8 * len(self.seen.bytes))  # but for texts, lines and pictures
 
     def test_a_change_of_the_scaling_fits_the_columns_anew(self):
         """Wine has one scaling for all screens, so the dialog manager's part is done by hand."""

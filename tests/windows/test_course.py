@@ -3,7 +3,7 @@
 import re
 
 from program_session import (CANCEL, CAPTION, COURSE_CAPTION, COURSE_CLOSE, COURSE_HINT, COURSE_LIST, COURSE_PLOT, COURSE_SAVE,
-                             COURSE_SPAN, LIST, OK, DriverError)
+                             COURSE_SPAN, LIST, OK)
 from serial_peer import Analyser780
 from test_appearance import DOWN, ENTER, ESCAPE, SHIFT, SPACE, TAB, UP
 from test_session import INVALID, SerialSession
@@ -39,10 +39,8 @@ class Course(SerialSession):
         self.press(CONTROL, ord("C"))
         everything = self.copied(lambda text: text.startswith("FT\t"), "all rows")
         self.assertEqual(everything.split("\r\n"), ["\t".join(row) for row in program.rows()] + [""])
-        self.press(DOWN)
-        self.press(SHIFT, F10)
-        self.press(DOWN)
-        self.press(ENTER)
+        for keys in ((DOWN,), (SHIFT, F10), (DOWN,), (ENTER,)):
+            self.press(*keys)
         self.assertEqual(self.copied(lambda text: text != everything, "the selected row"), "FT\t183\t°C\r\n")
         self.open_course()
         self.plot("^Course of values; FT$")
@@ -115,17 +113,9 @@ class Course(SerialSession):
         (program.temp / "verlauf.csv.part").mkdir()  # where the new file would be written
         program.window(COURSE_CAPTION["de"])
         self.save(path)
-        program.wait_until(lambda: self.answer_box(ANSWER_YES), "the question about the file")
+        program.wait_until(lambda: self.message_box(program, ANSWER_YES), "the question about the file")
         program.window(COURSE_CAPTION["de"])
-        box = program.wait_until(self.answer_box, "the failure")
+        box = program.wait_until(lambda: self.message_box(program, 1), "the failure")
         self.assertEqual(box["caption"], "Fehler")
         self.assertRegex("".join(box["texts"]), r"Der Verlauf konnte nicht gespeichert werden\.\s+C:.*verlauf\.csv\s+\w+")
         self.assertEqual(target.read_bytes(), b"kept")
-
-    def answer_box(self, button=1):
-        try:
-            box = self.program.ask("messagebox")
-            self.program.ask("messagebox", button)
-            return box
-        except DriverError:
-            return None

@@ -74,15 +74,14 @@ class EveryLink(ReaderTestCase):
         self.program.wait_until(self.program.rows, "the rows of the list")
         self.assertEqual(self.program.leave(OK), 0)
 
-        before = {path: path.read_bytes() for path in self.program.temp.iterdir() if path.is_file()}
-        code, output, _ = self.read("--format", "exchange")
-        self.assertEqual((code, output), (0, self.program.file().decode("cp1252").splitlines()))
+        def files():
+            return {path: path.read_bytes() for path in self.program.temp.iterdir() if path.is_file()}
+        before = files()
+        self.assertEqual(self.read("--format", "exchange")[:2], (0, self.program.file().decode("cp1252").splitlines()))
         code, output, _ = self.read("--format=table")
         self.assertEqual(code, 0)
-        self.assertIn("AT                    20,9  °C", output)
-        self.assertIn("Brennstoff  Heating oil EL", output)
-        after = {path: path.read_bytes() for path in self.program.temp.iterdir() if path.is_file()}
-        self.assertEqual(after, before)
+        self.assertLessEqual({"AT                    20,9  °C", "Brennstoff  Heating oil EL"}, set(output))
+        self.assertEqual(files(), before)
         self.assertEqual((peer.broken_frames, peer.requests[-1]), ([], b"\x90"))
 
     def test_usb_once(self):
@@ -152,9 +151,8 @@ class Ends(ReaderTestCase):
 
         keyboard, terminal = pty.openpty()
         self.addCleanup(os.close, keyboard)
-        process = subprocess.Popen(["wine", READER, "--watch", "--format", "csv"], env=self.prefix.environment, stdin=terminal,
-                                   stdout=subprocess.PIPE, stderr=self.prefix.log, start_new_session=True,
-                                   preexec_fn=lambda: fcntl.ioctl(terminal, termios.TIOCSCTTY, 0))
+        process = self.prefix.start(READER, "--watch", "--format", "csv", stdin=terminal, stdout=subprocess.PIPE,
+                                    preexec_fn=lambda: fcntl.ioctl(terminal, termios.TIOCSCTTY, 0))
         os.close(terminal)
         with process:
             header, first = (process.stdout.readline().decode().rstrip("\r\n").split(",") for _ in range(2))
