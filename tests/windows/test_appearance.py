@@ -9,7 +9,6 @@ from pixels import MAGENTA, picture, place
 from program_session import (BLUETOOTH, BLUETOOTH_PORT, CANCEL, CAPTION, CONNECTION, COURSE_CAPTION, COURSE_COMMAND, COURSE_HINT,
                              COURSE_LIST, COURSE_PLOT, COURSE_SPAN, DEVICE_BOX, HEATING_CHECK, HEAT_CARRIER, HELP, IRDA, LIST,
                              OIL_DERIVATIVE, OK, PATIENCE, RS232, RS232_PORT, SETTINGS, SETTINGS_CAPTION, SMOKE, STATUS, USB)
-from serial_peer import Analyser780
 from test_session import SerialSession
 
 READING = {"en": "Reading measure values", "de": "Lese Messwerte"}
@@ -129,10 +128,8 @@ class Appearance(SerialSession):
         self.assertNotIn(3 * MAGENTA, self.seen.bytes)
 
     def test_everything_fits_at_every_scaling_in_both_languages(self):
-        analyser = Analyser780()
-        analyser.channels = MANY_CHANNELS
-        analyser.texts |= {100 + i: channel[4] for i, channel in enumerate(MANY_CHANNELS)}
-        program = self.prepare(analyser=analyser)
+        program = self.prepare(channels=MANY_CHANNELS)
+        self.analyser.texts |= {100 + i: channel[4] for i, channel in enumerate(MANY_CHANNELS)}
         for scaling in (100, 125, 150, 200):
             for language, link, status, pictures in (("en", 0, SEARCHING, (201, 210)), ("de", 5, AVAILABLE, (200, 212))):
                 with self.subTest(scaling=scaling, language=language):
@@ -149,8 +146,7 @@ class Appearance(SerialSession):
                     self.assert_course_fits(scaling, language)
 
     def test_black_theme_and_a_status_of_two_lines(self):
-        self.prepare()
-        self.analyser.zero_flag = 0
+        self.prepare(zero_flag=0)
         self.program.restart("en", BLACK_THEME | {DESKTOP: {"LogPixels": 120}})
         self.program.wait_status(INVALID["en"])
         self.assert_status_fits("en")
@@ -188,15 +184,14 @@ class Appearance(SerialSession):
         self.assertEqual(drawn.count(b"LVM_SETITEMTEXTW"), 1)
 
 
-class Keyboard(SerialSession):
-    def press(self, *keys, focus):
-        self.program.ask("press", *keys)
-        self.program.wait_until(lambda: self.program.ask("focus") == focus, f"the focus on {focus} after {keys}")
-
+class KeyboardSession(SerialSession):
     def walk(self, key, *controls):
         for control in controls:
-            self.press(*key, focus=control)
+            self.program.ask("press", *key)
+            self.program.wait_until(lambda: self.program.ask("focus") == control, f"the focus on {control} after {key}")
 
+
+class Keyboard(KeyboardSession):
     def press_until(self, key, condition):
         self.program.ask("press", key)
         self.program.wait_until(condition, f"the effect of key {key:#x}")
@@ -211,9 +206,7 @@ class Keyboard(SerialSession):
         self.assertEqual({field: names[field] for field in fields}, {field: NAMED_BY[field] for field in fields})
 
     def test_main_dialog(self):
-        analyser = Analyser780()
-        analyser.zero_flag = 0
-        program = self.begin(analyser=analyser, wait=False)
+        program = self.begin(zero_flag=0, wait=False)
         program.wait_status(INVALID["en"])
         program.ask("activate")
         self.assert_names([LIST, *SMOKE, OIL_DERIVATIVE, HEAT_CARRIER])
@@ -221,7 +214,7 @@ class Keyboard(SerialSession):
         self.walk([SHIFT, TAB], CANCEL)
         self.walk([TAB], LIST)
         program.ask("press", ENTER)  # nothing yet: OK is disabled
-        analyser.zero_flag = 1
+        self.analyser.zero_flag = 1
         self.wait_values()
         program.wait_until(lambda: program.ask("focus") == OK and program.enabled(HEAT_CARRIER), "the focus on OK")
         self.walk([TAB], CANCEL, LIST, *SMOKE, OIL_DERIVATIVE)

@@ -83,20 +83,6 @@ class Faults(Session2010):
         self.assertEqual(self.instrument.events()[-1], "NELTO760SPI_Close")
         self.assertEqual(self.instrument.count("NELTOEMUSB_OpenBySerialNumber"), self.instrument.count("NELTO760SPI_Close"))
 
-    def test_an_error_in_each_phase_is_logged_and_the_program_recovers(self):
-        self.prepare()
-        self.begin(scenario_of(781) + """
-            error NELTO760SPI_SetDateTime 31 to 1
-            error NELTO760SPI_GetDeviceName 32 to 1
-            error NELTO760SPI_GetActiveFuelID 33 to 1
-            error NELTO760SPI_GetCurrentViewValues 34 from 3 to 3
-        """)
-        self.program.wait_until(lambda: self.instrument.count("NELTO760SPI_GetCurrentViewValues -> error 34"), "the last error")
-        self.wait_values()
-        self.assertEqual(self.instrument.count("NELTO760SPI_Close"), 4)
-        self.assertIn("done reading online configuration", self.base_log())
-        self.assertEqual(self.program.leave(OK), 0)
-
 
 class SerialPort(Session2010):
     def test_the_libraries_take_the_com_port_over(self):

@@ -11,6 +11,7 @@ from link_session import BROKEN, INVALID, SEARCHING, LinkSession
 from program_session import CANCEL, CONNECTION, DEVICE_BOX, HEAT_CARRIER, OIL_DERIVATIVE, OK, SMOKE, STATUS
 from serial_peer import Analyser780, SerialListener, SerialPeer, answer, build_block
 
+A_710 = {"ident": b"T710\x01\x00", "channels": [], "overrides": {0x0C: bytes(4), 0x0D: bytes(4)}}
 wine_env.LOCALES["el"] = "el_GR"  # its code page is 1253; the program's texts are English
 
 
@@ -21,8 +22,10 @@ def lines(*texts):
 class SerialSession(LinkSession):
     """The program on COM5 with an analyser of the tests' own behind it."""
 
-    def prepare(self, language="en", analyser=None, settings=None, ports=None):
-        self.analyser = analyser or Analyser780()
+    def prepare(self, language="en", settings=None, ports=None, **analyser):
+        """`analyser`: what is other than usual about it."""
+        self.analyser = Analyser780()
+        vars(self.analyser).update(analyser)
         self.peer = SerialPeer(self.analyser)
         self.addCleanup(self.peer.close)
         self.program = self.session(language=language, settings={"Communication": 5} | (settings or {}),
@@ -70,9 +73,6 @@ class SerialSession(LinkSession):
     def find_an_analyser(self, language="en"):
         self.answer_again()
         self.wait_values(language)
-
-    def become_a_710(self):
-        self.analyser.ident, self.analyser.channels, self.analyser.overrides = b"T710\x01\x00", [], {0x0C: bytes(4), 0x0D: bytes(4)}
 
     def type_numbers(self, *texts):
         for field, typed in zip((*SMOKE, HEAT_CARRIER), texts):
@@ -187,17 +187,13 @@ class Values(SerialSession):
         self.assert_written(b"1001=20'9", b"6020=9'5", b"6120=0'0", b"6220=-", b"1401=70'5", b"9100=1.23")
 
     def test_texts_in_another_code_page(self):
-        analyser = Analyser780()
-        analyser.overrides = {0xB7: answer(0xB7, "Ωü-7".encode("utf-16-le"))}
-        program = self.prepare("el", analyser).start()
+        program = self.prepare("el", overrides={0xB7: answer(0xB7, "Ωü-7".encode("utf-16-le"))}).start()
         self.wait_values()
         self.assertIn(["SmokeP", "Ωü-7", ""], program.rows())
         self.assert_written("9300=Ω?-7".encode("cp1253"))
 
     def test_no_oil_fuel_hides_the_smoke_channels(self):
-        analyser = Analyser780()
-        analyser.fuel = 7
-        program = self.begin(analyser=analyser)
+        program = self.begin(fuel=7)
         labels = [row[0] for row in program.rows()]
         self.assertIn("HCT", labels)
         self.assertFalse({"Smoke1", "Smoke2", "Smoke3", "Oilder"} & set(labels))
@@ -205,10 +201,7 @@ class Values(SerialSession):
         self.assertFalse([line for line in self.assert_written(b"6420=4") if line[:4] in (b"6020", b"6120", b"6220", b"6520", b"6320")])
 
     def test_710_has_values_at_once_but_no_channels(self):
-        program = self.prepare()
-        self.become_a_710()
-        program.start("JOB")
-        self.wait_values()
+        program = self.begin("JOB", **A_710)
         self.assertEqual(program.rows(), [])
         self.assertEqual(self.leave_with_ok(), lines("JOB", "1401=60.0"))
         self.assertEqual({request[0] for request in self.peer.requests}, {0x42, 0x0C, 0x0D})
@@ -263,7 +256,7 @@ class LinkFaults(SerialSession):
         program = self.program
         self.lose_the_analyser()
         self.assertNotEqual(program.rows(), [])
-        self.become_a_710()
+        vars(self.analyser).update(A_710)
         self.find_an_analyser()
         program.wait_until(lambda: program.text(DEVICE_BOX) == "Device", "the box without a name")
         program.wait_until(lambda: program.rows() == [], "the empty list")
@@ -275,12 +268,10 @@ class LinkFaults(SerialSession):
         self.assertEqual(self.leave_with_ok(), lines("JOB", "6020=2.0", "6120=3.0", "6220=1.0", "6520=2.0", "1401=70.0", "6320=1"))
 
     def test_smoke_fields_follow_the_fuel(self):
-        analyser = Analyser780()
-        analyser.fuel = 7
-        program = self.begin(analyser=analyser)
+        program = self.begin(fuel=7)
         for fuel, contents in ((0, ["2.0", "3.0", "1.0"]), (7, ["2.0", "3.0", "9.5"])):
             self.lose_the_analyser()
-            analyser.fuel = fuel
+            self.analyser.fuel = fuel
             self.find_an_analyser()
             for field in (*SMOKE, OIL_DERIVATIVE):
                 program.wait_until(lambda: program.enabled(field) == (fuel == 0), f"the fields with fuel {fuel}")
