@@ -66,8 +66,9 @@ TEST_F(Generation2010Test, FunctionsMayLieInEitherLibrary) {
             InstallFakeMaker();
             DivideInstrumentFunctions(name, alone);
             Connect();
-            EXPECT_EQ(analyser_->SynchronizeClock() + analyser_->GetSubType() + Configure() + ReadValues(), kDone);
-            EXPECT_EQ(analyser_->SetSlaveMode(true) + analyser_->WakeUp() + analyser_->SetActiveFuel(1), kDone);
+            EXPECT_EQ(analyser_->SynchronizeClock() + analyser_->GetSubType() + Configure(), kDone);
+            EXPECT_EQ(ReadValues() + analyser_->SetSlaveMode(true) + analyser_->WakeUp(), kDone);
+            EXPECT_EQ(analyser_->SetActiveFuel(1), kDone);
         }
     }
 }
@@ -122,21 +123,17 @@ TEST_F(Generation2010Test, ANameThatFillsItsBufferIsEnded) {
     EXPECT_TRUE(Logged("NELTO760SPI_GetDeviceName: " + std::string(128, 'n')));
 }
 
-TEST_F(Generation2010Test, TheClockIsSetToLocalTime) {
+TEST_F(Generation2010Test, TheClockIsSetToLocalTimeSlaveModeIsModeTwoAndWakingUpThree) {
     Connect();
-    ASSERT_EQ(analyser_->SynchronizeClock(), kDone);
-    EXPECT_EQ(Maker().calls, Lines{"SetDateTime 7 3 2011 14 5 9"});
-    EXPECT_TRUE(Logged("SynchronizeClock2010"));
-}
-
-TEST_F(Generation2010Test, SlaveModeIsModeTwoAndWakingUpThree) {
-    Connect();
+    EXPECT_EQ(analyser_->SynchronizeClock(), kDone);
     EXPECT_EQ(analyser_->SetSlaveMode(true), kDone);
     EXPECT_EQ(analyser_->SetSlaveMode(false), kDone);
     EXPECT_EQ(analyser_->WakeUp(), kDone);
-    EXPECT_EQ(Maker().calls, (Lines{"SetDeviceMode 2", "SetDeviceMode 0", "SetShutdown 3"}));
-    EXPECT_TRUE(Logged("CNelto780Base2010::SetSlaveMode"));
-    EXPECT_TRUE(Logged("SetSlaveMode2010 OK"));
+    EXPECT_EQ(Maker().calls,
+              (Lines{"SetDateTime 7 3 2011 14 5 9", "SetDeviceMode 2", "SetDeviceMode 0", "SetShutdown 3"}));
+    for (const char* line : {"SynchronizeClock2010", "CNelto780Base2010::SetSlaveMode", "SetSlaveMode2010 OK"}) {
+        EXPECT_TRUE(Logged(line)) << line;
+    }
 }
 
 // Fuels.

@@ -15,7 +15,8 @@ from pathlib import Path
 
 import drop_in_d2xx
 import harness
-from program_session import CAPTION, LIST, OK, PATIENCE, PROGRAM, ROOT
+from link_session import LinkSession
+from program_session import CAPTION, OK, PATIENCE, PROGRAM, ROOT
 from wine_env import ARCH
 
 sys.path.append(str(ROOT / "packaging"))
@@ -96,7 +97,7 @@ class Contents(harness.FileTestCase):
                       [entry for file in bill["metadata"]["component"]["components"] for entry in file["hashes"]])
 
 
-class Installing(harness.WindowsTestCase):
+class Installing(LinkSession):
     def begin(self, **options):
         self.program = self.session(**options)
         self.prefix = self.program.prefix
@@ -119,8 +120,7 @@ class Installing(harness.WindowsTestCase):
     def assert_values(self):
         """The running program shows values and is left with OK."""
         self.program.pid = self.program.window(CAPTION)["pid"]
-        self.program.wait_status("Measure values available")
-        self.program.wait_until(lambda: self.program.ask("items", LIST)["rows"], "the rows of the list")
+        self.wait_values()
 
     def uninstall(self, root, folder, arch=ARCH):
         program, options = self.registry(f"{root}\\{UNINSTALL_KEY}", arch)["QuietUninstallString"].split('"')[1:]

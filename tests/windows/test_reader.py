@@ -9,10 +9,10 @@ import subprocess
 import termios
 
 import drop_in_d2xx
-import harness
 import program_session
 from drop_in_generation2010 import Instrument, scenario_of
 from drop_in_winsock import Infrared
+from link_session import LinkSession
 from program_session import OK, PATIENCE
 from serial_peer import Analyser780, SerialPeer
 from test_leaving import DEFAULT, SLAVE_MODE_ASKED, SLAVE_MODE_OFF
@@ -23,7 +23,7 @@ SEARCHING, ANSWERS, VALUES, BROKEN = (f"nelto-read: {text}" for text in (
     "the connection is broken"))
 
 
-class ReaderTestCase(harness.WindowsTestCase):
+class ReaderTestCase(LinkSession):
     def prepare(self, **options):
         self.program = self.session(**options)
         self.prefix = self.program.prefix
@@ -70,8 +70,7 @@ class EveryLink(ReaderTestCase):
         self.addCleanup(peer.close)
         self.prepare(settings={"Communication": 5, "HeatingCheck": 0}, ports={5: peer.path}, language="de")
         self.program.start()
-        self.program.wait_status("Messwerte vorhanden")
-        self.program.wait_until(self.program.rows, "the rows of the list")
+        self.wait_values("de")
         self.assertEqual(self.program.leave(OK), 0)
 
         def files():
