@@ -194,7 +194,8 @@ TEST_F(ReadingTest, WatchesThroughABreakAndTellsEachStatusInJson) {
     std::string output;
     for (const std::uint32_t status : {kSearching, kReading}) output += Look(reading, status);
     // At last a slow reader: both in one look.
-    for (const std::uint32_t status : {kValuesAvailable, kValuesAvailable, kBroken}) output += Look(reading, status, true);
+    for (const std::uint32_t status : {kValuesAvailable, kValuesAvailable, kBroken})
+        output += Look(reading, status, true);
     state_.obstacle = Obstacle::kNoPort;
     EXPECT_EQ(Look(reading, kBroken, false, 600'000), "nelto-read: there is no USB\n");
     output += Look(reading, kNoValidValues);
