@@ -31,9 +31,8 @@ class SelfTest(harness.WindowsTestCase):
     def run_self_test(self, *ports):
         """The exit code, and the verdicts in the file for the support."""
         keyboard, terminal = pty.openpty()
-        process = subprocess.Popen(["wine", "cmd", "/c", "selftest.cmd", ARCH, *ports], cwd=self.kit, env=self.prefix.environment,
-                                   stdin=terminal, stdout=terminal, stderr=terminal, start_new_session=True,
-                                   preexec_fn=lambda: fcntl.ioctl(terminal, termios.TIOCSCTTY, 0))
+        process = self.prefix.start("cmd", "/c", "selftest.cmd", ARCH, *ports, cwd=self.kit, stdin=terminal, stdout=terminal,
+                                    stderr=terminal, preexec_fn=lambda: fcntl.ioctl(terminal, termios.TIOCSCTTY, 0))
         os.close(terminal)
         reader = threading.Thread(target=self.empty, args=[keyboard])
         reader.start()
