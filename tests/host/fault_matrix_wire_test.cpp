@@ -81,9 +81,9 @@ public:
     }
 
     /// The section with the reply to its exchange `index` spoilt.
-    std::uint32_t RunSpoilt(Section section, std::size_t index, Stage::Spoil message, Stage::Spoil blocks) {
+    std::uint32_t RunSpoilt(Section section, std::size_t index, Stage::Spoil spoil) {
         Prepare(section);
-        stage.Strike({}, index + 1, std::move(message), std::move(blocks));
+        stage.Strike({}, index + 1, std::move(spoil));
         return Run(section);
     }
 
@@ -181,7 +181,7 @@ bool PassesFlipped(Talk& talk, Section section, std::size_t index, std::size_t b
     const auto flip = [=](Stage&, Reply& reply) {
         reply.blocks[block][bit / 8] ^= static_cast<std::uint8_t>(1U << (bit % 8));
     };
-    const std::uint32_t result = talk.RunSpoilt(section, index, nullptr, flip);
+    const std::uint32_t result = talk.RunSpoilt(section, index, flip);
     if (talk.stage.transport != Transport::kIrda || bit < 32)
         return FailedAsStated(section, index, result, talk, false);
     return IsOtherButTrue(section, index, result, talk, kWholeSize);
@@ -231,14 +231,14 @@ void CutEveryReply(Transport transport, const char* name, std::size_t limit = 40
                     TheIrdaWorld().pieces.emplace_back(Bytes{});  // the analyser is gone
                     reply.blocks.clear();
                 };
-                const std::uint32_t result = talk.RunSpoilt(section, index, nullptr, cut);
+                const std::uint32_t result = talk.RunSpoilt(section, index, cut);
                 tally.Count(FailedAsStated(section, index, result, talk, transport == Transport::kIrda), "cut at byte",
                             section, index, size);
             }
             const std::size_t least = transport == Transport::kIrda ? 4 : 0;
             for (std::size_t size = least; size < replies[index].message.size(); ++size) {
-                const auto shorten         = [=](Stage&, Reply& reply) { reply.message.resize(size); };
-                const std::uint32_t result = talk.RunSpoilt(section, index, shorten, nullptr);
+                const auto shorten         = [=](Stage& stage, Reply& reply) { stage.Resize(reply, size); };
+                const std::uint32_t result = talk.RunSpoilt(section, index, shorten);
                 tally.Count(IsOtherButTrue(section, index, result, talk, size), "answer of size", section, index, size);
             }
         }

@@ -41,9 +41,11 @@ public:
     ~Stage() override;
 
     using Spoil = std::function<void(Stage& stage, Reply& reply)>;
-    /// Lets `message` change the reply before, and `blocks` after it is framed: the one to request number `count`, from 1, of
-    /// those that begin with `request`, or of all when that is empty; 0 for none.
-    void Strike(const Bytes& request, std::size_t count, Spoil message, Spoil blocks);
+    /// Lets `spoil` change the reply to request number `count`, from 1, of those that begin with `request`, or of all when that is
+    /// empty; 0 for none.
+    void Strike(const Bytes& request, std::size_t count, Spoil spoil);
+    /// Frames the reply anew, its message cut or filled with zeros to this size.
+    void Resize(Reply& reply, std::size_t size) const;
     /// From now on no byte gets through: for `duration_ms`, or, as a failure of the port or driver, until the next opening.
     void LoseLink(std::uint32_t duration_ms) { gone_until_ = Now() + duration_ms; }
     void BreakLink();
@@ -120,8 +122,7 @@ private:
     std::size_t block_limit_;
     Bytes struck_request_;
     std::size_t struck_count_ = 0;
-    Spoil spoil_message_;
-    Spoil spoil_blocks_;
+    Spoil spoil_;
 
     std::deque<Bytes> blocks_;
     std::uint32_t delay_ms_ = 0;

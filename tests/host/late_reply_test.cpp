@@ -72,7 +72,7 @@ TEST(LateReply, NeverStandsUnderAnotherIdentInTheHeatingCheck) {
             stage.delays          = [&](const Bytes& request) {
                 return BeginsWith(request, slow) ? row.slow_by : row.bunched ? 0U : 20U;
             };
-            stage.Strike(row.request == nullptr ? Bytes{} : Hex(row.request), row.request == nullptr ? 0 : 1, nullptr,
+            stage.Strike(row.request == nullptr ? Bytes{} : Hex(row.request), row.request == nullptr ? 0 : 1,
                          [&](Stage& struck, Reply& reply) {
                              if (row.noise) struck.AddNoise(4000);
                              if (row.delay == kNever) reply.blocks.clear();
@@ -157,7 +157,7 @@ TEST(LateReply, IsWaitedForUntilAStop) {
         Stage stage(transport);
         const auto connection = Nelto780Open(stage.state);
         ASSERT_NE(connection, nullptr);
-        stage.Strike(Hex("A5 0A"), 1, nullptr, [](Stage&, Reply& reply) { reply.blocks.clear(); });
+        stage.Strike(Hex("A5 0A"), 1, [](Stage&, Reply& reply) { reply.blocks.clear(); });
         const std::uint32_t start = World().now;
         std::uint32_t stopped     = 0;
         World().on_wait           = [&, before = World().on_wait] {
@@ -182,7 +182,7 @@ TEST(LateReply, DoesNotKeepAnAnalyserInSlaveMode) {
             Stage stage(transport);
             const auto connection = Nelto780Open(stage.state);
             ASSERT_NE(connection, nullptr);
-            stage.Strike(Hex("A5 0A"), 1, nullptr, [=](Stage&, Reply& reply) { reply.delay_ms = delay; });
+            stage.Strike(Hex("A5 0A"), 1, [=](Stage&, Reply& reply) { reply.delay_ms = delay; });
             World().on_wait = [&, before = World().on_wait] {
                 before();
                 if (stage.struck && World().now - stage.struck_at >= 3040) stage.state.stop_request = 1;
