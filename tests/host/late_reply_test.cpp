@@ -110,43 +110,40 @@ std::set<std::pair<std::uint32_t, float>> ReadResults(Transport transport, const
     return results;
 }
 
+struct RandomRow {
+    std::size_t block;      // payload bytes
+    std::uint32_t every;    // one in so many replies of the heating check is late ...
+    std::uint32_t longest;  // ... by less than this
+    std::uint32_t pause;    // most between its blocks, which come by themselves then; 0 where they are asked for
+    int runs;
+};
+
+constexpr RandomRow kRandomRows[] = {
+    {40, 2, 6000, 0, 250},  {40, 2, 9000, 0, 250},  {7, 4, 9000, 100, 40},   {7, 4, 9000, 1000, 40},
+    {7, 4, 9000, 2900, 40}, {24, 4, 9000, 100, 40}, {24, 4, 9000, 1000, 40}, {24, 4, 9000, 2900, 40},
+};
+
 TEST(LateReply, NeverStandsUnderAnotherIdentWhateverTheDelays) {
-    std::mt19937 random(20110307);
+    std::mt19937 asked(20110307), unasked(20110307);
     for (const Transport transport : {Transport::kSerial, Transport::kUsb}) {
         const auto truth = ReadResults(transport, [](const Bytes&) { return 20U; });
         ASSERT_EQ(truth.size(), 7U);
-        for (const std::uint32_t longest : {6000U, 9000U}) {
-            for (int run = 0; run < 250; ++run) {
-                const auto results = ReadResults(transport, [&](const Bytes& request) {
-                    const bool late = request.front() == 0xA5 && random() % 2 == 0;
-                    return late ? static_cast<std::uint32_t>(random() % longest) : 20U;
-                });
-                ASSERT_TRUE(std::ranges::includes(truth, results)) << "run " << run << ", up to " << longest << " ms";
-            }
-        }
-    }
-}
-
-TEST(LateReply, NeverStandsUnderAnotherIdentWhereItsBlocksComeByThemselves) {
-    std::mt19937 random(20110307);
-    for (const Transport transport : {Transport::kSerial, Transport::kUsb}) {
-        const auto truth = ReadResults(transport, [](const Bytes&) { return 20U; });
-        for (const std::size_t block : {7U, 24U}) {
-            for (const std::uint32_t longest : {100U, 1000U, 2900U}) {
-                int false_runs = 0;
-                for (int run = 0; run < 40; ++run) {
-                    bool late        = false;
-                    const auto delay = [&](const Bytes& request) {
-                        late = request.front() == 0xA5 && random() % 4 == 0;
-                        return late ? static_cast<std::uint32_t>(random() % 9000) : 20U;
-                    };
-                    const auto pause = [&](const Bytes&) {
-                        return late ? static_cast<std::uint32_t>(random() % longest) : 20U;
-                    };
-                    const auto results = ReadResults(transport, delay, pause, block);
-                    false_runs += std::ranges::includes(truth, results) ? 0 : 1;
-                }
-                EXPECT_EQ(false_runs, 0) << "blocks of " << block << ", up to " << longest << " ms between them";
+        for (const RandomRow& row : kRandomRows) {
+            auto& random     = row.pause == 0 ? asked : unasked;
+            bool late        = false;
+            const auto below = [&](std::uint32_t end) {
+                return late ? static_cast<std::uint32_t>(random() % end) : 20;
+            };
+            const auto delay = [&](const Bytes& request) {
+                late = request.front() == 0xA5 && random() % row.every == 0;
+                return below(row.longest);
+            };
+            const auto pause = [&](const Bytes&) { return below(row.pause); };
+            for (int run = 0; run < row.runs; ++run) {
+                const auto results = ReadResults(transport, delay, row.pause != 0 ? Times(pause) : Times(), row.block);
+                ASSERT_TRUE(std::ranges::includes(truth, results))
+                    << "run " << run << ", blocks of " << row.block << ", up to " << row.longest << " ms late, "
+                    << row.pause << " ms between them";
             }
         }
     }
