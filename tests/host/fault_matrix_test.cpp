@@ -325,14 +325,9 @@ TEST(FaultMatrix, AStopAtAnyMomentIsHonoured) {
             stage.waits_for_strike    = false;
             stage.block_ms            = kBlock;
             const std::uint32_t start = World().now;
-            std::uint32_t stopped     = 0;
-            World().on_wait           = [&, before = World().on_wait] {
-                before();
-                if (stopped == 0 && World().now - start >= at) stopped = World().now;
-                if (stopped != 0) stage.state.stop_request = 1;
-            };
-            const std::string trace = stage.RunWorker();
-            cut_short               = !trace.ends_with("vvz");
+            stage.stops_when          = [=] { return World().now - start >= at; };
+            const std::string trace   = stage.RunWorker();
+            cut_short                 = !trace.ends_with("vvz");
             ASSERT_EQ(stage.Wrong(), "") << at;
             // The analyser is left out of slave mode, and no line reads like a fault of it.
             if (!stage.requests.empty()) ASSERT_EQ(stage.requests.back(), Hex("20 00")) << at << " " << trace;
@@ -342,7 +337,7 @@ TEST(FaultMatrix, AStopAtAnyMomentIsHonoured) {
                     ASSERT_EQ(line.find("failed"), std::string::npos) << line << " " << at;
                 }
             }
-            if (cut_short) longest = std::max(longest, World().now - stopped);
+            if (cut_short) longest = std::max(longest, World().now - stage.stopped_at);
             ++tried;
         }
     }

@@ -170,7 +170,6 @@ std::string Stage::RunWorker(std::uint32_t limit_ms) {
     Expect(AcquisitionWorker(state, &OpenObserved) == 0, "worker result");
     Check();
     CheckNothingLeft();
-    if (at_end) at_end(*this);
     return trace_;
 }
 
@@ -284,6 +283,8 @@ void Stage::Tick() {
     }
     const bool done = trace_.ends_with("vv") && (struck || !waits_for_strike);
     if (limit_ms_ != 0 && (done || now - started_ > limit_ms_)) state.stop_request = 1;
+    if (stopped_at == 0 && stops_when && stops_when()) stopped_at = now;
+    if (stopped_at != 0) state.stop_request = 1;
 }
 
 void Stage::NoteSent(const Reply& reply) {

@@ -73,8 +73,8 @@ public:
     std::function<std::uint32_t(const Bytes& request)> delays;
     /// The same of the blocks behind the first one, where they come by themselves.
     std::function<std::uint32_t(const Bytes& request)> pauses;
-    /// Called when the worker has ended.
-    std::function<void(const Stage& stage)> at_end;
+    /// The user ends as soon as this is true; looked at with each wait.
+    std::function<bool()> stops_when;
     std::size_t most_a_look = SIZE_MAX;  // bytes that one look at a serial port finds
     bool reads_one_block    = false;     // at a time, even if more have come
     bool waits_for_strike   = true;      // RunWorker goes on until the fault has struck
@@ -82,7 +82,7 @@ public:
     bool leaks_by_design    = false;     // a port or library stays open
     bool struck             = false;
     bool blocked            = false;  // a receive call over infrared that would never have returned
-    std::uint32_t struck_at = 0;
+    std::uint32_t struck_at = 0, stopped_at = 0;
     std::vector<Bytes> requests;
     std::vector<Reply> replies;  // to them, without the fault
     std::uint32_t block_ms = 0;  // that each block of a reply takes

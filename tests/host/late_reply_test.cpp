@@ -155,20 +155,12 @@ TEST(LateReply, IsWaitedForUntilAStop) {
         const auto connection = Nelto780Open(stage.state);
         ASSERT_NE(connection, nullptr);
         stage.Strike(Hex("A5 0A"), 1, [](Stage&, Reply& reply) { reply.blocks.clear(); });
-        const std::uint32_t start = World().now;
-        std::uint32_t stopped     = 0;
-        World().on_wait           = [&, before = World().on_wait] {
-            before();
-            if (stopped != 0 || World().now - start < 4500) return;
-            stopped                  = World().now;
-            stage.state.stop_request = 1;
-        };
+        stage.stops_when = [start = World().now] { return World().now - start >= 4500; };
         ChannelTable table{};
         EXPECT_EQ(connection->ReadHeatingCheck(table), 0U);
-        EXPECT_NE(stopped, 0U);
-        EXPECT_LE(World().now - stopped, 100U);
+        EXPECT_NE(stage.stopped_at, 0U);
+        EXPECT_LE(World().now - stage.stopped_at, 100U);
         EXPECT_TRUE(UsedRecords(table).empty());
-        World().on_wait = nullptr;
         connection->Close();
     }
 }
@@ -180,10 +172,7 @@ TEST(LateReply, DoesNotKeepAnAnalyserInSlaveMode) {
             const auto connection = Nelto780Open(stage.state);
             ASSERT_NE(connection, nullptr);
             stage.Strike(Hex("A5 0A"), 1, [=](Stage&, Reply& reply) { reply.delay_ms = delay; });
-            World().on_wait = [&, before = World().on_wait] {
-                before();
-                if (stage.struck && World().now - stage.struck_at >= 3040) stage.state.stop_request = 1;
-            };
+            stage.stops_when = [&] { return stage.struck && World().now - stage.struck_at >= 3040; };
             ChannelTable table{};
             EXPECT_EQ(connection->ReadHeatingCheck(table), 0U);
             connection->Close();
