@@ -8,6 +8,7 @@
 #include "core/course_view.h"
 #include "core/output_text.h"
 #include "platform/files.h"
+#include "platform/utf8.h"
 #include "platform/wide_text.h"
 
 namespace nelto {
@@ -15,37 +16,6 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::size_t kPieceSize          = std::size_t{256} * 1024;
-
-void AppendUtf8(std::string& bytes, std::uint32_t code_point) {
-    const auto add = [&bytes](std::uint32_t bits) { bytes += static_cast<char>(bits); };
-    if (code_point < 0x80) return add(code_point);
-    if (code_point < 0x800) {
-        add(0xC0 | code_point >> 6);
-    } else {
-        if (code_point < 0x10000) add(0xE0 | code_point >> 12);
-        if (code_point >= 0x10000) {
-            add(0xF0 | code_point >> 18);
-            add(0x80 | (code_point >> 12 & 0x3F));
-        }
-        add(0x80 | (code_point >> 6 & 0x3F));
-    }
-    add(0x80 | (code_point & 0x3F));
-}
-
-/// Wide characters are UTF-16, or whole code points; half a surrogate pair becomes the replacement character.
-void AppendUtf8(std::string& bytes, std::wstring_view text) {
-    for (std::size_t index = 0; index < text.size(); ++index) {
-        auto code = static_cast<std::uint32_t>(text[index]);
-        if (code >= 0xD800 && code < 0xE000) {
-            const wchar_t next = index + 1 < text.size() ? text[index + 1] : L'\0';
-            const auto low     = static_cast<std::uint32_t>(next);
-            const bool is_pair = code < 0xDC00 && low >= 0xDC00 && low < 0xE000;
-            code               = is_pair ? 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00) : 0xFFFD;
-            index += is_pair ? 1 : 0;
-        }
-        AppendUtf8(bytes, code);
-    }
-}
 
 /// Received texts: a spreadsheet would take one that begins like a formula for one.
 std::wstring Quoted(std::wstring text) {
@@ -89,7 +59,7 @@ public:
     void AppendNames(std::string& bytes) const {
         std::wstring row = L"time";
         for (const CourseSeries& series : recorder_.Series()) row.append(1, separators_.list).append(NameOf(series));
-        AppendUtf8(bytes, row + L"\r\n");
+        bytes += platform::ToUtf8(row + L"\r\n");
     }
 
     void AppendSecond(std::string& bytes, std::uint32_t second) {
@@ -97,7 +67,7 @@ public:
         for (std::size_t index = 0; index < cells_.size(); ++index) {
             row.append(1, separators_.list).append(CellText(index, second));
         }
-        AppendUtf8(bytes, row + L"\r\n");
+        bytes += platform::ToUtf8(row + L"\r\n");
     }
 
 private:

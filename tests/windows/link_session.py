@@ -27,7 +27,9 @@ class LinkSession(harness.WindowsTestCase):
         self.program.wait_until(lambda: line in self.base_log(), f"the line {line!r} of the base log")
 
     def resources(self):
-        return self.program.ask("resources", self.program.pid)
+        """The least of some looks: a log that is being written holds a handle for a moment."""
+        looks = [self.program.ask("resources", self.program.pid) for _ in range(5)]
+        return {kind: min(look[kind] for look in looks) for kind in looks[0]}
 
     def assert_rounds_leave_nothing(self, lose, find, rounds=5):
         """The first round may still fill caches of Windows; what each one leaves behind would show in the later ones."""
@@ -38,7 +40,9 @@ class LinkSession(harness.WindowsTestCase):
             find()
             self.wait_values()
             counts.append(self.resources())
-        self.assertEqual(counts[1], counts[-1], counts)
+        for kind in counts[0]:
+            _, *earlier, later, last = (count[kind] for count in counts)
+            self.assertLessEqual(min(later, last), max(earlier), counts)
 
     def assert_searches_leave_nothing(self, wait_searches):
         """The six searches between; one under way holds a log and a socket."""
