@@ -69,7 +69,7 @@ public:
         EXPECT_EQ(AcquisitionWorker(state_, Open), 0U);
         EXPECT_EQ(rig_.Held(), 0U);
         EXPECT_EQ(state_.status, kValuesAvailable);
-        if (trouble_ != nullptr) trouble_->end();
+        if (is_troubled_) rig_.Repair();
     }
 
     [[nodiscard]] std::uint32_t Faults() const {
@@ -137,27 +137,26 @@ private:
     }
 
     void BeforeRead() {
-        if (trouble_ != nullptr || cycles_done >= cycles_) return;
+        if (is_troubled_ || cycles_done >= cycles_) return;
         const std::uint32_t done      = Faults();
         const std::uint32_t remaining = faults_ > done ? faults_ - done : 0;
         if (random_() % (cycles_ - cycles_done) < remaining) BeginFault();
     }
 
     void BeginFault() {
-        const std::size_t kinds = rig_.troubles.size() + (rig_.CanStrike() ? kStrikes : 0);
+        const std::size_t kinds = rig_.troubles.size() + (rig_.analyser != nullptr ? kStrikes : 0);
         const std::size_t kind  = random_() % kinds;
         if (kind < rig_.troubles.size()) {
-            trouble_ = &rig_.troubles[kind];
-            ++counts_[trouble_->name];
+            is_troubled_ = true;
+            ++counts_[rig_.troubles[kind].name];
             trouble_end_ = RunningMilliseconds() + random_() % kLongestTrouble;
-            trouble_->begin();
-            return;
+            return rig_.troubles[kind].begin();
         }
         // Every other time a second one strikes while the program finds its way back.
         std::vector<simulator::Fault> faults = {RandomFault(1 + static_cast<std::uint32_t>(random_() % 3))};
         if (random_() % 2 == 0) faults.push_back(RandomFault(4 + static_cast<std::uint32_t>(random_() % 60)));
         for (const simulator::Fault& fault : faults) rig_.struck.try_emplace(std::string(FaultName(fault.kind)), 0);
-        rig_.Strike(faults);
+        rig_.analyser->SetFaults(faults);
     }
 
     simulator::Fault RandomFault(std::uint32_t request) {
@@ -194,10 +193,10 @@ private:
     void Tick() {
         rig_.Tick();
         const std::uint64_t now = RunningMilliseconds();
-        if (trouble_ != nullptr && now >= trouble_end_) {
-            trouble_->end();
-            trouble_   = nullptr;
-            last_good_ = now;
+        if (is_troubled_ && now >= trouble_end_) {
+            rig_.Repair();
+            is_troubled_ = false;
+            last_good_   = now;
         }
         if (now - last_good_ > kLongestAbsence && state_.stop_request == 0) {
             ADD_FAILURE() << "no values after cycle " << cycles_done;
@@ -230,7 +229,7 @@ private:
     SerialOutput output_;
     Receiver receiver_{sent_bytes};
     std::map<std::string, std::uint32_t> counts_;
-    const Trouble* trouble_     = nullptr;
+    bool is_troubled_           = false;
     std::uint64_t trouble_end_  = 0;
     std::uint64_t last_good_    = 0;
     std::uint64_t next_refresh_ = 0;
@@ -250,10 +249,10 @@ void Tell(const Run& run, double seconds) {
 }
 
 /// Heap in use once everything of the run is gone again. A warm-up lets what is made once be made.
-std::size_t RunOnce(MakeRig make_rig, std::uint64_t seed, std::uint32_t cycles, std::uint32_t faults, bool is_warm_up) {
+std::size_t RunOnce(const Link& link, std::uint64_t seed, std::uint32_t cycles, std::uint32_t faults, bool is_warm_up) {
     {
         BeginLongWorld();
-        const std::unique_ptr<Rig> rig = make_rig();
+        const std::unique_ptr<Rig> rig = link.make_rig();
         const auto start               = std::chrono::steady_clock::now();
         auto run                       = std::make_unique<Run>(*rig, seed, cycles, faults);
         run->Go();
@@ -272,11 +271,6 @@ std::size_t RunOnce(MakeRig make_rig, std::uint64_t seed, std::uint32_t cycles, 
     return HEAP_IN_USE;
 }
 
-struct Link {
-    const char* name;
-    MakeRig make_rig;
-};
-
 class Endurance : public testing::TestWithParam<Link> {};
 
 TEST_P(Endurance, HoldsNothingMoreAtTheEndThanAtTheBeginning) {
@@ -284,15 +278,13 @@ TEST_P(Endurance, HoldsNothingMoreAtTheEndThanAtTheBeginning) {
     const auto cycles        = static_cast<std::uint32_t>(FromEnvironment("ENDURANCE_CYCLES", kCyclesOfAnHour));
     const auto faults        = static_cast<std::uint32_t>(std::uint64_t{cycles} * kFaultsOfADay / kCyclesOfADay);
     std::printf("%s: seed %llu\n", GetParam().name, static_cast<unsigned long long>(seed));
-    const std::size_t before = RunOnce(GetParam().make_rig, seed + 1, 400, 100, true);
-    const std::size_t after  = RunOnce(GetParam().make_rig, seed, cycles, faults, false);
+    const std::size_t before = RunOnce(GetParam(), seed + 1, 400, 100, true);
+    const std::size_t after  = RunOnce(GetParam(), seed, cycles, faults, false);
     std::printf("  heap before and after: %zu, %zu\n", before, after);
     EXPECT_EQ(after, before);
 }
 
-INSTANTIATE_TEST_SUITE_P(Links, Endurance,
-                         testing::Values(Link{"Serial", SerialRig}, Link{"Usb", UsbRig}, Link{"Infrared", InfraredRig},
-                                         Link{"Generation2010", Generation2010Rig}),
+INSTANTIATE_TEST_SUITE_P(Links, Endurance, testing::ValuesIn(kLinks),
                          [](const testing::TestParamInfo<Link>& link) { return link.param.name; });
 
 }  // namespace

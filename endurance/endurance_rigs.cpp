@@ -60,14 +60,6 @@ std::shared_ptr<simulator::ScriptedAnalyser> AnalyserOfTheRuns() {
     return std::make_shared<simulator::ScriptedAnalyser>(scenario ? scenario->analyser : simulator::AnalyserData());
 }
 
-/// The analyser's values stand still in the runs. Not a number where it has no such channel.
-float StartValue(const simulator::AnalyserData& data, std::uint32_t view_ident) {
-    for (const simulator::Channel& channel : data.channels) {
-        if (channel.ident == view_ident) return channel.value.steps.front().value_or(0);
-    }
-    return std::numeric_limits<float>::quiet_NaN();
-}
-
 /// Counts the faults among what a session tells.
 simulator::EventSink CountFaults(std::map<std::string, std::uint32_t>& struck) {
     return [&struck](const std::string& line) {
@@ -80,14 +72,11 @@ simulator::EventSink CountFaults(std::map<std::string, std::uint32_t>& struck) {
 /// The analyser at the far end of a wire.
 class WiredAnalyser final : public SessionPort {
 public:
-    explicit WiredAnalyser(std::map<std::string, std::uint32_t>& struck)
-        : SessionPort(session_), session_(analyser_, 120, CountFaults(struck)) {}
+    explicit WiredAnalyser(Rig& rig) : SessionPort(session_), session_(rig.analyser, 120, CountFaults(rig.struck)) {}
 
     std::size_t Read(std::span<std::uint8_t> bytes) override {
         return is_noisy ? Noise(bytes) : SessionPort::Read(bytes);
     }
-    void Strike(const std::vector<simulator::Fault>& faults) { analyser_->SetFaults(faults); }
-    [[nodiscard]] float ValueOf(std::uint32_t view_ident) const { return StartValue(analyser_->Data(), view_ident); }
 
     bool is_noisy = false;
 
@@ -100,95 +89,94 @@ private:
         return size;
     }
 
-    std::uint64_t noise_time_                              = 0;
-    std::shared_ptr<simulator::ScriptedAnalyser> analyser_ = AnalyserOfTheRuns();
+    std::uint64_t noise_time_ = 0;
     simulator::BlockSession session_;
 };
 
-class Serial final : public Rig {
+/// A rig with the analyser of the runs.
+class AnalyserRig : public Rig {
+public:
+    AnalyserRig() { analyser = AnalyserOfTheRuns(); }
+};
+
+class Serial final : public AnalyserRig {
 public:
     Serial() {
-        communication         = 5;
-        port_.device          = &analyser_;
-        const auto lost_until = [this](std::uint32_t error) {
+        communication   = 5;
+        port_.device    = &wired_;
+        const auto lost = [this](std::uint32_t error) {
             return [this, error] {
                 port_.device     = nullptr;
                 port_.open_error = error;
             };
         };
-        const auto back = [this] {
-            port_.device     = &analyser_;
-            port_.open_error = 0;
-        };
         troubles = {
-            {"port dead", lost_until(0), back},
-            {"port gone", lost_until(2), back},
-            {"port in use", lost_until(5), back},
-            {"short writes", [this] { analyser_.most_written = 4; }, [this] { analyser_.most_written = SIZE_MAX; }},
-            {"noise", [this] { analyser_.is_noisy = true; }, [this] { analyser_.is_noisy = false; }},
+            {"port dead", lost(0)},
+            {"port gone", lost(2)},
+            {"port in use", lost(5)},
+            {"short writes", [this] { wired_.most_written = 4; }},
+            {"noise", [this] { wired_.is_noisy = true; }},
         };
     }
-    void Strike(const std::vector<simulator::Fault>& faults) override { analyser_.Strike(faults); }
+    void Repair() override {
+        port_.device        = &wired_;
+        port_.open_error    = 0;
+        wired_.most_written = SIZE_MAX;
+        wired_.is_noisy     = false;
+    }
     std::size_t Held() const override { return port_.open_handles; }
-    float ValueOf(std::uint32_t view_ident) const override { return analyser_.ValueOf(view_ident); }
 
 private:
-    WiredAnalyser analyser_{struck};
+    WiredAnalyser wired_{*this};
     platform::memory::SerialPortState& port_ = World().serial_ports[L"COM5"];
 };
 
-class Usb final : public Rig {
+class Usb final : public AnalyserRig {
 public:
     Usb() {
-        driver_.Attach(2, "40712345", &analyser_);
+        driver_.Attach(2, "40712345", &wired_);
         for (const char* function : {"FT_ListDevices", "FT_OpenEx", "FT_GetDeviceInfo", "FT_SetBaudRate", "FT_Close",
                                      "FT_SetEventNotification", "FT_GetQueueStatus", "FT_Read"}) {
-            Add(function, [this, function] { Fail({"FT_Write", function}); });
+            Add(function, [this, function] { driver_.Fail(function); });
         }
-        Add("unplugged", [this] { driver_.driver.SetUnplugged({""}, RunningMilliseconds()); });
-        Add("no library", [this] {
-            Fail({"FT_Write"});
-            platform::memory::RemoveLibrary(L"FTD2XX.DLL");
-        });
-        Add("function missing", [this] {
-            Fail({"FT_Write"});
-            InstallD2xx("FT_Read");
-        });
-        Add("no events", [] { AlwaysFail(Call::kCreateEvent); });
-        Add("short writes", [this] { driver_.Spoil(CallFaultKind::kShortWrite); });
-        Add("short reads", [this] { driver_.Spoil(CallFaultKind::kShortRead); });
-        Add("hidden queue", [this] { driver_.Spoil(CallFaultKind::kEmptyQueue); });
-        Add("single bytes", [this] { driver_.driver.Setup().piece = 1; });
-        Add("noise", [this] { analyser_.is_noisy = true; });
+        Add("no library", [] { platform::memory::RemoveLibrary(L"FTD2XX.DLL"); });
+        Add("function missing", [] { InstallD2xx("FT_Read"); });
+        troubles.insert(troubles.end(),
+                        {{"unplugged", [this] { driver_.driver.SetUnplugged({""}, RunningMilliseconds()); }},
+                         {"no events", [] { AlwaysFail(Call::kCreateEvent); }},
+                         {"short writes", [this] { driver_.Spoil(CallFaultKind::kShortWrite); }},
+                         {"short reads", [this] { driver_.Spoil(CallFaultKind::kShortRead); }},
+                         {"hidden queue", [this] { driver_.Spoil(CallFaultKind::kEmptyQueue); }},
+                         {"single bytes", [this] { driver_.driver.Setup().piece = 1; }},
+                         {"noise", [this] { wired_.is_noisy = true; }}});
     }
-    void Strike(const std::vector<simulator::Fault>& faults) override { analyser_.Strike(faults); }
-    std::size_t Held() const override {
-        return driver_.TimesLoaded() + driver_.driver.OpenCount() + platform::memory::OpenEvents();
-    }
-    float ValueOf(std::uint32_t view_ident) const override { return analyser_.ValueOf(view_ident); }
-
-private:
-    void Fail(std::initializer_list<const char*> functions) {
-        for (const char* function : functions) driver_.Fail(function);
-    }
-    void Add(const char* name, std::function<void()> begin) {
-        troubles.push_back({name, std::move(begin), [this] { Repair(); }});
-    }
-    void Repair() {
+    void Repair() override {
         driver_.Repair();
         InstallD2xx();
         driver_.driver.SetUnplugged({}, RunningMilliseconds());
         driver_.driver.Setup().piece = 0;
-        analyser_.is_noisy           = false;
+        wired_.is_noisy              = false;
         AlwaysFail(Call::kCreateEvent, false);
     }
+    std::size_t Held() const override {
+        return driver_.TimesLoaded() + driver_.driver.OpenCount() + platform::memory::OpenEvents();
+    }
 
-    WiredAnalyser analyser_{struck};
+private:
+    /// Writing fails too, so that the program comes upon it.
+    void Add(const char* name, const std::function<void()>& begin) {
+        troubles.push_back({name, [this, begin] {
+                                driver_.Fail("FT_Write");
+                                begin();
+                            }});
+    }
+
+    WiredAnalyser wired_{*this};
     FakeD2xx driver_;
 };
 
 /// A silent analyser holds the program until a stop: here it drops at once, since no time passes in a receive.
-class Infrared final : public Rig {
+class Infrared final : public AnalyserRig {
 public:
     Infrared() {
         communication = kIrda;
@@ -200,12 +188,15 @@ public:
         Add("no listing", Call::kListDevices);
         Add("refused", Call::kConnect);
         Add("sending fails", Call::kSend);
-        troubles.push_back({"half sent", [] { TheIrdaWorld().sends_half = true; }, [this] { Repair(); }});
-        troubles.push_back({"receiving fails", [this] { is_deaf_ = true; }, [this] { Repair(); }});
+        troubles.push_back({"half sent", [] { TheIrdaWorld().sends_half = true; }});
+        troubles.push_back({"receiving fails", [this] { is_deaf_ = true; }});
     }
     ~Infrared() override { platform::memory::ResetIrdaWorld(); }
 
-    void Strike(const std::vector<simulator::Fault>& faults) override { analyser_->SetFaults(faults); }
+    void Repair() override {
+        platform::memory::TheCalls().always = 0;
+        TheIrdaWorld().sends_half = is_deaf_ = false;
+    }
     void Tick() override {
         TheIrdaWorld().requests.clear();
         TheIrdaWorld().device_list = platform::memory::MakeIrdaDeviceList(session_.Devices(RunningMilliseconds()));
@@ -219,8 +210,7 @@ public:
     }
     /// There is no checksum over infrared: until the next connection a flipped bit may well be a value.
     float ValueOf(std::uint32_t view_ident) const override {
-        if (Flips() != flips_before_) return std::numeric_limits<float>::quiet_NaN();
-        return StartValue(analyser_->Data(), view_ident);
+        return Flips() != flips_before_ ? std::numeric_limits<float>::quiet_NaN() : Rig::ValueOf(view_ident);
     }
 
 private:
@@ -244,15 +234,10 @@ private:
     }
     /// Sending fails too, so that the program comes upon it.
     void Add(const char* name, Call call) {
-        const auto begin = [call] {
-            AlwaysFail(call);
-            AlwaysFail(Call::kSend);
-        };
-        troubles.push_back({name, begin, [this] { Repair(); }});
-    }
-    void Repair() {
-        platform::memory::TheCalls().always = 0;
-        TheIrdaWorld().sends_half = is_deaf_ = false;
+        troubles.push_back({name, [call] {
+                                AlwaysFail(call);
+                                AlwaysFail(Call::kSend);
+                            }});
     }
 
     [[nodiscard]] std::uint32_t Flips() const {
@@ -260,43 +245,47 @@ private:
         return row == struck.end() ? 0 : row->second;
     }
 
-    bool is_connected_                                     = false;
-    bool is_deaf_                                          = false;
-    std::uint32_t flips_before_                            = 0;  // when the connection was opened
-    std::shared_ptr<simulator::ScriptedAnalyser> analyser_ = AnalyserOfTheRuns();
-    InfraredSession session_{analyser_, {}, CountFaults(struck)};
+    bool is_connected_          = false;
+    bool is_deaf_               = false;
+    std::uint32_t flips_before_ = 0;  // when the connection was opened
+    InfraredSession session_{analyser, {}, CountFaults(struck)};
 };
 
+/// A 745 on USB, behind the maker's libraries. Counting the values fails with all but some troubles, so that the program comes
+/// upon them.
 class Generation2010 final : public Rig {
 public:
     Generation2010() {
         Repair();
+        const std::string count = "GetNumberOfCurrentViewValues";
         for (const auto& [name, function] : InstrumentFunctions()) {
             const std::string called = name.substr(name.find('_') + 1);
-            Add(called, [called] { Fail({"GetNumberOfCurrentViewValues", called}); });
+            troubles.push_back({called, [=] { Fail(count), Fail(called); }});
         }
-        Add("values fail", [] { Fail({"GetCurrentViewValues"}); });
-        Add("unplugged", [] {
-            Fail({"GetNumberOfCurrentViewValues"});
-            Maker().Data().devices[37] = 0;
-        });
-        Add("two analysers", [] {
-            Fail({"GetNumberOfCurrentViewValues"});
-            Maker().Data().devices[37] = 2;
-        });
-        Add("count beyond reason", [] { LieAboutCounts(0xFFFFFFFF); });
-        Add("count too high", [] { LieAboutCounts(60); });
-        Add("no text mapper", [] {
-            Fail({"GetNumberOfCurrentViewValues"});
-            for (const wchar_t* name : kMappers) platform::memory::RemoveLibrary(name);
-        });
+        const auto attached = [=](std::uint32_t devices) {
+            return [=] { Fail(count), Maker().Data().devices[37] = devices; };
+        };
+        troubles.insert(troubles.end(), {{"values fail", [] { Fail("GetCurrentViewValues"); }},
+                                         {"unplugged", attached(0)},
+                                         {"two analysers", attached(2)},
+                                         {"count beyond reason", [] { LieAboutCounts(0xFFFFFFFF); }},
+                                         {"count too high", [] { LieAboutCounts(60); }},
+                                         {"no text mapper", [=] {
+                                              Fail(count);
+                                              std::ranges::for_each(kMappers, platform::memory::RemoveLibrary);
+                                          }}});
     }
     ~Generation2010() override {
         platform::memory::ResetLibraries();
         Maker() = {};
     }
 
-    bool CanStrike() const override { return false; }
+    void Repair() override {
+        InstallFakeMaker();
+        Maker().Data().devices[37] = 1;
+        for (std::uint32_t index = 1; index <= kChannels; ++index)
+            Maker().Data().values.push_back(Record(index, ValueOf(index)));
+    }
     void Tick() override { Maker().calls.clear(); }
     /// The text mappers; the instrument libraries stay, each one once.
     std::size_t Held() const override {
@@ -316,31 +305,31 @@ private:
     static constexpr std::uint32_t kChannels = 12;
     static constexpr std::array kMappers = {L"IDTEXTMAPPER.DLL", L"IDTEXTMAPPER_T752.DLL", L"IDTEXTMAPPER_T780.DLL"};
 
-    static void Fail(const std::vector<std::string>& functions) {
-        for (const std::string& function : functions) Maker().results[function] = 5;
-    }
-    void Add(const std::string& name, std::function<void()> begin) {
-        troubles.push_back({name, std::move(begin), [this] { Repair(); }});
-    }
-    void Repair() const {
-        InstallFakeMaker();
-        Maker().Data().devices[37] = 1;
-        for (std::uint32_t index = 1; index <= kChannels; ++index)
-            Maker().Data().values.push_back(Record(index, ValueOf(index)));
-    }
+    static void Fail(const std::string& function) { Maker().results[function] = 5; }
 };
 
+template <typename Kind>
+std::unique_ptr<Rig> Make() {
+    return std::make_unique<Kind>();
+}
+
 }  // namespace
+
+const std::array<Link, 4> kLinks = {Link{"Serial", Make<Serial>}, Link{"Usb", Make<Usb>},
+                                    Link{"Infrared", Make<Infrared>}, Link{"Generation2010", Make<Generation2010>}};
+
+/// The analyser's values stand still in the runs.
+float Rig::ValueOf(std::uint32_t view_ident) const {
+    const auto& channels = analyser->Data().channels;
+    const auto channel   = std::ranges::find(channels, view_ident, &simulator::Channel::ident);
+    if (channel == channels.end()) return std::numeric_limits<float>::quiet_NaN();
+    return channel->value.steps.front().value_or(0);
+}
 
 void BeginLongWorld() {
     platform::memory::ResetWorld();
     World().now = World().looked_at = 0U - 10 * 60 * 1000;
     World().keeps_texts             = false;
 }
-
-std::unique_ptr<Rig> SerialRig() { return std::make_unique<Serial>(); }
-std::unique_ptr<Rig> UsbRig() { return std::make_unique<Usb>(); }
-std::unique_ptr<Rig> InfraredRig() { return std::make_unique<Infrared>(); }
-std::unique_ptr<Rig> Generation2010Rig() { return std::make_unique<Generation2010>(); }
 
 }  // namespace nelto::endurance

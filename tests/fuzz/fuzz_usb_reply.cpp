@@ -2,9 +2,9 @@
 //
 // Reply:   request size, reply capacity (2 bytes), then what StepPeer takes.
 // Devices: driver version, a text; then for each call of the driver one byte that fails it (0xF0 and above), and what it gives.
-#include <utility>
 #include <vector>
 
+#include "fake_d2xx.h"
 #include "peers.h"
 #include "platform/memory/memory_dynamic_library.h"
 #include "platform/memory/memory_event.h"
@@ -18,7 +18,6 @@ using test::Input;
 using test::Require;
 
 constexpr const wchar_t* kName         = L"FTD2XX.DLL";
-constexpr d2xx::Status kFailed         = 4;
 constexpr std::size_t kLargestCapacity = 4400;
 std::array<std::uint8_t, kLargestCapacity> storage;
 
@@ -51,7 +50,6 @@ d2xx::Status OpenEx(void* serial, std::uint32_t, d2xx::Device* device) {
     return status;
 }
 d2xx::Status Close(d2xx::Device device) {
-    if (calls == nullptr) return d2xx::kOk;  // of a reply
     Require(device == &storage && open_count-- != 0);
     return NextStatus();
 }
@@ -74,64 +72,8 @@ d2xx::Status SetBaudRate(d2xx::Device, std::uint32_t rate) {
     return NextStatus();
 }
 
-/// What the steps of a StepPeer let fail, as bits.
-enum Failure : std::uint32_t {
-    kFailShortWrite = 1U << 0,
-    kFailEvent      = 1U << 9,
-    kFailNotify     = 1U << 10,
-    kFailQueue      = 1U << 11,
-    kFailRead       = 1U << 12,
-    kFailShortRead  = 1U << 13,
-    kFailWrite      = 1U << 14,
-};
-
-/// An open device; it signals as long as it holds bytes.
-struct OpenDevice {
-    test::StepPeer& peer;
-    std::array<std::uint8_t, 600> queue{};
-    std::size_t queued = 0;
-    void* event        = nullptr;
-
-    d2xx::Status StatusFor(Failure failure) const { return (peer.failures & failure) != 0 ? kFailed : d2xx::kOk; }
-    void Deliver() {
-        if (queued == 0) queued = peer.Read(queue);
-        if (queued != 0) test::SignalEvent(event);
-    }
-};
-
-OpenDevice& The(d2xx::Device device) { return *static_cast<OpenDevice*>(device); }
-
-d2xx::Status SetEventNotification(d2xx::Device device, std::uint32_t, void* event) {
-    The(device).event = event;
-    return The(device).StatusFor(kFailNotify);
-}
-d2xx::Status Write(d2xx::Device device, void* bytes, std::uint32_t size, std::uint32_t* written) {
-    test::StepPeer& peer = The(device).peer;
-    peer.Write({static_cast<const std::uint8_t*>(bytes), size});
-    if ((peer.failures & kFailEvent) != 0) AlwaysFail(test::Call::kCreateEvent);
-    *written = (peer.failures & kFailShortWrite) != 0 ? size - 1 : size;
-    The(device).Deliver();
-    return The(device).StatusFor(kFailWrite);
-}
-d2xx::Status GetQueueStatus(d2xx::Device device, std::uint32_t* queued) {
-    *queued = static_cast<std::uint32_t>(The(device).queued);
-    return The(device).StatusFor(kFailQueue);
-}
-d2xx::Status Read(d2xx::Device device, void* bytes, std::uint32_t size, std::uint32_t* read) {
-    OpenDevice& of = The(device);
-    Require(size <= of.queued);
-    const auto rest = of.queue.begin() + size;
-    std::copy(of.queue.begin(), rest, static_cast<std::uint8_t*>(bytes));
-    std::copy(rest, of.queue.begin() + static_cast<std::ptrdiff_t>(of.queued), of.queue.begin());
-    of.queued -= size;
-    *read = (of.peer.failures & kFailShortRead) != 0 ? size - 1 : size;
-    return of.StatusFor(kFailRead);
-}
-
-/// Anew where one could not be unloaded.
+/// Anew, since one may not have been unloaded.
 void InstallLibrary() {
-    static bool is_there = false;
-    if (std::exchange(is_there, true) && test::TimesLoaded(kName) == 0) return;
     test::ResetLibraries();
     test::InstallLibrary(kName, {
                                     {"FT_ListDevices", reinterpret_cast<void*>(ListDevices)},
@@ -140,11 +82,22 @@ void InstallLibrary() {
                                     {"FT_EE_Read", reinterpret_cast<void*>(ReadEeprom)},
                                     {"FT_GetDeviceInfo", reinterpret_cast<void*>(GetDeviceInfo)},
                                     {"FT_SetBaudRate", reinterpret_cast<void*>(SetBaudRate)},
-                                    {"FT_Write", reinterpret_cast<void*>(Write)},
-                                    {"FT_SetEventNotification", reinterpret_cast<void*>(SetEventNotification)},
-                                    {"FT_GetQueueStatus", reinterpret_cast<void*>(GetQueueStatus)},
-                                    {"FT_Read", reinterpret_cast<void*>(Read)},
                                 });
+}
+
+/// What the steps 0xF0 and above of a StepPeer let fail; the others nothing.
+void FailFrom(rigs::FakeD2xx& driver, test::StepPeer& peer, std::uint32_t failure) {
+    using enum simulator::CallFaultKind;
+    switch (failure) {
+        case 0: peer.is_cut = true; return driver.Spoil(kShortWrite);
+        case 9: return test::AlwaysFail(test::Call::kCreateEvent);
+        case 10: return driver.Fail("FT_SetEventNotification");
+        case 11: return driver.Fail("FT_GetQueueStatus");
+        case 12: return driver.Fail("FT_Read");
+        case 13: return driver.Spoil(kShortRead);
+        case 14: return driver.Fail("FT_Write");
+        default: return;
+    }
 }
 
 void TryReply(Input& input) {
@@ -152,20 +105,14 @@ void TryReply(Input& input) {
     const auto request         = test::ByteSpan(kRequest).first(input.Byte() * 4u);
     const std::size_t capacity = input.Take<std::uint16_t>() % kLargestCapacity;
     const auto reply           = std::span(storage).last(capacity);  // the first byte too many is outside
-    test::StepPeer peer(input);
-    OpenDevice device{.peer = peer};
-    calls = nullptr;
-    InstallLibrary();
+    test::FreshWorld();
     test::HideFunctions(nullptr);
-    test::FreshWorld().on_wait = [&device] { device.Deliver(); };
-    auto* const port           = new UsbPort;
-    port->open                 = true;
-    port->library              = platform::LoadLibraryByName(kName);
-    port->device               = &device;
-    port->functions            = {.write                  = Write,
-                                  .set_event_notification = SetEventNotification,
-                                  .get_queue_status       = GetQueueStatus,
-                                  .read                   = Read};
+    rigs::FakeD2xx driver;
+    test::StepPeer peer(input);
+    peer.on_failure = [&](std::uint32_t failure) { FailFrom(driver, peer, failure); };
+    driver.Attach(2, "1", &peer);
+    UsbPort* port = nullptr;
+    Require(NeltoUSBOpen(2, 0, port) == kUsbOk);
     UsbLink link(port, nullptr);
     std::size_t length = 1;
     // Each begins with what the one before has left behind.

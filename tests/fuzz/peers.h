@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <functional>
 
 #include "fuzz.h"
 #include "transport/block_frame.h"
@@ -51,12 +52,14 @@ class StepPeer final : public SerialDevice {
 public:
     explicit StepPeer(Input& input) : input_(input) { outgoing_.piece_size = 1u + input.Byte(); }
 
-    std::size_t writes     = 0;
-    std::uint32_t failures = 0;  // of the driver, by the steps 0xF0 and above
+    std::size_t writes = 0;
+    bool is_cut        = false;  // what is written does not come whole
+    /// Told of the steps 0xF0 and above, from 0.
+    std::function<void(std::uint32_t failure)> on_failure = [](std::uint32_t) {};
 
     std::size_t Write(ByteSpan bytes) override {
         Block block;
-        Require(std::ranges::equal(bytes, kProgramAck) ||
+        Require(is_cut || std::ranges::equal(bytes, kProgramAck) ||
                 (bytes[0] == kProgramStart && ParseBlock(bytes, block) == BlockFault::kNone));
         ++writes;
         if (!input_.IsEmpty()) Step(input_.Byte());
@@ -71,7 +74,7 @@ private:
         if (step < 0xE0) return SendBlock(0, 200u + step % 56);
         if (step < 0xE8) return outgoing_.Add(kAnalyserAck);
         if (step >= 0xEC && step < 0xF0) return outgoing_.Add(kNoise);
-        if (step >= 0xF0) failures |= 1U << (step % 16);
+        if (step >= 0xF0) on_failure(step % 16U);
     }
     static constexpr std::array<std::uint8_t, 1100> kNoise = {kAnalyserStart, 1, 2, 3, 4, 5, 6};
 

@@ -47,9 +47,16 @@ constexpr const char* kDriverCalls[] = {
 };
 // clang-format on
 
-/// What is wrong after the worker's life with the failure that `arrange` makes.
-template <typename Arrange>
-std::string Wrong(Transport transport, SystemCall::End end, const wchar_t* driver_version, const Arrange& arrange) {
+/// What was wrong in a life of the worker, and how often the call was made in it.
+struct Life {
+    std::string wrong;
+    std::size_t calls = 0;
+};
+
+/// The worker's life with the failure that `arrange` makes; `count` tells the calls.
+template <typename Arrange, typename Count>
+Life Live(Transport transport, SystemCall::End end, const wchar_t* driver_version, const Arrange& arrange,
+          const Count& count) {
     Stage stage(transport, 120, driver_version);
     stage.waits_for_strike = false;
     stage.leaks_by_design  = end != SystemCall::End::kRecovers;
@@ -62,57 +69,55 @@ std::string Wrong(Transport transport, SystemCall::End end, const wchar_t* drive
         stage.Expect(trace.find("vvz") != std::string::npos, "trace " + trace);
         stage.Expect(stage.state.status == kValuesAvailable, "status at the end");
     }
-    return stage.Wrong();
+    return {stage.Wrong(), count(stage)};
 }
 
-void Print(const char* name, std::size_t passed, std::size_t tried) {
-    EXPECT_NE(tried, 0U) << name << " is never called";
-    EXPECT_EQ(passed, tried) << name;
-    std::printf("%-24s fails at each of %zu calls: %zu passed\n", name, tried, passed);
+/// A life without a failure, then one for each call that was made in it. `live` takes the call that fails, 0 for none, and how
+/// many there are.
+template <typename LiveWith>
+void FailEachCall(const char* name, const LiveWith& live) {
+    const Life whole   = live(0, 0);
+    std::size_t passed = 0;
+    EXPECT_EQ(whole.wrong, "");
+    for (std::size_t call = 1; call <= whole.calls; ++call) {
+        const Life life = live(call, whole.calls);
+        EXPECT_EQ(life.wrong, "") << name << " " << call;
+        EXPECT_GE(life.calls, call) << name;
+        passed += life.wrong.empty() ? 1 : 0;
+    }
+    EXPECT_NE(whole.calls, 0U) << name << " is never called";
+    std::printf("%-24s fails at each of %zu calls: %zu passed\n", name, whole.calls, passed);
 }
 
 TEST(FaultMatrix, EveryCallOfTheSystemFails) {
     for (const SystemCall& row : kSystemCalls) {
-        const auto number = static_cast<std::size_t>(row.call);
-        EXPECT_EQ(Wrong(row.transport, SystemCall::End::kRecovers, L"3.02.11", [](Stage&) {}), "");
-        const std::size_t calls = TheCalls().counts[number];
-        std::size_t passed      = 0;
-        for (std::size_t call = 1; call <= calls; ++call) {
+        FailEachCall(row.name, [&](std::size_t failing, std::size_t calls) {
             // The last function looked for is FT_Close: without it the device cannot be closed.
-            const bool no_close     = row.call == Call::kFindFunction && call == calls;
-            const auto end          = no_close ? SystemCall::End::kStaysLoaded : row.end;
-            const std::string wrong = Wrong(row.transport, end, L"3.02.11", [&](Stage&) {
+            const bool no_close = row.call == Call::kFindFunction && failing == calls;
+            const auto end      = failing == 0 ? SystemCall::End::kRecovers
+                                  : no_close   ? SystemCall::End::kStaysLoaded
+                                               : row.end;
+            const auto arrange  = [&](Stage&) {
                 TheCalls().failing       = row.call;
-                TheCalls().failing_count = call;
-            });
-            EXPECT_EQ(wrong, "") << row.name << " " << call;
-            EXPECT_GE(TheCalls().counts[number], call) << row.name;
-            passed += wrong.empty() ? 1 : 0;
-        }
-        Print(row.name, passed, calls);
+                TheCalls().failing_count = failing;
+            };
+            return Live(row.transport, end, L"3.02.11", arrange,
+                        [&](const Stage&) { return TheCalls().counts[static_cast<std::size_t>(row.call)]; });
+        });
     }
 }
 
 TEST(FaultMatrix, EveryCallOfTheDriverFails) {
-    for (const std::string name : kDriverCalls) {
-        const wchar_t* const version = name == "FT_EE_Read" ? L"2.08.14" : L"3.02.11";
-        std::uint32_t made           = 0;
-        const auto life              = [&](std::uint32_t failing) {
-            return Wrong(Transport::kUsb, SystemCall::End::kRecovers, version, [&](Stage& stage) {
-                if (failing != 0) stage.library->Fail(name, FakeD2xx::kIoError, failing, 1);
-                stage.at_end = [&](const Stage& done) { made = done.library->driver.CallsOf(name); };
-            });
-        };
-        EXPECT_EQ(life(0), "");
-        const std::uint32_t calls = made;
-        std::size_t passed        = 0;
-        for (std::uint32_t call = 1; call <= calls; ++call) {
-            const std::string wrong = life(call);
-            EXPECT_EQ(wrong, "") << name << " " << call;
-            EXPECT_GE(made, call) << name;
-            passed += wrong.empty() ? 1 : 0;
-        }
-        Print(name.c_str(), passed, calls);
+    for (const char* const name : kDriverCalls) {
+        const wchar_t* const version = name == std::string_view("FT_EE_Read") ? L"2.08.14" : L"3.02.11";
+        FailEachCall(name, [&](std::size_t failing, std::size_t) {
+            const auto arrange = [&](const Stage& stage) {
+                const auto first = static_cast<std::uint32_t>(failing);
+                if (failing != 0) stage.library->Fail(name, FakeD2xx::kIoError, first, 1);
+            };
+            return Live(Transport::kUsb, SystemCall::End::kRecovers, version, arrange,
+                        [&](const Stage& stage) { return stage.library->driver.CallsOf(name); });
+        });
     }
 }
 

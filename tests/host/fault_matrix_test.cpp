@@ -15,13 +15,12 @@ namespace {
 
 using simulator::FaultKind;
 
-constexpr std::array kLinks            = {Transport::kSerial, Transport::kUsb, Transport::kIrda};
-constexpr std::array kLinkNames        = {"serial", "USB", "infrared"};
-constexpr std::uint32_t kCloseTimeout  = 200;
-constexpr std::uint32_t kStopStep      = 100;
-constexpr std::uint32_t kGoneFor       = 8000;
-constexpr std::uint32_t kRecoversIn    = 30000;
-constexpr std::uint32_t kNotApplicable = 0xFFFF;
+constexpr std::array kLinks           = {Transport::kSerial, Transport::kUsb, Transport::kIrda};
+constexpr std::array kLinkNames       = {"serial", "USB", "infrared"};
+constexpr std::uint32_t kCloseTimeout = 200;
+constexpr std::uint32_t kStopStep     = 100;
+constexpr std::uint32_t kGoneFor      = 8000;
+constexpr std::uint32_t kRecoversIn   = 30000;
 
 struct Command {
     const char* name;
@@ -34,6 +33,10 @@ struct Command {
     bool serial, usb, irda;        // asked for over these links
     bool framed           = true;  // the header of its answer is checked
     std::size_t irda_room = 4096;
+
+    [[nodiscard]] std::size_t Room(Transport transport) const {
+        return transport == Transport::kIrda ? irda_room : capacity;
+    }
 };
 
 // clang-format off
@@ -67,15 +70,22 @@ const Command kCommands[] = {
 };
 // clang-format on
 
-/// Behind the header of the last block, where that is long enough.
-std::size_t Middle(const Reply& reply) {
-    const std::size_t size = reply.blocks.back().size();
-    return std::max(size / 2, std::min(kBlockHeaderSize, size - 1));
-}
+/// Where a fault strikes.
+struct Struck {
+    Stage& stage;
+    Reply& reply;
+    const Command& command;
+    Bytes& last         = reply.blocks.back();
+    const bool infrared = stage.transport == Transport::kIrda;
 
-void StrikeLast(Reply& reply, FaultKind kind, std::size_t amount) {
-    simulator::StrikeFrame({.kind = kind, .amount = static_cast<std::uint32_t>(amount)}, reply.blocks.back());
-}
+    /// Behind the header of the last block, where that is long enough.
+    [[nodiscard]] std::size_t Middle() const {
+        return std::max(last.size() / 2, std::min(kBlockHeaderSize, last.size() - 1));
+    }
+    void StrikeLast(FaultKind kind, std::size_t amount) const {
+        simulator::StrikeFrame({.kind = kind, .amount = static_cast<std::uint32_t>(amount)}, last);
+    }
+};
 
 constexpr const char* kEndlessWait = "an infrared reply that is not whole is waited for without limit";
 constexpr const char* kNotAsked    = "not asked over this link";
@@ -83,96 +93,48 @@ constexpr const char* kNoBlocks    = "infrared has no blocks";
 
 struct FaultRow {
     const char* name;
-    void (*message)(Stage& stage, Reply& reply, const Command& command);
-    void (*blocks)(Stage& stage, Reply& reply, const Command& command);
-    std::array<std::uint32_t, 3> results;  // of the link, in the order of kLinks
-    const char* why_not = "";              // where it does not apply
+    void (*spoil)(const Struck& at);
+    std::array<LinkStatus, 3> results;  // of the link, in the order of kLinks; kNotOpen where it does not apply
+    const char* why_not = "";
 };
 
-constexpr std::uint32_t kAny = kNotApplicable;
+using enum LinkStatus;
+using At = const Struck&;
 
-/// The link's result for a failed driver or socket.
-constexpr std::array<std::uint32_t, 3> kDriverFailure = {kAny, 3, 1};
-
+// clang-format off
 const FaultRow kFaults[] = {
-    {"lost byte",
-     nullptr,
-     [](Stage&, Reply& reply, const Command&) { StrikeLast(reply, FaultKind::kLostByte, Middle(reply)); },
-     {3, 6, kAny},
-     kEndlessWait},
-    {"extra byte",
-     nullptr,
-     [](Stage& stage, Reply& reply, const Command&) {
-         if (stage.transport != Transport::kIrda) return StrikeLast(reply, FaultKind::kExtraByte, Middle(reply));
-         Bytes& answer = reply.blocks.back();
-         answer.insert(answer.begin() + 4, 0x55);
-     },
-     {3, 6, 2}},
-    {"flipped bit",
-     nullptr,
-     [](Stage& stage, Reply& reply, const Command&) {
-         StrikeLast(reply, FaultKind::kFlipBit, 8 * (stage.transport == Transport::kIrda ? 1 : Middle(reply)));
-     },
-     {3, 8, 0}},
-    {"truncated block",
-     nullptr,
-     [](Stage&, Reply& reply, const Command&) {
-         StrikeLast(reply, FaultKind::kCutBlock, (reply.blocks.back().size() + 1) / 2);
-     },
-     {3, 6, kAny},
-     kEndlessWait},
-    {"duplicate block",
-     nullptr,
-     [](Stage&, Reply& reply, const Command&) { reply.repeats_block = true; },
-     {3, 6, kAny},
-     kNoBlocks},
-    {"wrong acknowledgement",
-     nullptr,
-     [](Stage&, Reply& reply, const Command&) { reply.blocks.back() = Hex("21 80 00"); },
-     {3, 8, kAny},
-     kNoBlocks},
-    {"wrong length",
-     nullptr,
-     [](Stage& stage, Reply& reply, const Command&) {
-         if (stage.transport == Transport::kIrda) return static_cast<void>(--reply.blocks.back()[2]);
-         StrikeLast(reply, FaultKind::kWrongLength, 1);
-     },
-     {3, 6, 2}},
-    {"index beyond count",
-     nullptr,
-     [](Stage&, Reply& reply, const Command&) { StrikeLast(reply, FaultKind::kBadIndex, 0); },
-     {3, 8, kAny},
-     kNoBlocks},
-    {"oversize reply",
-     [](Stage& stage, Reply& reply, const Command& command) {
-         reply.message.resize((stage.transport == Transport::kIrda ? command.irda_room : command.capacity) + 1);
-     },
-     nullptr,
-     {5, 9, 2}},
-    {"just in time",
-     nullptr,
-     [](Stage& stage, Reply& reply, const Command& command) {
-         const std::size_t looks = 1 + (reply.blocks.back().size() - 1) / stage.most_a_look;
-         reply.delay_ms          = command.timeout - 10 * static_cast<std::uint32_t>(looks);
-     },
-     {0, 0, 0}},
-    {"just too late",
-     nullptr,
-     [](Stage&, Reply& reply, const Command& command) { reply.delay_ms = command.timeout + 10; },
-     {3, 6, 0}},
-    {"too late for its link",  // it comes when the link is open again
-     nullptr,
-     [](Stage&, Reply& reply, const Command& command) { reply.delay_ms = command.timeout + 2450; },
-     {3, 6, kAny},
-     "infrared has no time-out"},
-    {"silence",
-     nullptr,
-     [](Stage&, Reply& reply, const Command&) { reply.blocks.pop_back(); },
-     {3, 6, kAny},
-     kEndlessWait},
-    {"link error", nullptr, [](Stage& stage, Reply&, const Command&) { stage.BreakLink(); }, {3, 3, 1}},
-    {"link gone", nullptr, [](Stage& stage, Reply&, const Command&) { stage.LoseLink(kGoneFor); }, {3, 6, 1}},
+    {"lost byte", [](At at) { at.StrikeLast(FaultKind::kLostByte, at.Middle()); }, {kTimeOut, kTimeOut, kNotOpen}, kEndlessWait},
+    {"extra byte", [](At at) {
+         if (!at.infrared) return at.StrikeLast(FaultKind::kExtraByte, at.Middle());
+         at.last.insert(at.last.begin() + 4, 0x55);
+     }, {kTimeOut, kTimeOut, kProtocolFault}},
+    {"flipped bit", [](At at) { at.StrikeLast(FaultKind::kFlipBit, 8 * (at.infrared ? 1 : at.Middle())); },
+     {kProtocolFault, kProtocolFault, kOk}},
+    {"truncated block", [](At at) { at.StrikeLast(FaultKind::kCutBlock, (at.last.size() + 1) / 2); },
+     {kTimeOut, kTimeOut, kNotOpen}, kEndlessWait},
+    {"duplicate block", [](At at) { at.reply.repeats_block = true; }, {kTimeOut, kTimeOut, kNotOpen}, kNoBlocks},
+    {"wrong acknowledgement", [](At at) { at.last = Hex("21 80 00"); }, {kTimeOut, kProtocolFault, kNotOpen}, kNoBlocks},
+    {"wrong length", [](At at) {
+         if (!at.infrared) return at.StrikeLast(FaultKind::kWrongLength, 1);
+         --at.last[2];
+     }, {kTimeOut, kTimeOut, kProtocolFault}},
+    {"index beyond count", [](At at) { at.StrikeLast(FaultKind::kBadIndex, 0); },
+     {kProtocolFault, kProtocolFault, kNotOpen}, kNoBlocks},
+    {"oversize reply", [](At at) { at.stage.Resize(at.reply, at.command.Room(at.stage.transport) + 1); },
+     {kReplyTooLong, kReplyTooLong, kProtocolFault}},
+    {"just in time", [](At at) {
+         const std::size_t looks = 1 + (at.last.size() - 1) / at.stage.most_a_look;
+         at.reply.delay_ms       = at.command.timeout - 10 * static_cast<std::uint32_t>(looks);
+     }, {kOk, kOk, kOk}},
+    {"just too late", [](At at) { at.reply.delay_ms = at.command.timeout + 10; }, {kTimeOut, kTimeOut, kOk}},
+    // It comes when the link is open again.
+    {"too late for its link", [](At at) { at.reply.delay_ms = at.command.timeout + 2450; },
+     {kTimeOut, kTimeOut, kNotOpen}, "infrared has no time-out"},
+    {"silence", [](At at) { at.reply.blocks.pop_back(); }, {kTimeOut, kTimeOut, kNotOpen}, kEndlessWait},
+    {"link error", [](At at) { at.stage.BreakLink(); }, {kTimeOut, kDriverFailed, kDriverFailed}},
+    {"link gone", [](At at) { at.stage.LoseLink(kGoneFor); }, {kTimeOut, kTimeOut, kDriverFailed}},
 };
+// clang-format on
 
 struct Tally {
     int tried = 0, passed = 0, not_asked = 0, not_applicable = 0;
@@ -201,13 +163,10 @@ struct Cell {
         const bool ident_over_usb = transport == Transport::kUsb && command.request == std::string_view("42");
         return ident_over_usb ? 200 : command.timeout;
     }
-    [[nodiscard]] std::size_t Room() const {
-        return transport == Transport::kIrda ? command.irda_room : command.capacity;
-    }
     [[nodiscard]] const char* WhyNot() const {
         const bool asked[] = {command.serial, command.usb, command.irda};
         if (!asked[Link()]) return kNotAsked;
-        return fault.results[Link()] == kNotApplicable ? fault.why_not : nullptr;
+        return fault.results[Link()] == kNotOpen ? fault.why_not : nullptr;
     }
     void Arrange(Stage& stage, std::size_t count) const {
         stage.most_a_look = shape.look;
@@ -215,11 +174,15 @@ struct Cell {
         adapted.timeout   = Timeout();
         Bytes beginning   = Hex(command.request);
         beginning.resize(command.matched);
-        const auto spoil = [adapted](auto function) -> Stage::Spoil {
-            if (function == nullptr) return nullptr;
-            return [=](Stage& struck, Reply& reply) { function(struck, reply, adapted); };
-        };
-        stage.Strike(beginning, count, spoil(fault.message), spoil(fault.blocks));
+        stage.Strike(beginning, count, [adapted, spoil = fault.spoil](Stage& struck, Reply& reply) {
+            spoil({struck, reply, adapted});
+        });
+    }
+    /// The same in the worker's first conversation.
+    void ArrangeFirst(Stage& stage) const {
+        const bool only = transport == Transport::kIrda && command.request == std::string_view("85");
+        Arrange(stage, only ? 1 : command.count);
+        stage.waits_for_strike = command.trace[0] != '\0';
     }
 };
 
@@ -230,47 +193,30 @@ std::unique_ptr<Link> OpenLink(Transport transport) {
     return IrdaLink::Open(nullptr, result);
 }
 
-/// The number of the link for a status, as kFaults has it.
-std::uint32_t NumberOf(Transport transport, LinkStatus status) {
-    if (transport == Transport::kSerial) return SerialResultOf(status);
-    const bool usb = transport == Transport::kUsb;
-    switch (status) {
-        case LinkStatus::kOk: return 0;
-        case LinkStatus::kTimeOut: return 6;
-        case LinkStatus::kProtocolFault: return usb ? 8 : 2;
-        case LinkStatus::kDriverFailed: return usb ? 3 : 1;
-        case LinkStatus::kReplyTooLong: return 9;
-        default: return kNotApplicable;
-    }
-}
-
-/// What the link returns for the struck exchange alone; `expected` is then the result that the table gives it.
-std::uint32_t LinkResult(const Cell& cell, std::uint32_t& expected) {
+/// What the link returns for the struck exchange alone; `expected` is then the status that the table gives it.
+LinkStatus LinkResult(const Cell& cell, LinkStatus& expected) {
     Stage stage(cell.transport, cell.shape.block);
     const auto link = OpenLink(cell.transport);
-    if (link == nullptr) return kNotApplicable;
+    if (link == nullptr) return kNotOpen;
     cell.Arrange(stage, 1);
-    Bytes answer(cell.Room());
-    std::size_t received = 0;
-    const std::uint32_t result =
-        NumberOf(cell.transport, link->Transceive(Hex(cell.command.request), answer, received, cell.Timeout()));
-    expected = cell.fault.results[cell.Link()];
+    Bytes answer(cell.command.Room(cell.transport));
+    std::size_t received    = 0;
+    const LinkStatus result = link->Transceive(Hex(cell.command.request), answer, received, cell.Timeout());
+    expected                = cell.fault.results[cell.Link()];
     // A repetition is recognised where there are other blocks; an extra byte is not seen where the room is full without it.
-    if (cell.fault.name == std::string_view("duplicate block") && stage.replies.back().blocks.size() > 1) expected = 0;
-    if (cell.fault.name == std::string_view("extra byte") && cell.transport == Transport::kIrda && cell.Room() <= 12) {
-        expected = 0;
-    }
-    EXPECT_EQ(received == 0, result != 0);
+    const bool several = stage.replies.back().blocks.size() > 1;
+    if (cell.fault.name == std::string_view("duplicate block") && several) expected = kOk;
+    const bool full = cell.transport == Transport::kIrda && answer.size() <= 12;
+    if (cell.fault.name == std::string_view("extra byte") && full) expected = kOk;
+    EXPECT_EQ(received == 0, result != kOk);
     return result;
 }
 
 /// The worker with the fault in its first conversation.
 std::string WorkerWrong(const Cell& cell, bool fails) {
     Stage stage(cell.transport, cell.shape.block);
-    const bool first = cell.transport == Transport::kIrda && cell.command.request == std::string_view("85");
-    cell.Arrange(stage, first ? 1 : cell.command.count);
+    cell.ArrangeFirst(stage);
     const std::string expected = cell.command.trace;
-    stage.waits_for_strike     = !expected.empty();
     const std::string trace    = stage.RunWorker();
     stage.Expect(stage.struck && !stage.blocked, "the fault did not strike, or for ever");
     const std::string start = fails && !expected.empty() ? expected : "ochvv";
@@ -283,8 +229,7 @@ std::string WorkerWrong(const Cell& cell, bool fails) {
     }
     std::size_t results = Stage::kListResults;
     // One list is lost; without the list of lists, or behind a failed driver, all of them are.
-    const bool is_one = cell.command.timeout == 3000 &&
-                        cell.fault.results[cell.Link()] != kDriverFailure[cell.Link()] &&
+    const bool is_one = cell.command.timeout == 3000 && cell.fault.results[cell.Link()] != kDriverFailed &&
                         cell.fault.name != std::string_view("link error");
     if (fails && (trace == "ocHvvz" || (expected == "och" && trace == "ochvvz"))) results -= is_one ? 2 : results;
     const bool lost_more = cell.fault.name == std::string_view("link gone");
@@ -295,9 +240,7 @@ std::string WorkerWrong(const Cell& cell, bool fails) {
 /// The user ends while the fault is there.
 std::string StopWrong(const Cell& cell) {
     Stage stage(cell.transport, cell.shape.block);
-    const bool first = cell.transport == Transport::kIrda && cell.command.request == std::string_view("85");
-    cell.Arrange(stage, first ? 1 : cell.command.count);
-    stage.waits_for_strike  = cell.command.trace[0] != '\0';
+    cell.ArrangeFirst(stage);
     stage.stops_at_strike   = true;
     const std::string trace = stage.RunWorker();
     stage.Expect(World().now - stage.struck_at <= kBlockStopPatience + 2 * kCloseTimeout + kStopStep,
@@ -306,11 +249,11 @@ std::string StopWrong(const Cell& cell) {
 }
 
 bool Passes(const Cell& cell) {
-    std::uint32_t expected     = 0;
-    const std::uint32_t result = LinkResult(cell, expected);
-    const bool header          = cell.fault.name == std::string_view("flipped bit") && cell.command.framed;
-    std::string wrong          = WorkerWrong(cell, result != 0 || (cell.transport == Transport::kIrda && header));
-    if (result != expected) wrong += "link result " + std::to_string(result);
+    LinkStatus expected     = kOk;
+    const LinkStatus result = LinkResult(cell, expected);
+    const bool header       = cell.fault.name == std::string_view("flipped bit") && cell.command.framed;
+    std::string wrong       = WorkerWrong(cell, result != kOk || (cell.transport == Transport::kIrda && header));
+    if (result != expected) wrong += "link result " + std::to_string(static_cast<int>(result));
     wrong += StopWrong(cell);
     EXPECT_EQ(wrong, "") << cell.fault.name << ", " << cell.command.name << ", " << kLinkNames[cell.Link()]
                          << cell.shape.name;
@@ -351,7 +294,7 @@ std::string LifeFrom(std::uint32_t start, Transport transport) {
     Stage stage(transport);
     World().now  = start;
     stage.delays = [](const Bytes&) { return 150U; };
-    stage.Strike(Hex("A5 0A"), 1, nullptr, [](Stage& struck, Reply& reply) {
+    stage.Strike(Hex("A5 0A"), 1, [](Stage& struck, Reply& reply) {
         if (struck.transport != Transport::kIrda) reply.blocks.clear();
     });
     const std::string trace = stage.RunWorker();
@@ -382,14 +325,9 @@ TEST(FaultMatrix, AStopAtAnyMomentIsHonoured) {
             stage.waits_for_strike    = false;
             stage.block_ms            = kBlock;
             const std::uint32_t start = World().now;
-            std::uint32_t stopped     = 0;
-            World().on_wait           = [&, before = World().on_wait] {
-                before();
-                if (stopped == 0 && World().now - start >= at) stopped = World().now;
-                if (stopped != 0) stage.state.stop_request = 1;
-            };
-            const std::string trace = stage.RunWorker();
-            cut_short               = !trace.ends_with("vvz");
+            stage.stops_when          = [=] { return World().now - start >= at; };
+            const std::string trace   = stage.RunWorker();
+            cut_short                 = !trace.ends_with("vvz");
             ASSERT_EQ(stage.Wrong(), "") << at;
             // The analyser is left out of slave mode, and no line reads like a fault of it.
             if (!stage.requests.empty()) ASSERT_EQ(stage.requests.back(), Hex("20 00")) << at << " " << trace;
@@ -399,7 +337,7 @@ TEST(FaultMatrix, AStopAtAnyMomentIsHonoured) {
                     ASSERT_EQ(line.find("failed"), std::string::npos) << line << " " << at;
                 }
             }
-            if (cut_short) longest = std::max(longest, World().now - stopped);
+            if (cut_short) longest = std::max(longest, World().now - stage.stopped_at);
             ++tried;
         }
     }

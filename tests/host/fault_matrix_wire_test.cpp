@@ -39,7 +39,7 @@ bool SameTable(const ChannelTable& a, const ChannelTable& b) { return std::range
 /// One analyser whose conversation is run section by section, as often as one likes.
 class Talk {
 public:
-    explicit Talk(Transport transport, std::size_t block = 40, std::size_t look = SIZE_MAX) : stage(transport, block) {
+    Talk(Transport transport, std::size_t block, std::size_t look) : stage(transport, block) {
         stage.most_a_look = look;
         for (const Section section : kSections) {
             Prepare(section);
@@ -81,9 +81,9 @@ public:
     }
 
     /// The section with the reply to its exchange `index` spoilt.
-    std::uint32_t RunSpoilt(Section section, std::size_t index, Stage::Spoil message, Stage::Spoil blocks) {
+    std::uint32_t RunSpoilt(Section section, std::size_t index, Stage::Spoil spoil) {
         Prepare(section);
-        stage.Strike({}, index + 1, std::move(message), std::move(blocks));
+        stage.Strike({}, index + 1, std::move(spoil));
         return Run(section);
     }
 
@@ -181,7 +181,7 @@ bool PassesFlipped(Talk& talk, Section section, std::size_t index, std::size_t b
     const auto flip = [=](Stage&, Reply& reply) {
         reply.blocks[block][bit / 8] ^= static_cast<std::uint8_t>(1U << (bit % 8));
     };
-    const std::uint32_t result = talk.RunSpoilt(section, index, nullptr, flip);
+    const std::uint32_t result = talk.RunSpoilt(section, index, flip);
     if (talk.stage.transport != Transport::kIrda || bit < 32)
         return FailedAsStated(section, index, result, talk, false);
     return IsOtherButTrue(section, index, result, talk, kWholeSize);
@@ -194,74 +194,72 @@ bool IsEndless(const Talk& talk, Section section, const Bytes& block, std::size_
     return length > block.size() && length <= (section == Section::kClose ? 12U : 4096U);
 }
 
-void FlipEveryBit(Transport transport, const char* name, std::size_t limit = 40, std::size_t look = SIZE_MAX) {
-    Talk talk(transport, limit, look);
-    Tally tally;
-    for (const Section section : kSections) {
-        const std::vector<Reply> replies = talk.replies[static_cast<std::size_t>(section)];
-        for (std::size_t index = 0; index < replies.size(); ++index) {
-            for (std::size_t block = 0; block < replies[index].blocks.size(); ++block) {
-                for (std::size_t bit = 0; bit < replies[index].blocks[block].size() * 8; ++bit) {
-                    if (IsEndless(talk, section, replies[index].blocks[block], bit)) {
-                        ++tally.endless;
-                    } else {
-                        tally.Count(PassesFlipped(talk, section, index, block, bit), "bit", section, index, bit);
-                    }
+struct Wire {
+    const char* name;
+    Transport transport;
+    std::size_t block = 40;
+    std::size_t look  = SIZE_MAX;
+};
+
+constexpr Wire kWires[] = {
+    {"serial", Transport::kSerial}, {"serial, blocks of 7", Transport::kSerial, 7, 9},
+    {"USB", Transport::kUsb},       {"serial, 19 bytes a look", Transport::kSerial, 40, 19},
+    {"infrared", Transport::kIrda}, {"USB, blocks of 7", Transport::kUsb, 7},
+};
+
+/// Does `spoil_reply` with each reply of the whole conversation over each wire.
+template <typename SpoilReply>
+void WithEveryReply(const std::string& what, const SpoilReply& spoil_reply) {
+    for (const Wire& wire : kWires) {
+        Talk talk(wire.transport, wire.block, wire.look);
+        Tally tally;
+        for (const Section section : kSections) {
+            const std::vector<Reply> replies = talk.replies[static_cast<std::size_t>(section)];
+            for (std::size_t index = 0; index < replies.size(); ++index)
+                spoil_reply(talk, tally, section, index, replies[index]);
+        }
+        EXPECT_FALSE(talk.stage.blocked);
+        tally.Print((what + ", " + wire.name).c_str());
+    }
+}
+
+TEST(FaultMatrix, EveryBitOfEveryReply) {
+    WithEveryReply("every bit", [](Talk& talk, Tally& tally, Section section, std::size_t index, const Reply& reply) {
+        for (std::size_t block = 0; block < reply.blocks.size(); ++block) {
+            for (std::size_t bit = 0; bit < reply.blocks[block].size() * 8; ++bit) {
+                if (IsEndless(talk, section, reply.blocks[block], bit)) {
+                    ++tally.endless;
+                } else {
+                    tally.Count(PassesFlipped(talk, section, index, block, bit), "bit", section, index, bit);
                 }
             }
-            talk.Prepare(section);
-            tally.Count(talk.Run(section) == 0, "behind the bits", section, index, 0);
         }
-    }
-    EXPECT_FALSE(talk.stage.blocked);
-    tally.Print(name);
+        talk.Prepare(section);
+        tally.Count(talk.Run(section) == 0, "behind the bits", section, index, 0);
+    });
 }
 
-void CutEveryReply(Transport transport, const char* name, std::size_t limit = 40, std::size_t look = SIZE_MAX) {
-    Talk talk(transport, limit, look);
-    Tally tally;
-    for (const Section section : kSections) {
-        const std::vector<Reply> replies = talk.replies[static_cast<std::size_t>(section)];
-        for (std::size_t index = 0; index < replies.size(); ++index) {
-            for (std::size_t size = 0; size < replies[index].blocks.back().size(); ++size) {
-                const auto cut = [=](Stage& stage, Reply& reply) {
-                    reply.blocks.back().resize(size);
-                    if (stage.transport != Transport::kIrda) return;
-                    if (size != 0) TheIrdaWorld().pieces.emplace_back(reply.blocks[0]);
-                    TheIrdaWorld().pieces.emplace_back(Bytes{});  // the analyser is gone
-                    reply.blocks.clear();
-                };
-                const std::uint32_t result = talk.RunSpoilt(section, index, nullptr, cut);
-                tally.Count(FailedAsStated(section, index, result, talk, transport == Transport::kIrda), "cut at byte",
-                            section, index, size);
-            }
-            const std::size_t least = transport == Transport::kIrda ? 4 : 0;
-            for (std::size_t size = least; size < replies[index].message.size(); ++size) {
-                const auto shorten         = [=](Stage&, Reply& reply) { reply.message.resize(size); };
-                const std::uint32_t result = talk.RunSpoilt(section, index, shorten, nullptr);
-                tally.Count(IsOtherButTrue(section, index, result, talk, size), "answer of size", section, index, size);
-            }
-        }
-    }
-    EXPECT_FALSE(talk.stage.blocked);
-    tally.Print(name);
-}
-
-TEST(FaultMatrix, EveryBitOfEveryReplySerial) { FlipEveryBit(Transport::kSerial, "every bit, serial"); }
-TEST(FaultMatrix, EveryBitOfEveryReplyUsb) { FlipEveryBit(Transport::kUsb, "every bit, USB"); }
-TEST(FaultMatrix, EveryBitOfEveryReplyInSmallPieces) {
-    FlipEveryBit(Transport::kSerial, "every bit, serial, blocks of 7", 7, 9);
-    FlipEveryBit(Transport::kSerial, "every bit, serial, 19 bytes a look", 40, 19);
-    FlipEveryBit(Transport::kUsb, "every bit, USB, blocks of 7", 7);
-}
-TEST(FaultMatrix, EveryBitOfEveryReplyInfrared) { FlipEveryBit(Transport::kIrda, "every bit, infrared"); }
 TEST(FaultMatrix, EveryReplyCutAtEveryByte) {
-    CutEveryReply(Transport::kSerial, "every cut and short answer, serial");
-    CutEveryReply(Transport::kSerial, "every cut and short answer, serial, blocks of 7", 7, 9);
-    CutEveryReply(Transport::kSerial, "every cut and short answer, serial, 19 bytes a look", 40, 19);
-    CutEveryReply(Transport::kUsb, "every cut and short answer, USB");
-    CutEveryReply(Transport::kUsb, "every cut and short answer, USB, blocks of 7", 7);
-    CutEveryReply(Transport::kIrda, "every cut and short answer, infrared");
+    const char* const what = "every cut and short answer";
+    WithEveryReply(what, [](Talk& talk, Tally& tally, Section section, std::size_t index, const Reply& whole) {
+        const bool infrared = talk.stage.transport == Transport::kIrda;
+        for (std::size_t size = 0; size < whole.blocks.back().size(); ++size) {
+            const auto cut = [=](Stage&, Reply& reply) {
+                reply.blocks.back().resize(size);
+                if (!infrared) return;
+                if (size != 0) TheIrdaWorld().pieces.emplace_back(reply.blocks[0]);
+                TheIrdaWorld().pieces.emplace_back(Bytes{});  // the analyser is gone
+                reply.blocks.clear();
+            };
+            const std::uint32_t result = talk.RunSpoilt(section, index, cut);
+            tally.Count(FailedAsStated(section, index, result, talk, infrared), "cut at byte", section, index, size);
+        }
+        for (std::size_t size = infrared ? 4 : 0; size < whole.message.size(); ++size) {
+            const auto shorten         = [=](const Stage& stage, Reply& reply) { stage.Resize(reply, size); };
+            const std::uint32_t result = talk.RunSpoilt(section, index, shorten);
+            tally.Count(IsOtherButTrue(section, index, result, talk, size), "answer of size", section, index, size);
+        }
+    });
 }
 
 }  // namespace

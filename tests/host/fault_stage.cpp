@@ -140,11 +140,20 @@ Stage::~Stage() {
     the_stage       = nullptr;
 }
 
-void Stage::Strike(const Bytes& request, std::size_t count, Spoil message, Spoil blocks) {
+void Stage::Strike(const Bytes& request, std::size_t count, Spoil spoil) {
     struck_request_ = request;
     struck_count_   = count;
-    spoil_message_  = std::move(message);
-    spoil_blocks_   = std::move(blocks);
+    spoil_          = std::move(spoil);
+}
+
+void Stage::Resize(Reply& reply, std::size_t size) const {
+    reply.message.resize(size);
+    if (transport == Transport::kIrda && size >= 4) {
+        reply.message[2] = static_cast<std::uint8_t>(size);
+        reply.message[3] = static_cast<std::uint8_t>(size >> 8);
+    }
+    reply.blocks =
+        transport == Transport::kIrda ? std::vector<Bytes>{reply.message} : ReplyBlocks(reply.message, block_limit_);
 }
 
 void Stage::BreakLink() {
@@ -161,7 +170,6 @@ std::string Stage::RunWorker(std::uint32_t limit_ms) {
     Expect(AcquisitionWorker(state, &OpenObserved) == 0, "worker result");
     Check();
     CheckNothingLeft();
-    if (at_end) at_end(*this);
     return trace_;
 }
 
@@ -193,29 +201,19 @@ std::size_t Stage::Write(std::span<const std::uint8_t> bytes) {
 void Stage::Take(const Bytes& request) {
     Check();
     requests.push_back(request);
-    const bool counts  = struck_request_.empty() || BeginsWith(request, struck_request_);
-    const bool strikes = counts && struck_count_ != 0 && --struck_count_ == 0;
     Reply reply{.message    = analyser_.Answer(request, Now()).value(),
                 .delay_ms   = delays ? delays(request) : 0,
                 .unasked_ms = pauses ? std::optional(pauses(request)) : std::nullopt};
-    if (strikes) {
+    Resize(reply, reply.message.size());
+    replies.push_back(reply);
+    const bool counts = struck_request_.empty() || BeginsWith(request, struck_request_);
+    if (counts && struck_count_ != 0 && --struck_count_ == 0) {
         struck    = true;
         struck_at = World().now;
         if (stops_at_strike) state.stop_request = 1;
-        if (spoil_message_) spoil_message_(*this, reply);
+        spoil_(*this, reply);
     }
-    if (transport == Transport::kIrda) {
-        output_.clear();  // a reply that could not be received went with its connection
-        if (reply.message.size() >= 4) {
-            reply.message[2] = static_cast<std::uint8_t>(reply.message.size());
-            reply.message[3] = static_cast<std::uint8_t>(reply.message.size() >> 8);
-        }
-        reply.blocks = {reply.message};
-    } else {
-        reply.blocks = ReplyBlocks(reply.message, block_limit_);
-    }
-    replies.push_back(reply);
-    if (strikes && spoil_blocks_) spoil_blocks_(*this, reply);
+    if (transport == Transport::kIrda) output_.clear();  // a reply that could not be received went with its connection
     NoteSent(reply);
     if (IsGone()) return;
     blocks_.assign(reply.blocks.begin(), reply.blocks.end());
@@ -285,6 +283,8 @@ void Stage::Tick() {
     }
     const bool done = trace_.ends_with("vv") && (struck || !waits_for_strike);
     if (limit_ms_ != 0 && (done || now - started_ > limit_ms_)) state.stop_request = 1;
+    if (stopped_at == 0 && stops_when && stops_when()) stopped_at = now;
+    if (stopped_at != 0) state.stop_request = 1;
 }
 
 void Stage::NoteSent(const Reply& reply) {

@@ -41,9 +41,11 @@ public:
     ~Stage() override;
 
     using Spoil = std::function<void(Stage& stage, Reply& reply)>;
-    /// Lets `message` change the reply before, and `blocks` after it is framed: the one to request number `count`, from 1, of
-    /// those that begin with `request`, or of all when that is empty; 0 for none.
-    void Strike(const Bytes& request, std::size_t count, Spoil message, Spoil blocks);
+    /// Lets `spoil` change the reply to request number `count`, from 1, of those that begin with `request`, or of all when that is
+    /// empty; 0 for none.
+    void Strike(const Bytes& request, std::size_t count, Spoil spoil);
+    /// Frames the reply anew, its message cut or filled with zeros to this size.
+    void Resize(Reply& reply, std::size_t size) const;
     /// From now on no byte gets through: for `duration_ms`, or, as a failure of the port or driver, until the next opening.
     void LoseLink(std::uint32_t duration_ms) { gone_until_ = Now() + duration_ms; }
     void BreakLink();
@@ -71,8 +73,8 @@ public:
     std::function<std::uint32_t(const Bytes& request)> delays;
     /// The same of the blocks behind the first one, where they come by themselves.
     std::function<std::uint32_t(const Bytes& request)> pauses;
-    /// Called when the worker has ended.
-    std::function<void(const Stage& stage)> at_end;
+    /// The user ends as soon as this is true; looked at with each wait.
+    std::function<bool()> stops_when;
     std::size_t most_a_look = SIZE_MAX;  // bytes that one look at a serial port finds
     bool reads_one_block    = false;     // at a time, even if more have come
     bool waits_for_strike   = true;      // RunWorker goes on until the fault has struck
@@ -80,7 +82,7 @@ public:
     bool leaks_by_design    = false;     // a port or library stays open
     bool struck             = false;
     bool blocked            = false;  // a receive call over infrared that would never have returned
-    std::uint32_t struck_at = 0;
+    std::uint32_t struck_at = 0, stopped_at = 0;
     std::vector<Bytes> requests;
     std::vector<Reply> replies;  // to them, without the fault
     std::uint32_t block_ms = 0;  // that each block of a reply takes
@@ -120,8 +122,7 @@ private:
     std::size_t block_limit_;
     Bytes struck_request_;
     std::size_t struck_count_ = 0;
-    Spoil spoil_message_;
-    Spoil spoil_blocks_;
+    Spoil spoil_;
 
     std::deque<Bytes> blocks_;
     std::uint32_t delay_ms_ = 0;

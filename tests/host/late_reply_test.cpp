@@ -72,7 +72,7 @@ TEST(LateReply, NeverStandsUnderAnotherIdentInTheHeatingCheck) {
             stage.delays          = [&](const Bytes& request) {
                 return BeginsWith(request, slow) ? row.slow_by : row.bunched ? 0U : 20U;
             };
-            stage.Strike(row.request == nullptr ? Bytes{} : Hex(row.request), row.request == nullptr ? 0 : 1, nullptr,
+            stage.Strike(row.request == nullptr ? Bytes{} : Hex(row.request), row.request == nullptr ? 0 : 1,
                          [&](Stage& struck, Reply& reply) {
                              if (row.noise) struck.AddNoise(4000);
                              if (row.delay == kNever) reply.blocks.clear();
@@ -110,43 +110,40 @@ std::set<std::pair<std::uint32_t, float>> ReadResults(Transport transport, const
     return results;
 }
 
+struct RandomRow {
+    std::size_t block;      // payload bytes
+    std::uint32_t every;    // one in so many replies of the heating check is late ...
+    std::uint32_t longest;  // ... by less than this
+    std::uint32_t pause;    // most between its blocks, which come by themselves then; 0 where they are asked for
+    int runs;
+};
+
+constexpr RandomRow kRandomRows[] = {
+    {40, 2, 6000, 0, 250},  {40, 2, 9000, 0, 250},  {7, 4, 9000, 100, 40},   {7, 4, 9000, 1000, 40},
+    {7, 4, 9000, 2900, 40}, {24, 4, 9000, 100, 40}, {24, 4, 9000, 1000, 40}, {24, 4, 9000, 2900, 40},
+};
+
 TEST(LateReply, NeverStandsUnderAnotherIdentWhateverTheDelays) {
-    std::mt19937 random(20110307);
+    std::mt19937 asked(20110307), unasked(20110307);
     for (const Transport transport : {Transport::kSerial, Transport::kUsb}) {
         const auto truth = ReadResults(transport, [](const Bytes&) { return 20U; });
         ASSERT_EQ(truth.size(), 7U);
-        for (const std::uint32_t longest : {6000U, 9000U}) {
-            for (int run = 0; run < 250; ++run) {
-                const auto results = ReadResults(transport, [&](const Bytes& request) {
-                    const bool late = request.front() == 0xA5 && random() % 2 == 0;
-                    return late ? static_cast<std::uint32_t>(random() % longest) : 20U;
-                });
-                ASSERT_TRUE(std::ranges::includes(truth, results)) << "run " << run << ", up to " << longest << " ms";
-            }
-        }
-    }
-}
-
-TEST(LateReply, NeverStandsUnderAnotherIdentWhereItsBlocksComeByThemselves) {
-    std::mt19937 random(20110307);
-    for (const Transport transport : {Transport::kSerial, Transport::kUsb}) {
-        const auto truth = ReadResults(transport, [](const Bytes&) { return 20U; });
-        for (const std::size_t block : {7U, 24U}) {
-            for (const std::uint32_t longest : {100U, 1000U, 2900U}) {
-                int false_runs = 0;
-                for (int run = 0; run < 40; ++run) {
-                    bool late        = false;
-                    const auto delay = [&](const Bytes& request) {
-                        late = request.front() == 0xA5 && random() % 4 == 0;
-                        return late ? static_cast<std::uint32_t>(random() % 9000) : 20U;
-                    };
-                    const auto pause = [&](const Bytes&) {
-                        return late ? static_cast<std::uint32_t>(random() % longest) : 20U;
-                    };
-                    const auto results = ReadResults(transport, delay, pause, block);
-                    false_runs += std::ranges::includes(truth, results) ? 0 : 1;
-                }
-                EXPECT_EQ(false_runs, 0) << "blocks of " << block << ", up to " << longest << " ms between them";
+        for (const RandomRow& row : kRandomRows) {
+            auto& random     = row.pause == 0 ? asked : unasked;
+            bool late        = false;
+            const auto below = [&](std::uint32_t end) {
+                return late ? static_cast<std::uint32_t>(random() % end) : 20;
+            };
+            const auto delay = [&](const Bytes& request) {
+                late = request.front() == 0xA5 && random() % row.every == 0;
+                return below(row.longest);
+            };
+            const auto pause = [&](const Bytes&) { return below(row.pause); };
+            for (int run = 0; run < row.runs; ++run) {
+                const auto results = ReadResults(transport, delay, row.pause != 0 ? Times(pause) : Times(), row.block);
+                ASSERT_TRUE(std::ranges::includes(truth, results))
+                    << "run " << run << ", blocks of " << row.block << ", up to " << row.longest << " ms late, "
+                    << row.pause << " ms between them";
             }
         }
     }
@@ -157,21 +154,13 @@ TEST(LateReply, IsWaitedForUntilAStop) {
         Stage stage(transport);
         const auto connection = Nelto780Open(stage.state);
         ASSERT_NE(connection, nullptr);
-        stage.Strike(Hex("A5 0A"), 1, nullptr, [](Stage&, Reply& reply) { reply.blocks.clear(); });
-        const std::uint32_t start = World().now;
-        std::uint32_t stopped     = 0;
-        World().on_wait           = [&, before = World().on_wait] {
-            before();
-            if (stopped != 0 || World().now - start < 4500) return;
-            stopped                  = World().now;
-            stage.state.stop_request = 1;
-        };
+        stage.Strike(Hex("A5 0A"), 1, [](Stage&, Reply& reply) { reply.blocks.clear(); });
+        stage.stops_when = [start = World().now] { return World().now - start >= 4500; };
         ChannelTable table{};
         EXPECT_EQ(connection->ReadHeatingCheck(table), 0U);
-        EXPECT_NE(stopped, 0U);
-        EXPECT_LE(World().now - stopped, 100U);
+        EXPECT_NE(stage.stopped_at, 0U);
+        EXPECT_LE(World().now - stage.stopped_at, 100U);
         EXPECT_TRUE(UsedRecords(table).empty());
-        World().on_wait = nullptr;
         connection->Close();
     }
 }
@@ -182,11 +171,8 @@ TEST(LateReply, DoesNotKeepAnAnalyserInSlaveMode) {
             Stage stage(transport);
             const auto connection = Nelto780Open(stage.state);
             ASSERT_NE(connection, nullptr);
-            stage.Strike(Hex("A5 0A"), 1, nullptr, [=](Stage&, Reply& reply) { reply.delay_ms = delay; });
-            World().on_wait = [&, before = World().on_wait] {
-                before();
-                if (stage.struck && World().now - stage.struck_at >= 3040) stage.state.stop_request = 1;
-            };
+            stage.Strike(Hex("A5 0A"), 1, [=](Stage&, Reply& reply) { reply.delay_ms = delay; });
+            stage.stops_when = [&] { return stage.struck && World().now - stage.struck_at >= 3040; };
             ChannelTable table{};
             EXPECT_EQ(connection->ReadHeatingCheck(table), 0U);
             connection->Close();

@@ -7,7 +7,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <cstring>
+#include <memory>
 #include <thread>
 #include <utility>
 
@@ -29,59 +29,35 @@ constexpr std::uint32_t kRounds          = 8;       // starts and stops
 constexpr std::uint32_t kReadsOfARound   = 300;     // value reads
 constexpr std::uint32_t kReadsOfAConnect = 25;      // then the analyser falls silent for a moment
 
-void Append(Bytes& bytes, std::uint32_t number, std::size_t size) {
-    for (; size > 0; --size, number >>= 8) bytes.push_back(static_cast<std::uint8_t>(number));
+/// Thirty channels that all show this number; an oil derivative, so that the dialog has something to edit.
+simulator::AnalyserData Showing(std::uint32_t number) {
+    simulator::AnalyserData data{.device_type = 2, .slave_mode = 1};
+    for (std::uint32_t index = 0; index < kChannels; ++index) {
+        data.channels.push_back(
+            {.ident = kFirstIdent + index, .unit = 130, .value = {.steps = {static_cast<float>(number)}}});
+        data.visible.push_back({.ident = kFirstIdent + index, .key = 5});
+    }
+    data.texts      = {{5, u"O"}, {0x40, u"Oil"}};
+    data.fuels      = {{.number = 0, .key = 0x40}};
+    data.additional = {{.ident = 0xFF06, .value = {.steps = {1.0F}}}};
+    return data;
 }
 
-Bytes Header(std::uint8_t command) { return {0, command, 0, 0}; }
-
-/// Thirty channels that all show the number of the value read; after so many reads it leaves one request unanswered. Used by
-/// the worker's thread but for the two counts.
-class CountingAnalyser final : public MessagePeer {
+/// Shows the number of the value read; after so many reads it leaves one request unanswered. Used by the worker's thread but for
+/// the two counts.
+class CountingAnalyser final : public simulator::Responder {
 public:
-    CountingAnalyser() { FillSmallAnalyser(*this); }
+    std::optional<simulator::Message> Answer(simulator::Bytes request, std::uint64_t now_ms) override {
+        const std::uint8_t command = request.front();
+        if (command == 0xAA && ++since_silence_ % kReadsOfAConnect == 0) return ++silences, std::nullopt;
+        if (command == 0x9C || command == 0xC2) ++reads;
+        return simulator::Analyser2004(Showing(reads)).Answer(request, now_ms);
+    }
 
     std::atomic<std::uint32_t> reads{0};
     std::atomic<std::uint32_t> silences{0};
 
-protected:
-    Bytes AnswerTo(const Bytes& request) override {
-        requests.clear();
-        if (request.front() == 0xA7) return ChannelList();
-        if (request.front() == 0xC2) return Values();
-        if (request.front() == 0xAA && ++since_silence_ % kReadsOfAConnect == 0) {
-            ++silences;
-            return {};
-        }
-        return MessagePeer::AnswerTo(request);
-    }
-
 private:
-    static Bytes ChannelList() {
-        Bytes answer = Header(0xA7);
-        for (std::uint32_t index = 0; index < kChannels; ++index) {
-            Append(answer, kFirstIdent + index, 4);
-            Append(answer, 0, 4);
-            Append(answer, 5, 2);
-            Append(answer, 0, 2);
-        }
-        return answer;
-    }
-    Bytes Values() {
-        const auto number    = static_cast<float>(++reads);
-        std::uint32_t single = 0;
-        std::memcpy(&single, &number, sizeof(single));
-        Bytes answer = Header(0xC2);
-        for (std::uint32_t index = 0; index < kChannels; ++index) {
-            Append(answer, kFirstIdent + index, 4);
-            Append(answer, single, 4);
-            Append(answer, 0x82, 2);
-            Append(answer, 0xFF, 1);
-            Append(answer, 0, 4);
-        }
-        return answer;
-    }
-
     std::uint32_t since_silence_ = 0;
 };
 
@@ -180,11 +156,11 @@ TEST(HandOver, GivesTheDialogWholeMeasurementsAndTakesItsEdits) {
     platform::memory::ResetWorld();
     World().keeps_texts = false;
     World().texts       = {{608, L"Bluetooth"}};
-    CountingAnalyser analyser;
-    analyser.Answer("B1 05", "4F 00");
-    analyser.Answer("B1 06 01", "4F 00");
+    const auto analyser = std::make_shared<CountingAnalyser>();
+    simulator::BlockSession session(analyser, 120, [](const std::string&) {});
+    SessionPort port(session);
     CheckingReceiver receiver;
-    World().serial_ports[L"COM5"].device = &analyser;
+    World().serial_ports[L"COM5"].device = &port;
     World().serial_ports[L"COM7"].device = &receiver;
 
     ProgramState state;
@@ -194,7 +170,7 @@ TEST(HandOver, GivesTheDialogWholeMeasurementsAndTakesItsEdits) {
     state.serial_output_port = 7;
     // No time passes in the pauses of the worker: it rests a little, so that the dialog finds it between two reads. What it has
     // handed over is still there then, whatever the dialog has edited.
-    World().on_wait = [&state, &analyser, waits = 0]() mutable {
+    World().on_wait = [&state, &analyser = *analyser, waits = 0]() mutable {
         if (state.measurement.Busy() || ++waits % 4 != 0) return;
         std::this_thread::sleep_for(std::chrono::microseconds(20));
         if (state.status != kValuesAvailable) return;
@@ -205,7 +181,7 @@ TEST(HandOver, GivesTheDialogWholeMeasurementsAndTakesItsEdits) {
         state.stop_request = 0;
         state.status       = kSearching;
         std::thread worker([&state] { AcquisitionWorker(state, Nelto780Open); });
-        while (analyser.reads < round * kReadsOfARound && !testing::Test::HasFailure()) {
+        while (analyser->reads < round * kReadsOfARound && !testing::Test::HasFailure()) {
             dialog.Refresh();
             // The user in the settings dialog.
             state.heating_check = 1 - state.heating_check;
@@ -215,12 +191,12 @@ TEST(HandOver, GivesTheDialogWholeMeasurementsAndTakesItsEdits) {
         worker.join();
         dialog.Accept();
     }
-    EXPECT_GE(analyser.silences, kRounds * kReadsOfARound / kReadsOfAConnect - kRounds);
+    EXPECT_GE(analyser->silences, kRounds * kReadsOfARound / kReadsOfAConnect - kRounds);
     EXPECT_GT(dialog.copies, kRounds * 10);
     EXPECT_GT(dialog.edits, kRounds);
     EXPECT_GT(receiver.blocks, kRounds);
-    std::printf("%u value reads, %u reconnects, %u copies taken, %u edits\n", analyser.reads.load(),
-                analyser.silences.load(), dialog.copies, dialog.edits);
+    std::printf("%u value reads, %u reconnects, %u copies taken, %u edits\n", analyser->reads.load(),
+                analyser->silences.load(), dialog.copies, dialog.edits);
     platform::memory::ResetWorld();
 }
 
