@@ -186,6 +186,13 @@ TEST_F(ReadingTest, TellsAnAnalyserThatIsMissingFromOneThatIsLost) {
         EXPECT_TRUE(reading.IsOver());
         EXPECT_EQ(reading.Result(), result);
     }
+    const Options options{.count = 2};
+    Reading reading(options, state_);
+    for (const ExitCode unwritten : {kNothingPrinted, kLostEarly}) {
+        Look(reading, kValuesAvailable, true);
+        reading.EndUnwritten();
+        EXPECT_EQ(reading.Result(), unwritten);
+    }
 }
 
 TEST_F(ReadingTest, WatchesThroughABreakAndTellsEachStatusInJson) {

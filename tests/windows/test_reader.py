@@ -35,7 +35,7 @@ class ReaderTestCase(LinkSession):
         self.driver.set_up(setup, scenario)
 
     def start(self, *options, **streams):
-        return self.prefix.start(self.reader, *options, stdout=subprocess.PIPE, **{"stderr": subprocess.PIPE} | streams)
+        return self.prefix.start(self.reader, *options, **dict.fromkeys(("stdout", "stderr"), subprocess.PIPE) | streams)
 
     def read(self, *options):
         """Exit code, lines of the standard output, lines of the standard error."""
@@ -171,5 +171,10 @@ class Ends(ReaderTestCase):
                          ["nelto-read: there is no COM4", "nelto-read: no analyser on COM4 within 5 s: there is no COM4"])
         self.assertEqual(self.read("--count", "ü"), (2, [], ["nelto-read: --count wants a number from 1 to 1000000, not 'ü'"]))
         self.assertEqual(self.read("--logs", "C:\\nowhere\\"), (2, [], ["nelto-read: --logs: 'C:\\nowhere\\' is no folder to write to"]))
+        with open("/dev/full", "wb") as disk:
+            self.driver.set_up("")
+            full = self.start(stdout=disk)
+            self.assertEqual(full.communicate(timeout=PATIENCE)[1].splitlines()[-1], b"nelto-read: standard output cannot be written")
+            self.assertEqual(full.returncode, 1)
         self.assertEqual(self.read("--version"), (0, [f"nelto-read {program_session.VERSION}"], []))
         self.assertEqual(self.read("--help")[1][0], "nelto-read reads the values of a flue-gas analyser and prints them.")
