@@ -270,6 +270,7 @@ void MainDialog::SaveCourse() {
     SaveCourseAs(owner, recorder_, DeviceText(state_.measurement.Copy()));
     EnableWindow(other, TRUE);
     if (!from_course) ReturnToDialog(ok_was_enabled);
+    if (from_course && !ok_was_enabled) ok_waits_for_focus_ = IsControlEnabled(dialog_, IDC_OK);
 }
 
 void MainDialog::RunSettings() {
