@@ -285,21 +285,25 @@ TEST_F(CourseTest, TheChoiceHoldsSixAndIsFoundAgain) {
     EXPECT_TRUE(settings.choice.Keys().empty());
     Measure(1, {Number({.view_ident = 7}, 1), Number({.view_ident = 0x0902, .unit = 131}, 1), Number(kOxygen, 1)});
     Measure(1, {Number({.view_ident = 0x0902, .unit = 136}, 1)});
-    settings.choice.Add({.view_ident = 8});  // not there any more
+    settings.choice.Add({.view_ident = 8}, recorder_.Series());  // not there any more
     settings.choice.ChooseUsual(recorder_.Series());
     constexpr CourseKey kCarbonMonoxide{.view_ident = 0x0902, .unit = 136};
     EXPECT_EQ(KeysOf(settings), (std::vector{kOxygen, kCarbonMonoxide}));
     settings.choice.Remove(kOxygen);
-    for (std::uint32_t ident = 1; ident < 9; ++ident) settings.choice.Add({.view_ident = ident, .unit = ident + 1});
+    const auto add = [&](std::uint32_t ident) { settings.choice.Add({ident, ident + 1}, recorder_.Series()); };
+    for (std::uint32_t ident = 1; ident < 9; ++ident) add(ident);  // none of them is there: each new one drives out an old one
+    EXPECT_FALSE(settings.choice.IsFull(recorder_.Series()));
+    Measure(1, {Number({4, 5}, 1), Number({5, 6}, 1), Number({6, 7}, 1), Number({7, 8}, 1), Number({8, 9}, 1)});
+    EXPECT_TRUE(settings.choice.IsFull(recorder_.Series()));
+    add(9);
     settings.choice.ChooseUsual(recorder_.Series());
     settings.place        = {.left = -1500, .top = 20, .width = 640, .height = 480};
     settings.span_minutes = 30;
     WriteCourseSettings(settings);
     TheWorld().registry[L"CourseChannel3"] = 0;
     const CourseSettings found             = ReadCourseSettings();
-    EXPECT_TRUE(settings.choice.IsFull());
-    EXPECT_FALSE(found.choice.IsFull());
-    EXPECT_EQ(KeysOf(found), (std::vector<CourseKey>{kCarbonMonoxide, {1, 2}, {3, 4}, {4, 5}, {5, 6}}));
+    EXPECT_FALSE(found.choice.IsFull(recorder_.Series()));
+    EXPECT_EQ(KeysOf(found), (std::vector<CourseKey>{kCarbonMonoxide, {4, 5}, {6, 7}, {7, 8}, {8, 9}}));
     EXPECT_EQ(std::pair(found.place.left, found.place.height), std::pair(-1500, 480));
     EXPECT_EQ(found.span_minutes, 30U);
     TheWorld().registry[L"CourseSpan"] = 31;

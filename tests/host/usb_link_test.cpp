@@ -373,6 +373,15 @@ TEST_F(OwnUsbMessages, ARepeatedPacketIsSkipped) {
     EXPECT_EQ(reply_, Hex("01 02 03 04 05"));
 }
 
+TEST_F(OwnUsbMessages, AnAnswerAfterItsTimeoutIsNotTheNextOnes) {
+    Answer(kFirstOfTwo, 250);
+    EXPECT_EQ(OwnTransceive(200), LinkStatus::kTimeOut);
+    World().now += 100;
+    library_.Deliver();
+    Answer(kIdentPacket);
+    EXPECT_EQ(OwnTransceive(200), LinkStatus::kOk);
+}
+
 TEST_F(OwnUsbMessages, ASignalWithoutBytesIsWaitedOnWithinTheSameTimeout) {
     library_.Spoil(CallFaultKind::kEarlySignal, 20);
     Answer(kIdentPacket);
