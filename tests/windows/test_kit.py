@@ -35,10 +35,10 @@ class SelfTest(harness.WindowsTestCase):
                                    stdin=terminal, stdout=terminal, stderr=terminal, start_new_session=True,
                                    preexec_fn=lambda: fcntl.ioctl(terminal, termios.TIOCSCTTY, 0))
         os.close(terminal)
-        reader = threading.Thread(target=self.empty, args=[keyboard, break_off_at])
+        reader = threading.Thread(target=self.empty, args=[keyboard, break_off_at], daemon=True)
         reader.start()
         code = process.wait(5 * PATIENCE)
-        reader.join()
+        reader.join(PATIENCE)  # longer where a program that is left behind keeps the terminal
         os.close(keyboard)
         page = self.kit / "NeltoSelfTest.html"
         self.page = page.read_text() if page.exists() else ""
