@@ -22,12 +22,9 @@ active_fuel 104
 devices 37 0)";
 
 const simulator::AnalyserData2010& Simulated() {
-    static const simulator::AnalyserData2010 simulated = [] {
-        std::string error;
+    static const simulator::AnalyserData2010 simulated = [error = std::string()]() mutable {
         simulator::AnalyserData2010 data = simulator::ParseScenario2010(kScenario, error).value();
-        data.values.clear();
-        data.cache.clear();
-        data.texts.clear();
+        data.values = {}, data.cache = {}, data.texts = {};
         return data;
     }();
     return simulated;
@@ -67,13 +64,10 @@ FakeMaker& Maker() {
     return maker;
 }
 
-const LibraryFunctions& InstrumentFunctions() {
-    static const LibraryFunctions functions = [] {
-        LibraryFunctions both = Libraries().at("nelto7XXE");
-        both.insert(Libraries().at("nelto7XXT").begin(), Libraries().at("nelto7XXT").end());
-        return both;
-    }();
-    return functions;
+LibraryFunctions InstrumentFunctions() {
+    LibraryFunctions both = Libraries().at("nelto7XXE");
+    both.insert(Libraries().at("nelto7XXT").begin(), Libraries().at("nelto7XXT").end());
+    return both;
 }
 
 void InstallFakeMaker() {
@@ -91,11 +85,12 @@ void LieAboutCounts(std::uint32_t count) {
         Maker().numbers[function] = count;
 }
 
-void DivideInstrumentFunctions(const std::set<std::string>& first) {
-    LibraryFunctions parts[2];
-    for (const auto& [name, function] : InstrumentFunctions()) parts[first.contains(name) ? 0 : 1][name] = function;
-    InstallLibrary(L"nelto7XXE.dll", parts[0]);
-    InstallLibrary(L"nelto7XXT.dll", parts[1]);
+void DivideInstrumentFunctions(const std::string& name, bool to_the_first) {
+    LibraryFunctions others    = InstrumentFunctions();
+    const auto alone           = others.extract(name);
+    const LibraryFunctions one = {{alone.key(), alone.mapped()}};
+    InstallLibrary(L"nelto7XXE.dll", to_the_first ? one : others);
+    InstallLibrary(L"nelto7XXT.dll", to_the_first ? others : one);
 }
 
 simulator::Value2010 BitsRecord(std::uint32_t ident, std::uint32_t bits, std::uint16_t unit) {

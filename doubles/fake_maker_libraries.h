@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -41,11 +40,11 @@ void InstallFakeMaker();
 /// The libraries tell this number of values, current and cached.
 void LieAboutCounts(std::uint32_t count);
 
-/// Gives "nelto7XXE.dll" the instrument functions of `first` alone and "nelto7XXT.dll" all others.
-void DivideInstrumentFunctions(const std::set<std::string>& first);
+/// Gives this instrument function to "nelto7XXE.dll" and all others to "nelto7XXT.dll", or the other way round.
+void DivideInstrumentFunctions(const std::string& name, bool to_the_first);
 
 /// All functions of "nelto7XXE.dll" and "nelto7XXT.dll" by their full names.
-[[nodiscard]] const platform::memory::LibraryFunctions& InstrumentFunctions();
+[[nodiscard]] platform::memory::LibraryFunctions InstrumentFunctions();
 
 /// A value, and for the text mapper "V" and the ident in hex if it has no name yet.
 [[nodiscard]] simulator::Value2010 BitsRecord(std::uint32_t ident, std::uint32_t bits, std::uint16_t unit = 1);

@@ -7,7 +7,6 @@ the program is held against a second reading of the protocol.
 import os
 import select
 import struct
-import termios
 import threading
 import tty
 
@@ -111,13 +110,6 @@ class SerialPeer:
         self._thread.join()
         os.close(self.far_end)
         os.close(self.master)
-
-    def halt(self):
-        """Holds the line still: what the program writes from now on stays with it, and its call does not return."""
-        termios.tcflow(self._slave, termios.TCOOFF)
-
-    def go_on(self):
-        termios.tcflow(self._slave, termios.TCOON)
 
     def plug_again(self, prefix, port):
         self._plug()

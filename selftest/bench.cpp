@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "dialog.h"
+#include "interruption.h"
 #include "text.h"
 
 namespace selftest {
@@ -13,8 +14,12 @@ namespace {
 constexpr DWORD kPatience   = 20'000;  // milliseconds for values, or for an end
 constexpr DWORD kHelpTime   = 10'000;
 constexpr DWORD kLook       = 100;
-constexpr DWORD kLostEarly  = 3;  // exit code of nelto-read
 constexpr DWORD kWindowTime = 10'000;
+constexpr DWORD kSettled    = 1000;
+
+// Exit codes of nelto-read.
+constexpr DWORD kNothingPrinted = 1;
+constexpr DWORD kLostEarly      = 3;
 
 constexpr const wchar_t* kCaption         = L"Nelto StackWatcher Version";
 constexpr const wchar_t* kSettingsCaption = L"Nelto StackWatcher Einstellungen";
@@ -48,7 +53,7 @@ std::string Listed(const std::vector<std::string>& lines) {
 }
 
 bool WaitForOutput(const Process& process, const std::string& text) {
-    for (DWORD waited = 0; waited < kPatience; waited += kLook) {
+    for (DWORD waited = 0; waited < kPatience && !IsInterrupted(); waited += kLook) {
         if (process.Output().find(text) != std::string::npos) return true;
         if (process.EndsWithin(kLook)) return process.Output().find(text) != std::string::npos;
     }
@@ -123,7 +128,7 @@ std::string Bench::StartDialog(Process& program, HWND& dialog) {
     dialog = WindowOf(program.Id(), kCaption, kWindowTime);
     if (dialog == nullptr) return "there is no dialog";
     const bool has_values = WaitEnabled(dialog, kOk, kPatience);
-    for (DWORD waited = 0; has_values && RowCount(dialog) == 0 && waited < kPatience; waited += kLook) Sleep(kLook);
+    for (DWORD waited = 0; has_values && RowCount(dialog) == 0 && waited < kPatience; waited += kLook) Pause(kLook);
     report_.AddPicture("dialog over " + link_.name, PictureOf(dialog));
     return has_values && RowCount(dialog) > 0 ? "" : "no values came";
 }
@@ -159,9 +164,9 @@ std::string Bench::TryHelpAndSettings() {
     return help != nullptr ? "" : "the help does not open";
 }
 
-std::string Bench::StartReader(Process& reader, const std::wstring& options) {
+std::string Bench::StartReader(Process& reader, const std::wstring& options, HANDLE pipe) {
     const std::wstring all = L"--link " + link_.option + L" " + options;
-    return reader.Start(folder_ / L"nelto-read.exe", all, OutputFile()) ? "" : "nelto-read does not start";
+    return reader.Start(folder_ / L"nelto-read.exe", all, OutputFile(), pipe) ? "" : "nelto-read does not start";
 }
 
 std::string Bench::TryReader() {
@@ -185,6 +190,27 @@ std::string Bench::TryReaderWithoutCable() {
     report_.AddText("nelto-read without its cable", reader.Output());
     if (!has_values) return "no values came";
     return has_ended ? WrongEnd(reader, kLostEarly) : "it does not end";
+}
+
+/// While no analyser answers nothing is written, by which a closed pipe would be seen.
+std::string Bench::TryReaderWithClosedPipe() {
+    const std::filesystem::path control = folder_ / L"unplugged.txt";
+    SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+    HANDLE read_end  = nullptr;
+    HANDLE write_end = nullptr;
+    if (CreatePipe(&read_end, &write_end, &inherited, 0) == 0) return "there is no pipe";
+    SetHandleInformation(read_end, HANDLE_FLAG_INHERIT, 0);
+    WriteContent(control, "");
+    Process reader;
+    std::string fault = StartReader(reader, L"--format csv --watch --timeout 0", write_end);
+    CloseHandle(write_end);
+    if (fault.empty() && !WaitForOutput(reader, "searching")) fault = "it does not search";
+    if (fault.empty() && reader.EndsWithin(kSettled)) fault = "it ends while its pipe is open";
+    CloseHandle(read_end);
+    if (fault.empty() && !reader.EndsWithin(kPatience)) fault = "it does not end";
+    std::error_code error;
+    std::filesystem::remove(control, error);
+    return fault.empty() ? WrongEnd(reader, kNothingPrinted) : fault;
 }
 
 std::string Bench::TryReaderAndBreak() {

@@ -46,6 +46,7 @@ public:
     [[nodiscard]] std::string TryHelpAndSettings();
     [[nodiscard]] std::string TryReader();
     [[nodiscard]] std::string TryReaderWithoutCable();
+    [[nodiscard]] std::string TryReaderWithClosedPipe();
     [[nodiscard]] std::string TryReaderAndBreak();
     /// The sample of NeltoUSB.dll.
     [[nodiscard]] std::string TryUsbLibrary();
@@ -53,7 +54,7 @@ public:
 private:
     void Copy(const std::filesystem::path& source, const std::filesystem::path& name);
     [[nodiscard]] std::string StartDialog(Process& program, HWND& dialog);
-    [[nodiscard]] std::string StartReader(Process& reader, const std::wstring& options);
+    [[nodiscard]] std::string StartReader(Process& reader, const std::wstring& options, HANDLE pipe = nullptr);
     [[nodiscard]] std::string Compared(const std::string& content) const;
     [[nodiscard]] std::filesystem::path OutputFile();
 

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <string>
 
+#include "interruption.h"
+
 namespace selftest {
 namespace {
 
@@ -43,9 +45,9 @@ BOOL CALLBACK LookAt(HWND window, LPARAM parameter) {
 
 HWND Find(DWORD process_id, const std::wstring& text, DWORD limit_ms) {
     Search search{process_id, text, nullptr};
-    for (DWORD waited = 0; search.found == nullptr && waited <= limit_ms; waited += kLook) {
+    for (DWORD waited = 0; search.found == nullptr && waited <= limit_ms && !IsInterrupted(); waited += kLook) {
         EnumWindows(LookAt, reinterpret_cast<LPARAM>(&search));
-        if (search.found == nullptr) Sleep(kLook);
+        if (search.found == nullptr) Pause(kLook);
     }
     return search.found;
 }
@@ -59,9 +61,9 @@ HWND WindowOf(DWORD process_id, const std::wstring& caption, DWORD limit_ms) {
 HWND WindowOfClass(const std::wstring& class_name, DWORD limit_ms) { return Find(0, class_name, limit_ms); }
 
 bool WaitEnabled(HWND dialog, int control, DWORD limit_ms) {
-    for (DWORD waited = 0; waited <= limit_ms; waited += kLook) {
+    for (DWORD waited = 0; waited <= limit_ms && !IsInterrupted(); waited += kLook) {
         if (IsWindowEnabled(GetDlgItem(dialog, control)) != 0) return true;
-        Sleep(kLook);
+        Pause(kLook);
     }
     return false;
 }

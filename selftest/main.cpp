@@ -8,6 +8,7 @@
 #include <string>
 
 #include "bench.h"
+#include "interruption.h"
 #include "process.h"
 #include "report.h"
 #include "text.h"
@@ -63,6 +64,7 @@ void TryLink(const Places& places, const Traces& traces, const Link& link, Repor
     report.Result("settings and help", bench.TryHelpAndSettings());
     report.Result("NeltoUSB.dll", bench.TryUsbLibrary());
     report.Result("nelto-read when the cable is pulled", bench.TryReaderWithoutCable());
+    report.Result("nelto-read when its pipe is closed", bench.TryReaderWithClosedPipe());
     report.Result("nelto-read ended by Ctrl+Break", bench.TryReaderAndBreak());
 }
 
@@ -96,8 +98,10 @@ void TryAll(const Places& places, const Traces& traces, const std::vector<std::w
          {{L"analyser.txt", L"scenario.txt"}},
          LinesOf2004()},
     };
-    for (const Link& link : links) TryLink(places, traces, link, report);
-    if (ports.size() == 2) TryPorts(places, traces, ports[0], ports[1], report);
+    for (const Link& link : links) {
+        if (!IsInterrupted()) TryLink(places, traces, link, report);
+    }
+    if (ports.size() == 2 && !IsInterrupted()) TryPorts(places, traces, ports[0], ports[1], report);
 }
 
 void AddLogs(const Places& places, const Traces& traces, Report& report) {
@@ -142,6 +146,7 @@ int Run(const fs::path& kit, const std::vector<std::wstring>& ports) {
     for (const wchar_t* name : {L"TMP", L"TEMP"}) SetEnvironmentVariableW(name, places.Temp().c_str());
     SetEnvironmentVariableW(L"NELTO_SIMULATOR_LOG", (places.work / L"simulator.log").c_str());
 
+    CatchInterruptions();
     std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);  // whole lines
     Report report;
     const std::string versions = Versions(places);
@@ -155,6 +160,10 @@ int Run(const fs::path& kit, const std::vector<std::wstring>& ports) {
         AddLogs(places, traces, report);
     }
     RemoveAll(places.work);
+    if (IsInterrupted()) {
+        std::puts("\nBroken off. Settings and files are as they were before.");
+        return kSomethingFailed;
+    }
     report.Result("nothing is left behind", fs::exists(places.work, error) ? "the temporary folder" : "");
     const fs::path saved = Save(places, temp, report.Page());
     std::printf("\n%s\nFor the support: %s\n", report.Table().c_str(),

@@ -1,7 +1,10 @@
 #include "process.h"
 
+#include <array>
 #include <fstream>
 #include <iterator>
+
+#include "interruption.h"
 
 namespace selftest {
 
@@ -14,7 +17,8 @@ Process::~Process() {
 }
 
 bool Process::Start(const std::filesystem::path& program, const std::wstring& arguments,
-                    const std::filesystem::path& output) {
+                    const std::filesystem::path& output, HANDLE pipe) {
+    if (IsInterrupted()) return false;
     output_ = output;
     SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
     const HANDLE file = CreateFileW(output.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
@@ -22,7 +26,7 @@ bool Process::Start(const std::filesystem::path& program, const std::wstring& ar
     STARTUPINFOW start{};
     start.cb           = sizeof start;
     start.dwFlags      = STARTF_USESTDHANDLES;
-    start.hStdOutput   = file;
+    start.hStdOutput   = pipe != nullptr ? pipe : file;
     start.hStdError    = file;
     std::wstring line  = L"\"" + program.wstring() + L"\" " + arguments;
     const BOOL started = CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, CREATE_NEW_PROCESS_GROUP,
@@ -32,7 +36,8 @@ bool Process::Start(const std::filesystem::path& program, const std::wstring& ar
 }
 
 bool Process::EndsWithin(DWORD limit_ms) const {
-    return WaitForSingleObject(process_.hProcess, limit_ms) == WAIT_OBJECT_0;
+    const std::array<HANDLE, 2> either = {process_.hProcess, Interruption()};
+    return WaitForMultipleObjects(either.size(), either.data(), FALSE, limit_ms) == WAIT_OBJECT_0;
 }
 
 DWORD Process::ExitCode() const {

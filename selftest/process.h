@@ -18,10 +18,11 @@ public:
     Process(const Process&)            = delete;
     Process& operator=(const Process&) = delete;
 
-    /// Starts `program` with `arguments` in its own folder; false when Windows does not. What it prints stands in `output`.
+    /// Starts `program` with `arguments` in its own folder; false when Windows does not, or after an interruption. What it prints
+    /// stands in `output`; its standard output alone goes to `pipe` where there is one.
     [[nodiscard]] bool Start(const std::filesystem::path& program, const std::wstring& arguments,
-                             const std::filesystem::path& output);
-    /// True when it has ended within `limit_ms`.
+                             const std::filesystem::path& output, HANDLE pipe = nullptr);
+    /// True when it has ended within `limit_ms`; an interruption ends the wait.
     [[nodiscard]] bool EndsWithin(DWORD limit_ms) const;
     [[nodiscard]] DWORD ExitCode() const;
     [[nodiscard]] DWORD Id() const { return process_.dwProcessId; }

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "interruption.h"
+
 namespace selftest {
 namespace {
 
@@ -42,6 +44,7 @@ std::string Base64(const std::string& bytes) {
 }  // namespace
 
 void Report::Result(const std::string& check, const std::string& fault) {
+    if (IsInterrupted()) return;
     const Verdict verdict = fault.starts_with(kNotTried) ? kNone : kFailed;
     rows_.push_back({check, fault.empty() ? kPassed : verdict, fault});
     std::printf("  %s  %s%s%s\n", kVerdicts[rows_.back().verdict], check.c_str(), fault.empty() ? "" : ": ",

@@ -10,7 +10,8 @@ constexpr const char* kNotTried = "not tried: ";
 
 class Report {
 public:
-    /// Tells a result at once. An empty fault is a pass; one that begins with kNotTried says why there is no result.
+    /// Tells a result at once. An empty fault is a pass; one that begins with kNotTried says why there is no result. After
+    /// an interruption there are none.
     void Result(const std::string& check, const std::string& fault);
     /// Adds a text, or the bytes of a BMP file, to the file for the support.
     void AddText(const std::string& name, const std::string& content);

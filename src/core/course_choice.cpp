@@ -35,12 +35,24 @@ NumberedName Numbered(platform::TextFormat<std::uint32_t> format, std::uint32_t 
 NumberedName ChannelSetting(std::uint32_t number) { return Numbered(L"CourseChannel%u", number); }
 NumberedName UnitSetting(std::uint32_t number) { return Numbered(L"CourseUnit%u", number); }
 
+bool IsAmong(std::span<const CourseSeries> series, const CourseKey& key) {
+    return std::ranges::find(series, key, &CourseSeries::Key) != series.end();
+}
+
 }  // namespace
 
 bool CourseChoice::Has(const CourseKey& key) const { return std::ranges::find(keys_, key) != keys_.end(); }
 
-void CourseChoice::Add(const CourseKey& key) {
-    if (!IsFull() && !Has(key)) keys_.push_back(key);
+bool CourseChoice::IsFull(std::span<const CourseSeries> series) const {
+    return std::ranges::count_if(keys_, [series](const CourseKey& key) { return IsAmong(series, key); }) == kMostChosen;
+}
+
+void CourseChoice::Add(const CourseKey& key, std::span<const CourseSeries> series) {
+    if (Has(key) || IsFull(series)) return;
+    if (keys_.size() == kMostChosen) {
+        keys_.erase(std::ranges::find_if(keys_, [series](const CourseKey& old) { return !IsAmong(series, old); }));
+    }
+    keys_.push_back(key);
 }
 
 void CourseChoice::Remove(const CourseKey& key) { std::erase(keys_, key); }
@@ -54,7 +66,7 @@ void CourseChoice::ChooseUsual(std::span<const CourseSeries> series) {
         for (const CourseSeries& one : series) {
             if (one.Key().view_ident == ident) latest = &one;
         }
-        if (latest != nullptr) Add(latest->Key());
+        if (latest != nullptr) Add(latest->Key(), series);
     }
 }
 
@@ -68,7 +80,7 @@ CourseSettings ReadCourseSettings() {
     for (std::uint32_t number = 1; number <= kMostChosen; ++number) {
         const std::uint32_t ident = platform::RegReadDword(ChannelSetting(number).data(), kFreeRecord);
         if (ident == kFreeRecord) continue;
-        settings.choice.Add({.view_ident = ident, .unit = platform::RegReadDword(UnitSetting(number).data(), 0)});
+        settings.choice.Add({.view_ident = ident, .unit = platform::RegReadDword(UnitSetting(number).data(), 0)}, {});
     }
     return settings;
 }

@@ -18,10 +18,11 @@ constexpr std::array<std::uint32_t, 4> kCourseSpans = {2, 10, 30, 120};
 class CourseChoice {
 public:
     [[nodiscard]] bool Has(const CourseKey& key) const;
-    [[nodiscard]] bool IsFull() const { return keys_.size() == kMostChosen; }
+    /// True when as many of these courses are chosen as can be shown; one chosen earlier that is not among them counts for nothing.
+    [[nodiscard]] bool IsFull(std::span<const CourseSeries> series) const;
     [[nodiscard]] std::span<const CourseKey> Keys() const { return keys_; }
-    /// Does nothing when the choice is full or has the key.
-    void Add(const CourseKey& key);
+    /// Does nothing when the choice is full or has the key. Where there is no room left, one that is not among the courses makes it.
+    void Add(const CourseKey& key, std::span<const CourseSeries> series);
     void Remove(const CourseKey& key);
     /// Where none of the chosen is among the courses: oxygen, carbon monoxide, flue-gas temperature and draught, as far as there are
     /// such, in their latest units.

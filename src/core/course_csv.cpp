@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <vector>
 
 #include "core/course_view.h"
@@ -15,6 +14,7 @@ namespace nelto {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::wstring_view kNothingShown = L"-";
 constexpr std::size_t kPieceSize          = std::size_t{256} * 1024;
 
 /// Received texts: a spreadsheet would take one that begins like a formula for one.
@@ -83,9 +83,8 @@ private:
         const float value          = series.At(second);
         if (value == cell.value) return cell.text;
         cell.value = value;
-        cell.text.clear();
-        if (std::isnan(value)) return cell.text;
-        cell.text = CourseValueText(value, series.Name().resolution, separators_.decimal);
+        cell.text  = CourseValueText(value, series.Name().resolution, separators_.decimal);
+        if (cell.text == kNothingShown) cell.text.clear();
         return cell.text;
     }
 

@@ -41,8 +41,6 @@ public:
     void CopyLatest(const CourseSeries& series, std::span<float> values) const;
     /// The local time of a second: by the clock as it was then.
     [[nodiscard]] LocalSecond LocalTimeOf(std::uint32_t second) const;
-    /// Of the latest measurement; empty where the analyser tells none.
-    [[nodiscard]] const std::wstring& DeviceName() const { return device_name_; }
     /// Memory that the courses take.
     [[nodiscard]] std::size_t Bytes() const;
 

@@ -13,6 +13,9 @@ enum class OutputResult : std::uint8_t { kWritten, kReaderGone, kFailed };
 [[nodiscard]] OutputResult WriteToOutput(std::string_view text);
 void WriteToErrors(std::string_view text);
 
+/// True once standard output is a pipe whose other end is closed. Where the system does not say so, the next writing call does.
+[[nodiscard]] bool IsReaderGone();
+
 /// From now on Ctrl+C, Ctrl+Break, a closed console, the end of the session and of the system set `request` and break off a
 /// writing call of the calling thread, instead of ending the process. Where the system ends it all the same, it is kept waiting for as
 /// long as it does.

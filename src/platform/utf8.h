@@ -24,13 +24,17 @@ inline void AppendUtf8(std::string& bytes, std::uint32_t character) {
     }
 }
 
+/// The number of the character; 0 behind the end.
+[[nodiscard]] inline std::uint32_t CodeAt(std::wstring_view text, std::size_t index) {
+    return index < text.size() ? std::char_traits<wchar_t>::to_int_type(text[index]) : 0U;
+}
+
 /// The text as UTF-8, from UTF-16 as well as from whole characters.
 [[nodiscard]] inline std::string ToUtf8(std::wstring_view text) {
     std::string bytes;
     for (std::size_t index = 0; index < text.size(); ++index) {
-        auto character = static_cast<std::uint32_t>(text[index]);
-        if constexpr (sizeof(wchar_t) == 2) character &= 0xFFFF;
-        const auto next = index + 1 < text.size() ? static_cast<std::uint32_t>(text[index + 1]) : 0;
+        std::uint32_t character  = CodeAt(text, index);
+        const std::uint32_t next = CodeAt(text, index + 1);
         if (character >= 0xD800 && character < 0xDC00 && next >= 0xDC00 && next < 0xE000) {
             character = 0x10000 + ((character - 0xD800) << 10) + (next - 0xDC00);
             ++index;

@@ -50,15 +50,15 @@ void Prepare(const Options& options, ProgramState& state) {
 
 Moment Now() { return {platform::LocalTime(), platform::MinutesAheadOfUniversalTime()}; }
 
-/// False when nobody takes the output any more.
-bool Tell(const News& news) {
+/// Ends the reading when nobody takes the output any more.
+void Tell(const News& news, Reading& reading) {
     if (!news.progress.empty()) platform::WriteToErrors(news.progress);
-    if (news.output.empty()) return true;
-    const platform::OutputResult result = platform::WriteToOutput(news.output);
-    if (result == platform::OutputResult::kFailed && interrupt == 0) {
-        platform::WriteToErrors("nelto-read: standard output cannot be written\n");
-    }
-    return result == platform::OutputResult::kWritten;
+    using enum platform::OutputResult;
+    const platform::OutputResult result = news.output.empty() ? kWritten : platform::WriteToOutput(news.output);
+    if (result != kWritten || platform::IsReaderGone()) reading.End();
+    if (result != kFailed || interrupt != 0) return;
+    reading.EndUnwritten();
+    platform::WriteToErrors("nelto-read: standard output cannot be written\n");
 }
 
 /// With the end of the worker the analyser has been left.
@@ -70,7 +70,7 @@ int Read(const Options& options) {
     worker.Start();
     Reading reading(options, state);
     while (!reading.IsOver() && interrupt == 0) {
-        if (!Tell(reading.Look(Now()))) reading.End();
+        Tell(reading.Look(Now()), reading);
         platform::SleepMilliseconds(kLookPeriod);
     }
     worker.Stop();

@@ -25,6 +25,8 @@ struct Options {
     bool heating_check      = false;
     std::uint32_t timeout_s = 30;  // 0 for none
     std::wstring logs;             // a folder; empty for no logs
+
+    bool operator==(const Options& other) const = default;
 };
 
 /// The options in the words of a command line without the program's name. False when they make no sense: then `fault` says which one

@@ -111,6 +111,7 @@ void Reading::LookAtEnd(News& news) {
 }
 
 ExitCode Reading::Result() const {
+    if (is_unwritten_) return printed_ > 1 ? kLostEarly : kNothingPrinted;
     if (printed_ == 0) return kNothingPrinted;
     return options_.watch || IsComplete() ? kPrinted : kLostEarly;
 }

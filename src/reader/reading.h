@@ -34,6 +34,8 @@ public:
     [[nodiscard]] bool IsOver() const { return is_over_; }
     /// Ends it: by the user, or because nobody takes the output.
     void End() { is_over_ = true; }
+    /// Ends it because what the last look has brought could not be written.
+    void EndUnwritten() { is_over_ = is_unwritten_ = true; }
     [[nodiscard]] ExitCode Result() const;
 
 private:
@@ -54,7 +56,8 @@ private:
     Obstacle seen_obstacle_    = Obstacle::kNone;
     std::uint32_t waiting_since_;  // ticks: the start, or the last measurement
     std::string csv_header_;
-    bool is_over_ = false;
+    bool is_over_      = false;
+    bool is_unwritten_ = false;
 };
 
 }  // namespace nelto::reader

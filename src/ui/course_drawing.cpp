@@ -156,18 +156,20 @@ private:
                                 std::lround(share * (strip.chart.bottom - 1 - strip.chart.top)));
     }
 
-    /// A low strip has room for the texts of its ends alone, or for one.
+    /// A low strip has room for the texts of its ends alone: digits leave a quarter of their line free.
     void DrawValueAxis(const Strip& strip) const {
         const int steps = strip.scale.Steps();
-        int free_below  = strip.chart.bottom + line_height_;
+        int row_below   = strip.chart.bottom + line_height_;
         for (int tick = 0; tick <= steps; ++tick) {
             const int row = RowOf(strip, strip.scale.low + tick * strip.scale.step);
             DrawLine(grid_pen_, {strip.chart.left, row}, {strip.chart.right, row});
             DrawLine(frame_pen_, {strip.chart.left - Scaled(kTickLength), row}, {strip.chart.left, row});
-            if (row + line_height_ / 2 > free_below) continue;
+            const bool is_end = tick == 0 || tick == steps;
+            if (row_below - row < (is_end ? line_height_ * 3 / 4 : line_height_)) continue;
+            if (!is_end && row - strip.chart.top < line_height_) continue;
             const std::wstring text = TickText(strip, tick);
             WriteText(strip.chart.left - Scaled(kMargin) - Width(text), row - line_height_ / 2, text);
-            free_below = row - line_height_ / 2;
+            row_below = row;
         }
     }
 

@@ -59,7 +59,9 @@ void SaveCourseAs(HWND owner, const CourseRecorder& recorder, const std::wstring
     // As the user's spreadsheet has them, which may be set otherwise than those of the system.
     const TableSeparators separators = {.list    = LocaleCharacter(LOCALE_SLIST),
                                         .decimal = LocaleCharacter(LOCALE_SDECIMAL)};
+    const HCURSOR cursor             = SetCursor(LoadCursorW(nullptr, IDC_WAIT));  // a day takes seconds
     const std::uint32_t error        = SaveCourse(recorder, separators, path.data());
+    SetCursor(cursor);
     if (error == 0) return;
     const std::wstring text = StringText(IDS_COURSE_NOT_SAVED) + L"\n\n" + path.data() + L"\n" + ReasonText(error);
     MessageBoxW(owner, text.c_str(), StringText(IDS_ERROR_CAPTION).c_str(), MB_OK | MB_ICONERROR);

@@ -19,6 +19,11 @@ SIZE SizeOf(HWND window) {
     return {area.right, area.bottom};
 }
 
+/// That of a text beside the plot, which follows the scaling.
+HFONT TextFont(HWND dialog) {
+    return reinterpret_cast<HFONT>(SendDlgItemMessageW(dialog, IDC_COURSE_HINT, WM_GETFONT, 0, 0));
+}
+
 LRESULT CALLBACK PlotProcedure(HWND window, UINT message, WPARAM w_param, LPARAM l_param) {
     auto* plot = reinterpret_cast<CoursePlot*>(GetWindowLongPtrW(window, GWLP_USERDATA));
     return plot == nullptr ? DefWindowProcW(window, message, w_param, l_param)
@@ -54,7 +59,7 @@ CoursePicture CoursePlot::Picture() const {
             .keys              = settings_.choice.Keys(),
             .span_minutes      = settings_.span_minutes,
             .decimal_separator = decimal_separator_,
-            .font              = reinterpret_cast<HFONT>(SendMessageW(GetParent(plot_), WM_GETFONT, 0, 0)),
+            .font              = TextFont(GetParent(plot_)),
             .dpi               = static_cast<int>(DialogDpi(plot_)),
             .looked_at         = looked_at_};
 }

@@ -41,7 +41,7 @@ public:
           settings_(ReadCourseSettings()),
           plot_(recorder, settings_, decimal_separator),
           list_(recorder, settings_, decimal_separator) {
-        if (selected) settings_.choice.Add(*selected);
+        if (selected) settings_.choice.Add(*selected, recorder_.Series());
     }
 
     void Initialise(HWND window);

@@ -257,7 +257,11 @@ void MainDialog::OpenCourse() {
 
 /// Above the window that asked for it; the other one is asleep meanwhile, so that there is one such question at a time.
 void MainDialog::SaveCourse() {
-    if (recorder_.Series().empty() || IsWindowEnabled(dialog_) == FALSE) return;
+    if (recorder_.Series().empty()) return;
+    if (IsWindowEnabled(dialog_) == FALSE) {
+        MessageBeep(MB_OK);  // asked for by the window of the courses, which the settings or a message do not put to sleep
+        return;
+    }
     const bool ok_was_enabled = IsControlEnabled(dialog_, IDC_OK);
     const bool from_course    = course_.IsActive();
     const HWND owner          = from_course ? course_.Handle() : dialog_;
@@ -266,6 +270,7 @@ void MainDialog::SaveCourse() {
     SaveCourseAs(owner, recorder_, DeviceText(state_.measurement.Copy()));
     EnableWindow(other, TRUE);
     if (!from_course) ReturnToDialog(ok_was_enabled);
+    if (from_course && !ok_was_enabled) ok_waits_for_focus_ = IsControlEnabled(dialog_, IDC_OK);
 }
 
 void MainDialog::RunSettings() {

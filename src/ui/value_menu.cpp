@@ -3,6 +3,7 @@
 #include <commctrl.h>
 #include <windowsx.h>
 
+#include <algorithm>
 #include <string>
 
 #include "ui/list_cells.h"
@@ -28,7 +29,9 @@ POINT PlaceOfMenu(HWND list, LPARAM position) {
         SendMessageW(list, LVM_GETITEMRECT, static_cast<WPARAM>(selected), reinterpret_cast<LPARAM>(&row)) == FALSE) {
         row = {};
     }
-    POINT at = {row.left, row.bottom};
+    RECT area{};
+    GetClientRect(list, &area);
+    POINT at = {row.left, std::clamp(row.bottom, area.top, area.bottom)};  // the row may be scrolled out of sight
     ClientToScreen(list, &at);
     return at;
 }

@@ -7,7 +7,7 @@
 
 namespace nelto::ui {
 
-/// Where the window stands, or would stand if it were not maximised.
+/// Where the window stands, or would stand if it were neither maximised nor minimised.
 [[nodiscard]] WindowPlace PlaceOf(HWND window);
 
 /// Puts the window there, but wholly onto the nearest screen, beside its task bar.

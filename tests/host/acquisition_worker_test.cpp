@@ -1,6 +1,7 @@
 #include "core/acquisition_worker.h"
 
-#include <cstdio>
+#include <tuple>
+#include <utility>
 
 #include "platform/wide_text.h"
 #include "support.h"
@@ -10,17 +11,15 @@ namespace {
 
 /// The analysers of a run: give scripted results and write down what the worker asks for.
 struct Script {
-    std::deque<bool> opens;                    // one an open; none left: nothing found
-    std::deque<std::uint32_t> configurations;  // results, 0 once used up
-    std::deque<std::uint32_t> values;          // results; used up: the stop is requested
-    std::deque<std::uint32_t> heating_checks;  // results, 0 once used up
+    std::size_t opens = 0;  // so many times an analyser is found, then nothing
+    // Results, 0 once used up; with the values used up the stop is requested.
+    std::deque<std::uint32_t> configurations, values, heating_checks;
     std::uint32_t kind           = kKind780;
     const wchar_t* name          = L"T7";
     const wchar_t* serial_number = L"1";
     std::deque<const wchar_t*> serials;  // those of the next configurations, before it
-    float fuel_value                  = 1;
-    bool stops_in_configuration       = false;
-    bool stops_in_heating_check       = false;
+    float fuel_value            = 1;
+    bool stops_in_configuration = false, stops_in_heating_check = false;
     std::vector<std::uint32_t> brings = {0xFF2E};  // view idents of the heating check
     float number                      = 0;         // what its results are
     std::string calls;  // o open, x not found, f fuel, c configuration, h heating check, v values, z close
@@ -33,9 +32,10 @@ struct Script {
 
 Script* script = nullptr;
 
-std::uint32_t Take(std::deque<std::uint32_t>& results) {
-    if (results.empty()) return 0;
-    const std::uint32_t result = results.front();
+template <typename T>
+T Take(std::deque<T>& results, T otherwise = {}) {
+    if (results.empty()) return otherwise;
+    const T result = results.front();
     results.pop_front();
     return result;
 }
@@ -57,16 +57,12 @@ public:
         if (script->stops_in_configuration) script->state->stop_request = 1;
         const std::uint32_t result = Take(script->configurations);
         if (script->kind == kKind710) return result;
-        if (!script->serials.empty()) {
-            script->serial_number = script->serials.front();
-            script->serials.pop_front();
-        }
-        channels[0].view_ident = kFuel;
-        channels[0].value      = script->fuel_value;
+        script->serial_number = Take(script->serials, script->serial_number);
+        channels[0]           = {.view_ident = kFuel, .value = script->fuel_value};
         if (result != 0) return result;  // half-way
-        channels[1].view_ident = kDevice;
+        channels[1] = {.view_ident = kDevice};
         platform::CopyText(channels[1].text, script->name);
-        channels[2].view_ident = kSerialNumber;
+        channels[2] = {.view_ident = kSerialNumber};
         platform::CopyText(channels[2].text, script->serial_number);
         return result;
     }
@@ -95,10 +91,8 @@ public:
 };
 
 std::unique_ptr<Instrument> FakeOpen(std::uint32_t, const std::atomic<std::uint32_t>&, OpenFailure&) {
-    const bool found = !script->opens.empty() && script->opens.front();
-    if (!script->opens.empty()) script->opens.pop_front();
-    script->calls += found ? 'o' : 'x';
-    return found ? std::make_unique<FakeInstrument>() : nullptr;
+    script->calls += script->opens > 0 ? 'o' : 'x';
+    return script->opens > 0 && script->opens-- > 0 ? std::make_unique<FakeInstrument>() : nullptr;
 }
 
 class WorkerTest : public HostTest {
@@ -119,56 +113,38 @@ protected:
     Measurement Connect(std::deque<std::uint32_t> configurations = {}, std::deque<std::uint32_t> values = {}) {
         state_.stop_request    = 0;
         script_.calls          = {};
-        script_.opens          = std::deque<bool>(1 + configurations.size() + values.size(), true);
+        script_.statuses       = {};
+        script_.opens          = 1 + configurations.size() + values.size();
         script_.configurations = std::move(configurations);
         script_.values         = std::move(values);
         Run();
         return state_.measurement.Copy();
     }
 
-    /// View idents and numbers of the heating check, "2E:1 2F:1".
-    static std::string ResultsOf(const Measurement& measurement) {
-        std::string results;
-        for (const ChannelRecord& record : UsedRecords(measurement.heating_check)) {
-            std::array<char, 16> text{};
-            std::snprintf(text.data(), text.size(), "%s%02X:%.0f", results.empty() ? "" : " ", record.view_ident & 0xFF,
-                          static_cast<double>(record.value));
-            results += text.data();
-        }
-        return results;
-    }
-
     ProgramState state_;
     Script script_;
 };
 
-TEST_F(WorkerTest, OpensNothingWhenTheStopCameFirst) {
-    state_.stop_request = 1;
-    Run();
-    EXPECT_EQ(script_.calls, "");
-}
-
 TEST_F(WorkerTest, SearchesOnceASecondUntilTheStop) {
     script_.stop_at = World().now + 2500;
-    Run();
-    EXPECT_EQ(script_.calls, "xxx");
-    EXPECT_EQ(World().now, script_.stop_at);
-    EXPECT_EQ(state_.status, kSearching);
+    for (int run = 0; run < 2; ++run) {  // nothing is opened when the stop came first
+        Run();
+        EXPECT_EQ(script_.calls, "xxx");
+        EXPECT_EQ(World().now, script_.stop_at);
+        EXPECT_EQ(state_.status, kSearching);
+    }
 }
 
 TEST_F(WorkerTest, ReadsValuesOnceASecondAndHandsThemOver) {
-    script_.opens             = {true};
-    script_.values            = {0, 0};
-    state_.fuel_choice        = 3;
-    const std::uint32_t start = World().now;
-    Run();
+    state_.fuel_choice            = 3;
+    const std::uint32_t start     = World().now;
+    const Measurement measurement = Connect({}, {0, 0});
     EXPECT_EQ(script_.calls, "ofcvvvz");
     EXPECT_EQ(script_.fuel, 3);
     EXPECT_EQ(World().now - start, 2000U);
     EXPECT_EQ(script_.statuses, (std::vector<std::uint32_t>{1, 1, 2, 2}));
     EXPECT_EQ(state_.instrument_kind, kKind780);
     EXPECT_EQ(state_.sub_type, 7U);
-    const Measurement measurement = state_.measurement.Copy();
     EXPECT_TRUE(measurement.oil_fuel);
     EXPECT_EQ(measurement.kind, kKind780);
     EXPECT_EQ(platform::TextIn(measurement.device_name), L"T7");
@@ -178,43 +154,25 @@ TEST_F(WorkerTest, ReadsValuesOnceASecondAndHandsThemOver) {
 }
 
 TEST_F(WorkerTest, SearchesAgainAfterEveryFailureAndKeepsItsStatus) {
-    struct Case {
-        const char* name;
-        std::deque<std::uint32_t> configurations, values;
-        const char* calls;
-        std::vector<std::uint32_t> statuses;
-        std::uint32_t last_status;
-    };
-    const Case cases[] = {
-        {"configuration", {2}, {}, "ofczofcvz", {1, 1, 1}, 2},
-        {"values", {}, {0, 2, 0}, "ofcvvzofcvvz", {1, 1, 2, 3, 3, 2}, 2},
-        {"zeroing", {}, {0, 6, 0}, "ofcvvzofcvvz", {1, 1, 2, 4, 4, 2}, 2},
-        {"unknown result", {}, {1, 6}, "ofcvzofcvzofcvz", {1, 1, 3, 3, 4, 4}, 2},
-    };
-    for (const Case& row : cases) {
-        SCOPED_TRACE(row.name);
-        state_.stop_request    = 0;
-        script_.calls          = {};
-        script_.statuses       = {};
-        script_.opens          = {true, true, true};
-        script_.configurations = row.configurations;
-        script_.values         = row.values;
-        Run();
-        EXPECT_EQ(script_.calls, row.calls);
-        EXPECT_EQ(script_.statuses, row.statuses);
-        EXPECT_EQ(state_.status, row.last_status);
+    const std::tuple<std::deque<std::uint32_t>, std::deque<std::uint32_t>, const char*, std::vector<std::uint32_t>>
+        cases[] = {
+            {{2}, {}, "ofczofcvz", {1, 1, 1}},
+            {{}, {0, 2, 0}, "ofcvvzofcvvz", {1, 1, 2, 3, 3, 2}},
+            {{}, {0, 6, 0}, "ofcvvzofcvvz", {1, 1, 2, 4, 4, 2}},
+            {{}, {1, 6}, "ofcvzofcvzofcvz", {1, 1, 3, 3, 4, 4}},
+        };
+    for (const auto& [configurations, values, calls, statuses] : cases) {
+        Connect(configurations, values);
+        EXPECT_EQ(script_.calls, calls);
+        EXPECT_EQ(script_.statuses, statuses);
+        EXPECT_EQ(state_.status, kValuesAvailable);
     }
 }
 
 TEST_F(WorkerTest, ClosesTwiceWhenTheStopComesWhileItWaitsAfterAFailure) {
     for (const bool in_configuration : {true, false}) {
-        state_.stop_request    = 0;
-        script_.calls          = {};
-        script_.opens          = {true};
-        script_.configurations = {in_configuration ? 2U : 0U};
-        script_.values         = {2};
-        script_.stop_at        = World().now + 300;
-        Run();
+        script_.stop_at = World().now + 300;
+        Connect({in_configuration ? 2U : 0U}, {2});
         EXPECT_EQ(script_.calls, in_configuration ? "ofczz" : "ofcvzz");
         EXPECT_EQ(World().now, script_.stop_at);
     }
@@ -246,12 +204,10 @@ TEST_F(WorkerTest, LeavesNothingOfAnEarlierAnalyserButTheFuelThatNoneHasTold) {
     for (const float fuel : {1.0F, 0.9999F, 2.0F}) {
         script_.kind              = kKind780;
         script_.fuel_value        = fuel;
-        script_.brings            = {0xFF2E};
         const Measurement earlier = Connect();
         EXPECT_EQ(earlier.oil_fuel, fuel == 1.0F);
-        EXPECT_EQ(ResultsOf(earlier), "2E:0");
+        EXPECT_EQ(ResultsOf(earlier.heating_check), "2E:0");
         script_.kind              = kKind710;
-        script_.brings            = {};
         script_.heating_checks    = {1};
         const Measurement another = Connect();
         EXPECT_EQ(state_.status, kValuesAvailable);
@@ -264,39 +220,39 @@ TEST_F(WorkerTest, LeavesNothingOfAnEarlierAnalyserButTheFuelThatNoneHasTold) {
 TEST_F(WorkerTest, DropsHeatingCheckResultsWithTheirAnalyserAlone) {
     state_.heating_check    = 1;
     const Measurement first = Connect();
-    EXPECT_EQ(ResultsOf(first), "2E:0");
+    EXPECT_EQ(ResultsOf(first.heating_check), "2E:0");
     EXPECT_EQ(platform::TextIn(first.heating_check[0].label), L"PointsFluegasLo");
     script_.number                 = 1;
     script_.stops_in_heating_check = true;
-    EXPECT_EQ(ResultsOf(Connect({}, {2})), "2E:0");
+    EXPECT_EQ(ResultsOf(Connect({}, {2}).heating_check), "2E:0");
     script_.stops_in_heating_check = false;
     script_.brings                 = {0xFF2F};
     script_.serial_number          = L"2";
     script_.heating_checks         = {0, 1};  // the second read fails, when the values come at last
-    EXPECT_EQ(ResultsOf(Connect({}, {6})), "2F:1");
+    EXPECT_EQ(ResultsOf(Connect({}, {6}).heating_check), "2F:1");
     state_.heating_check = 0;
-    EXPECT_EQ(ResultsOf(Connect({2})), "2F:1");
+    EXPECT_EQ(ResultsOf(Connect({2}).heating_check), "2F:1");
     EXPECT_EQ(script_.calls, "ofczofcvz");
     script_.name = L"T8";
-    EXPECT_EQ(ResultsOf(Connect()), "");
+    EXPECT_EQ(ResultsOf(Connect().heating_check), "");
     state_.heating_check = 1;
-    EXPECT_EQ(ResultsOf(Connect()), "2F:1");
+    EXPECT_EQ(ResultsOf(Connect().heating_check), "2F:1");
     state_.heating_check = 0;
     script_.kind         = kKind781;
-    EXPECT_EQ(ResultsOf(Connect()), "");
+    EXPECT_EQ(ResultsOf(Connect().heating_check), "");
 }
 
 TEST_F(WorkerTest, KeepsHeatingCheckResultsWhenAnotherAnalyserCameWithoutValues) {
     state_.heating_check   = 1;
     script_.heating_checks = {0, 1, 1};
-    EXPECT_EQ(ResultsOf(Connect()), "2E:0");
+    EXPECT_EQ(ResultsOf(Connect().heating_check), "2E:0");
     script_.serials = {L"2", L"1"};  // the other one zeroes, then the first one is back
-    EXPECT_EQ(ResultsOf(Connect({}, {6})), "2E:0");
+    EXPECT_EQ(ResultsOf(Connect({}, {6}).heating_check), "2E:0");
     script_.serial_number  = L"";  // without one, nobody is known again
     script_.heating_checks = {0};
-    EXPECT_EQ(ResultsOf(Connect()), "2E:0");
+    EXPECT_EQ(ResultsOf(Connect().heating_check), "2E:0");
     script_.heating_checks = {1};
-    EXPECT_EQ(ResultsOf(Connect()), "");
+    EXPECT_EQ(ResultsOf(Connect().heating_check), "");
 }
 
 TEST_F(WorkerTest, LetsTheDialogEditOnlyWhatItHasSeen) {

@@ -1,4 +1,5 @@
 #include <random>
+#include <tuple>
 
 #include "support.h"
 #include "transport/block_conversation.h"
@@ -36,12 +37,10 @@ TEST(BlockChecksum, IsCrc16Mcrf4xx) {
 // Frames worked out by hand from the layout and the bit-by-bit procedure, so that no side proves itself.
 TEST(BlockFrame, BuildsTheBytesOnTheWire) {
     std::array<std::uint8_t, kMaxBlockSize> frame{};
-    const auto build = [&frame](std::uint16_t index, std::uint16_t count, const Bytes& payload) {
-        const std::size_t size = BuildBlock(frame, kProgramStart, index, count, payload);
-        return Bytes(frame.begin(), frame.begin() + static_cast<std::ptrdiff_t>(size));
-    };
-    EXPECT_EQ(build(0, 1, Hex("42")), Hex("12 00 00 00 01 01 42 ef d3"));
-    EXPECT_EQ(build(1, 2, Hex("78")), Hex("12 00 01 00 02 01 78 16 a9"));
+    ASSERT_EQ(BuildBlock(frame, kProgramStart, 0, 1, Hex("42")), 9U);
+    EXPECT_EQ(Bytes(frame.begin(), frame.begin() + 9), Hex("12 00 00 00 01 01 42 ef d3"));
+    ASSERT_EQ(BuildBlock(frame, kProgramStart, 1, 2, Hex("78")), 9U);
+    EXPECT_EQ(Bytes(frame.begin(), frame.begin() + 9), Hex("12 00 01 00 02 01 78 16 a9"));
     EXPECT_EQ(BlockCount(0, kSerialPayloadLimit), 0U);
     EXPECT_EQ(BlockCount(120, kSerialPayloadLimit), 1U);
     EXPECT_EQ(BlockCount(121, kSerialPayloadLimit), 2U);
@@ -67,57 +66,49 @@ TEST(BlockFrame, TakesAWholeReplyAndRefusesEveryDamage) {
         damaged[bit / 8] ^= static_cast<std::uint8_t>(1 << (bit % 8));
         ReplyBuffer untouched{.storage = storage};
         const BlockEnd status = AppendReplyBlock(damaged, untouched);
-        EXPECT_NE(status, BlockEnd::kComplete) << bit;
-        EXPECT_NE(status, BlockEnd::kMore) << bit;
+        EXPECT_TRUE(status != BlockEnd::kComplete && status != BlockEnd::kMore) << bit;
         EXPECT_EQ(untouched.length, 0U);
     }
 }
 
 TEST(BlockFrame, EndsAReplyThatBringsNothingNew) {
-    struct Case {
-        const char* name;
-        Bytes block;
-        bool skip_repetitions;
-        std::size_t length;  // of what was taken
-    };
-    const Case cases[] = {
+    // Name, block, whether repetitions are skipped, length of what was taken.
+    const std::tuple<const char*, Bytes, bool, std::size_t> cases[] = {
         {"empty", Packet(0, 0xFFFF, {}), false, 0},
         {"empty and repeated", Packet(0, 0xFFFF, {}), true, 0},
         {"repeated", Packet(0, 0xFFFF, Bytes{1, 2}), true, 2},
     };
-    for (const Case& row : cases) {
-        SCOPED_TRACE(row.name);
+    for (const auto& [name, block, skip_repetitions, length] : cases) {
+        SCOPED_TRACE(name);
         std::array<std::uint8_t, 16> storage{};
-        ReplyBuffer reply{.storage = storage, .skip_repetitions = row.skip_repetitions};
+        ReplyBuffer reply{.storage = storage, .skip_repetitions = skip_repetitions};
         BlockEnd status = BlockEnd::kMore;
         int blocks      = 0;
-        while (status == BlockEnd::kMore && ++blocks < 100) status = AppendReplyBlock(row.block, reply);
+        while (status == BlockEnd::kMore && ++blocks < 100) status = AppendReplyBlock(block, reply);
         EXPECT_EQ(status, BlockEnd::kEndless);
-        EXPECT_EQ(reply.length, row.length);
+        EXPECT_EQ(reply.length, length);
     }
 }
 
 TEST(BlockFrame, SkipsARepeatedBlockForWhoAsksForIt) {
-    const Bytes message   = Counting(30);
-    const auto blocks     = ReplyBlocks(message, 10);
-    const Bytes sent[]    = {blocks[0], blocks[0], blocks[1], blocks[1], blocks[1], blocks[2]};
-    const BlockEnd ends[] = {BlockEnd::kTooLong, BlockEnd::kComplete};
+    const Bytes message = Counting(30);
+    const auto blocks   = ReplyBlocks(message, 10);
+    const Bytes sent[]  = {blocks[0], blocks[0], blocks[1], blocks[1], blocks[1], blocks[2]};
     for (const bool skip : {false, true}) {
         std::array<std::uint8_t, 30> storage{};
         ReplyBuffer reply{.storage = storage, .skip_repetitions = skip};
         BlockEnd status = BlockEnd::kMore;
-        for (std::size_t i = 0; i < std::size(sent) && status == BlockEnd::kMore; ++i) {
-            status = AppendReplyBlock(sent[i], reply);
+        for (const Bytes& block : sent) {
+            if (status == BlockEnd::kMore) status = AppendReplyBlock(block, reply);
         }
-        EXPECT_EQ(status, ends[skip ? 1 : 0]);
+        EXPECT_EQ(status, skip ? BlockEnd::kComplete : BlockEnd::kTooLong);
         if (skip) EXPECT_TRUE(std::ranges::equal(storage, message));
     }
     // Equal payload alone, or an equal index alone, makes no repetition.
     std::array<std::uint8_t, 30> storage{};
     ReplyBuffer reply{.storage = storage, .skip_repetitions = true};
-    EXPECT_EQ(AppendReplyBlock(Packet(0, 3, Bytes{7}), reply), BlockEnd::kMore);
-    EXPECT_EQ(AppendReplyBlock(Packet(1, 3, Bytes{7}), reply), BlockEnd::kMore);
-    EXPECT_EQ(AppendReplyBlock(Packet(1, 3, Bytes{8}), reply), BlockEnd::kMore);
+    for (const Bytes& block : {Packet(0, 3, Bytes{7}), Packet(1, 3, Bytes{7}), Packet(1, 3, Bytes{8})})
+        EXPECT_EQ(AppendReplyBlock(block, reply), BlockEnd::kMore);
     EXPECT_EQ(reply.length, 3U);
 }
 

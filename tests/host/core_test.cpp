@@ -1,6 +1,7 @@
 // Labels, value text, exchange file, serial output, settings, command line and trace logs.
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 #include "core/command_line.h"
 #include "core/exchange_file.h"
@@ -18,49 +19,36 @@ namespace {
 using CoreTest = HostTest;
 
 ChannelRecord Number(std::uint32_t ident, std::uint32_t unit, float value, std::uint32_t resolution) {
-    ChannelRecord record;
-    record.view_ident = ident;
-    record.unit       = unit;
-    record.resolution = resolution;
-    record.value_type = kNumber;
-    record.value      = value;
-    return record;
+    return {.view_ident = ident, .unit = unit, .resolution = resolution, .value_type = kNumber, .value = value};
 }
 
 ChannelRecord WithText(std::uint32_t ident, const wchar_t* text) {
-    ChannelRecord record;
-    record.view_ident = ident;
-    record.unit       = kNoUnit;
-    record.value_type = kText;
+    ChannelRecord record{.view_ident = ident, .unit = kNoUnit, .value_type = kText};
     platform::CopyText(record.text, text);
     return record;
 }
 
 TEST_F(CoreTest, FormatsAValueByItsResolution) {
-    struct Case {
-        float value;
-        std::uint32_t resolution;
-        const wchar_t* text;
+    constexpr float kInfinity                                    = std::numeric_limits<float>::infinity();
+    const std::tuple<float, std::uint32_t, std::wstring> cases[] = {
+        {2.5F, 0, L"3"},           {-2.5F, 0, L"-3"},           {0.49999997F, 0, L"0"},     {-0.4F, 0, L"0"},
+        {1e30F, 0, L"2147483647"}, {-1e30F, 0, L"-2147483648"}, {kInfinity, 0, L"-"},       {-kInfinity, 0, L"-"},
+        {kInfinity, 255, L"-"},    {-kInfinity, 252, L"-"},     {1.5F, 252, L"1.5000"},     {1.5F, 253, L"1.500"},
+        {1.5F, 254, L"1.50"},      {20.86F, 255, L"20.9"},      {-0.12F, 253, L"-0.120"},   {1.5F, 251, L"-"},
+        {1.5F, 256, L"-"},         {std::nanf(""), 0, L"-"},    {std::nanf(""), 255, L"-"},
     };
-    constexpr float kInfinity = std::numeric_limits<float>::infinity();
-    const Case cases[]        = {
-               {2.5F, 0, L"3"},           {-2.5F, 0, L"-3"},           {0.49999997F, 0, L"0"},     {-0.4F, 0, L"0"},
-               {1e30F, 0, L"2147483647"}, {-1e30F, 0, L"-2147483648"}, {kInfinity, 0, L"-"},       {-kInfinity, 0, L"-"},
-               {kInfinity, 255, L"-"},    {-kInfinity, 252, L"-"},     {1.5F, 252, L"1.5000"},     {1.5F, 253, L"1.500"},
-               {1.5F, 254, L"1.50"},      {20.86F, 255, L"20.9"},      {-0.12F, 253, L"-0.120"},   {1.5F, 251, L"-"},
-               {1.5F, 256, L"-"},         {std::nanf(""), 0, L"-"},    {std::nanf(""), 255, L"-"},
-    };
-    for (const Case& row : cases) {
+    for (const auto& [value, resolution, expected] : cases) {
         std::array<wchar_t, kValueTextSize> text{};
-        FormatValue(row.value, row.resolution, text);
-        EXPECT_EQ(std::wstring(text.data()), row.text) << row.value;
+        FormatValue(value, resolution, text);
+        EXPECT_EQ(text.data(), expected) << value;
     }
 }
 
 TEST_F(CoreTest, NamesEveryUnitAndNumbersTheOthers) {
     const std::pair<std::uint32_t, const wchar_t*> cases[] = {
         {1, L"\u00B0C"}, {10, L"cm\u00B2"}, {33, L"m\u00B3/h"}, {139, L"mg/m\u00B3"}, {0, L""},
-        {255, L""},      {3, L"Unit 3"},    {256, L"Unit 256"}, {209, L"Unit 209"}};
+        {255, L""},      {3, L"Unit 3"},    {256, L"Unit 256"}, {209, L"Unit 209"},
+    };
     for (const auto& [unit, expected] : cases) {
         std::array<wchar_t, kValueTextSize> text{};
         UnitText(unit, text);
@@ -69,41 +57,27 @@ TEST_F(CoreTest, NamesEveryUnitAndNumbersTheOthers) {
 }
 
 TEST_F(CoreTest, ParsesTypedNumbersWithTheUsersSeparator) {
-    World().decimal_separator                      = L',';
-    const std::pair<const wchar_t*, float> cases[] = {{L"1,5", 1.5F},
-                                                      {L"60", 60.0F},
-                                                      {L",", 0.0F},
-                                                      {L",25", 0.25F},
-                                                      {L"7,", 7.0F},
-                                                      {L"999,9", 999.9F},
-                                                      {L"", kInvalidNumber},
-                                                      {L"1.5", kInvalidNumber},
-                                                      {L"1,2,3", kInvalidNumber},
-                                                      {L"-1", kInvalidNumber},
-                                                      {L" 1", kInvalidNumber}};
+    World().decimal_separator = L',';
+    // clang-format off
+    const std::pair<const wchar_t*, float> cases[] = {
+        {L"1,5", 1.5F}, {L"60", 60.0F}, {L",", 0.0F}, {L",25", 0.25F}, {L"7,", 7.0F}, {L"999,9", 999.9F},
+        {L"", kInvalidNumber}, {L"1.5", kInvalidNumber}, {L"1,2,3", kInvalidNumber}, {L"-1", kInvalidNumber},
+        {L" 1", kInvalidNumber}};
+    // clang-format on
     for (const auto& [text, expected] : cases) EXPECT_FLOAT_EQ(ParseNumber(text), expected);
 }
 
 TEST_F(CoreTest, TakesCallerWordAndFuelFromTheCommandLine) {
-    struct Case {
-        const wchar_t* line;
-        const wchar_t* word;
-        std::int32_t fuel;
-    };
-    const Case cases[] = {{L"", L"", -1},
-                          {L"JOB17 6420=3", L"JOB17", 3},
-                          {L"6420=", L"6420=", -1},
-                          {L"6420=7", L"6420=7", 7},
-                          {L"A 6420=", L"A", -1},
-                          {L"A 6420= 5", L"A", 0},
-                          {L"A 6420=12x", L"A", 12},
-                          {L"A 6420=x 6420=4", L"A", 0},
-                          {L" B", L"", -1},
-                          {L"A 6420=99999999999", L"A", 2147483647},
-                          {L"A x6420=2y", L"A", 2}};
-    for (const Case& row : cases) {
-        EXPECT_EQ(CallerWord(row.line), row.word);
-        EXPECT_EQ(FuelChoice(row.line), row.fuel) << testing::PrintToString(std::wstring(row.line));
+    // clang-format off
+    const std::tuple<const wchar_t*, const wchar_t*, int> cases[] = {
+        {L"", L"", -1},              {L"JOB17 6420=3", L"JOB17", 3},  {L"6420=", L"6420=", -1},
+        {L"6420=7", L"6420=7", 7},   {L"A 6420=", L"A", -1},          {L"A 6420= 5", L"A", 0},
+        {L"A 6420=12x", L"A", 12},   {L"A 6420=x 6420=4", L"A", 0},   {L" B", L"", -1},
+        {L"A x6420=2y", L"A", 2},    {L"A 6420=99999999999", L"A", 2147483647}};
+    // clang-format on
+    for (const auto& [line, word, fuel] : cases) {
+        EXPECT_EQ(CallerWord(line), word);
+        EXPECT_EQ(FuelChoice(line), fuel) << testing::PrintToString(std::wstring(line));
     }
 }
 
@@ -114,10 +88,9 @@ TEST_F(CoreTest, StartsFromTheStoreAndRemovesAStaleExchangeFile) {
     World().files[path]       = "old";
     ProgramState state;
     StartProgram(state, L"JOB 6420=2");
-    EXPECT_EQ(state.communication, 7U);
-    EXPECT_EQ(state.heating_check, 2U);
-    EXPECT_EQ(state.serial_output, 1U);
-    EXPECT_EQ(state.serial_output_port, 1U);
+    EXPECT_EQ((std::vector<std::uint32_t>{state.communication, state.heating_check, state.serial_output,
+                                          state.serial_output_port}),
+              (std::vector<std::uint32_t>{7, 2, 1, 1}));
     EXPECT_EQ(state.decimal_separator, L',');
     EXPECT_EQ(std::wstring(state.exchange_file.data()), path);
     EXPECT_FALSE(World().files.contains(path));
@@ -143,12 +116,9 @@ TEST_F(CoreTest, LabelsTheSpecialChannels) {
     EXPECT_EQ(std::wstring(channels[2].label.data()), L"Brennstoff");
     EXPECT_EQ(std::wstring(channels[63].label.data()), L"Ger\u00E4t");
 
-    ChannelTable results{};
-    results[0] = Number(0xFF2E, 0, 1, 0);
-    results[1] = Number(0xFF44, 0, 1, 0);
-    results[2] = Number(0x1234, 0, 1, 0);
+    ChannelTable results = {
+        {Number(0xFF2E, 0, 1, 0), Number(0xFF44, 0, 1, 0), Number(0x1234, 0, 1, 0), {}, Number(0xFF2E, 0, 1, 0)}};
     platform::CopyText(results[2].label, L"ID_1234");
-    results[4] = Number(0xFF2E, 0, 1, 0);
     LabelHeatingCheckTable(results);
     EXPECT_EQ(std::wstring(results[0].label.data()), L"PointsFluegasLo");
     EXPECT_EQ(std::wstring(results[1].label.data()), L"TempRearUpper");
@@ -161,19 +131,18 @@ protected:
     OutputTest() {
         state_.decimal_separator = L',';
         platform::CopyText(state_.exchange_file, kPath);
-        auto& channels                = measurement_.channels;
-        channels[0]                   = Number(0x0901, 130, 20.94F, 255);
-        channels[1]                   = Number(0x0301, 24, -0.125F, 253);
-        channels[2]                   = Number(0x0902, 139, 5, 0);  // a unit without a key
-        channels[3]                   = Number(kSmokeNumber1, 0, 1.5F, 255);
-        channels[4]                   = Number(kOilDerivative, 0, 1, 0);
-        channels[5]                   = Number(kSmokeNumberMean, 0, 2, 255);
-        channels[6]                   = Number(kFuel, kNoUnit, 1, 0);
-        channels[7]                   = WithText(kDevice, L"nelto\r\n9000=x \u03BB");
-        channels[8]                   = Number(0x0916, 99, 1, 0);
-        channels[8].value_type        = kNoValue;
-        measurement_.heating_check[0] = Number(0xFF2E, 255, 7, 0);
-        measurement_.heating_check[1] = Number(0xFF32, 255, 7, 0);
+        measurement_.channels      = {{
+                 Number(0x0901, 130, 20.94F, 255),
+                 Number(0x0301, 24, -0.125F, 253),
+                 Number(0x0902, 139, 5, 0),  // a unit without a key
+                 Number(kSmokeNumber1, 0, 1.5F, 255),
+                 Number(kOilDerivative, 0, 1, 0),
+                 Number(kSmokeNumberMean, 0, 2, 255),
+                 Number(kFuel, kNoUnit, 1, 0),
+                 WithText(kDevice, L"nelto\r\n9000=x \u03BB"),
+                 {.view_ident = 0x0916, .unit = 99, .value = 1},
+        }};
+        measurement_.heating_check = {{Number(0xFF2E, 255, 7, 0), Number(0xFF32, 255, 7, 0)}};
     }
 
     const std::string& Written() {
@@ -186,13 +155,14 @@ protected:
         if (output_.Begin(state_, measurement_)) output_.Write();
     }
 
-    static std::string Sent(const ScriptedPeer& peer) {
+    std::string Sent() const {
         std::string bytes;
-        for (const Bytes& piece : peer.written) bytes.append(piece.begin(), piece.end());
+        for (const Bytes& piece : peer_.written) bytes.append(piece.begin(), piece.end());
         return bytes;
     }
 
     static constexpr const wchar_t* kPath = L"C:\\Temp\\\\NeltoStackWatcher.txt";
+    ScriptedPeer peer_;
     ProgramState state_;
     Measurement measurement_;
     SerialOutput output_;
@@ -207,8 +177,8 @@ TEST_F(OutputTest, WritesTheExchangeFileByteForByte) {
     measurement_.oil_fuel = true;
     state_.caller_word    = {};
     EXPECT_EQ(Written(),
-              "2003=20,9\r\n4010=-0,125\r\n6020=1,5\r\n6320=1\r\n6520=2,0\r\n6420=1\r\n9000=nelto  9000=x "
-              "?\r\n5020=-\r\n9050263=7\r\n");
+              "2003=20,9\r\n4010=-0,125\r\n6020=1,5\r\n6320=1\r\n6520=2,0\r\n6420=1\r\n"
+              "9000=nelto  9000=x ?\r\n5020=-\r\n9050263=7\r\n");
 }
 
 TEST_F(OutputTest, LeavesNoHalfExchangeFileAndNoTraceOfTheFailure) {
@@ -228,14 +198,13 @@ TEST_F(OutputTest, LeavesNoHalfExchangeFileAndNoTraceOfTheFailure) {
 }
 
 TEST_F(OutputTest, SendsTheSerialBlockByteForByte) {
-    ScriptedPeer peer;
-    World().serial_ports[L"\\\\.\\COM12"].device = &peer;
+    World().serial_ports[L"\\\\.\\COM12"].device = &peer_;
     state_.serial_output_port                    = 12;
     Send();
-    EXPECT_TRUE(peer.written.empty());
+    EXPECT_TRUE(peer_.written.empty());
     state_.serial_output = 1;
     Send();
-    EXPECT_EQ(Sent(peer),
+    EXPECT_EQ(Sent(),
               "NELTO\n\r00000901:130=20.9\n\r00000301:024=-0.125\n\r00000902:139=5\n\r00000916:099=\n\rEND\n\r");
     EXPECT_EQ(World().serial_ports[L"\\\\.\\COM12"].baud_rate, 0U);  // the port is used as the system has it set
     EXPECT_EQ(World().serial_ports[L"\\\\.\\COM12"].open_handles, 0U);
@@ -248,9 +217,8 @@ TEST_F(OutputTest, SendsTheSerialBlockByteForByte) {
 }
 
 TEST_F(OutputTest, PutsUpWithEveryFaultOfTheOutputPortInSilence) {
-    ScriptedPeer peer;
     auto& port                = World().serial_ports[L"COM7"];
-    port.device               = &peer;
+    port.device               = &peer_;
     state_.serial_output      = 1;
     state_.serial_output_port = 3;  // missing
     Send();
@@ -265,18 +233,17 @@ TEST_F(OutputTest, PutsUpWithEveryFaultOfTheOutputPortInSilence) {
     port.stands_still         = true;
     Send();
     EXPECT_EQ(World().now - start, 500 + 7 * 40U);  // for the first line, and none after it
-    EXPECT_TRUE(peer.written.empty());
-    port.stands_still = false;
-    peer.most_written = 3;
+    EXPECT_TRUE(peer_.written.empty());
+    port.stands_still  = false;
+    peer_.most_written = 3;
     Send();
-    EXPECT_EQ(Sent(peer), SerialOutputBlock(measurement_));  // counts are not looked at
+    EXPECT_EQ(Sent(), SerialOutputBlock(measurement_));  // counts are not looked at
     EXPECT_EQ(port.open_handles, 0U);
     EXPECT_TRUE(World().files.empty() && World().debug_lines.empty());
 }
 
 TEST_F(OutputTest, SendsNothingWhileABlockIsUnderWayAndNoLineMoreOnceItIsCancelled) {
-    ScriptedPeer peer;
-    World().serial_ports[L"COM1"].device = &peer;
+    World().serial_ports[L"COM1"].device = &peer_;
     state_.serial_output                 = 1;
     ASSERT_TRUE(output_.Begin(state_, measurement_));
     const std::string begun   = SerialOutputBlock(measurement_);
@@ -284,14 +251,14 @@ TEST_F(OutputTest, SendsNothingWhileABlockIsUnderWayAndNoLineMoreOnceItIsCancell
     state_.serial_output_port = 2;
     EXPECT_FALSE(output_.Begin(state_, measurement_));
     output_.Write();
-    EXPECT_EQ(Sent(peer), begun);  // of the moment at which it was begun, to the port of that moment
+    EXPECT_EQ(Sent(), begun);  // of the moment at which it was begun, to the port of that moment
     ASSERT_TRUE(output_.Begin(state_, measurement_));
     output_.Drop();
     state_.serial_output_port = 1;
     EXPECT_TRUE(output_.Begin(state_, measurement_));
     output_.Cancel();
     output_.Write();
-    EXPECT_EQ(Sent(peer), begun);
+    EXPECT_EQ(Sent(), begun);
     EXPECT_EQ(World().serial_ports[L"COM1"].open_handles, 0U);
 }
 

@@ -1,5 +1,6 @@
 // The course of the values: recorder, statistics, reduction to points, scales, file and settings.
 #include <cmath>
+#include <numeric>
 #include <random>
 
 #include "core/course_choice.h"
@@ -16,15 +17,12 @@ namespace nelto {
 namespace {
 
 using platform::memory::TheWorld;
+using platform::memory::World;
 
 constexpr CourseKey kOxygen{.view_ident = 0x0901, .unit = kPercent};
 
 ChannelRecord Number(const CourseKey& key, float value, const wchar_t* label = L"O2") {
-    ChannelRecord record{.view_ident = key.view_ident,
-                         .unit       = key.unit,
-                         .resolution = kOneDecimal,
-                         .value_type = kNumber,
-                         .value      = value};
+    ChannelRecord record{key.view_ident, key.unit, kOneDecimal, kNumber, value};
     platform::CopyText(record.label, label);
     return record;
 }
@@ -33,14 +31,25 @@ class CourseTest : public test::HostTest {
 protected:
     void Wait(std::uint32_t seconds) { recorder_.Advance(tick_ += 1000 * seconds, ToCalendarTime(clock_ += seconds)); }
     /// A measurement of these records, `seconds` after the one before.
-    void Measure(std::uint32_t seconds, std::initializer_list<ChannelRecord> records) {
-        Wait(seconds);
+    void Measure(std::uint32_t seconds, const std::vector<ChannelRecord>& records) {
         measurement_.channels = {};
         std::ranges::copy(records, measurement_.channels.begin());
+        MeasureAgain(seconds);
+    }
+    void MeasureAgain(std::uint32_t seconds) {
+        Wait(seconds);
         ++measurement_.version;
         recorder_.Record(measurement_);
     }
     void Measure(std::uint32_t seconds, float value) { Measure(seconds, {Number(kOxygen, value)}); }
+    /// Each second a measurement of so many records, all 1.
+    void MeasureMany(std::uint32_t first_ident, std::size_t count, std::size_t seconds) {
+        measurement_.channels = {};
+        for (auto& record : std::span(measurement_.channels).first(count)) {
+            record = Number({.view_ident = first_ident++}, 1);
+        }
+        for (; seconds > 0; --seconds) MeasureAgain(1);
+    }
     /// The course so far, a gap as -1.
     std::vector<float> Course(std::size_t series = 0) {
         std::vector<float> values(recorder_.Now() - recorder_.First() + 1);
@@ -101,23 +110,12 @@ TEST_F(CourseTest, LocalTimeFollowsAClockThatIsSet) {
 TEST_F(CourseTest, ADayStaysWithinItsBound) {
     constexpr std::size_t kHour = 3600;
     constexpr std::size_t kMega = std::size_t{1024} * 1024;
-    const auto record           = [this](std::size_t channels, std::size_t seconds) {
-        measurement_.channels = {};
-        for (std::size_t index = 0; index < channels; ++index) {
-            measurement_.channels[index] = Number({.view_ident = static_cast<std::uint32_t>(index + 1)}, 1);
-        }
-        for (std::size_t second = 0; second < seconds; ++second) {
-            Wait(1);
-            ++measurement_.version;
-            recorder_.Record(measurement_);
-        }
-    };
-    record(20, kHour);
+    MeasureMany(1, 20, kHour);
     EXPECT_LT(recorder_.Bytes(), kMega);
-    record(20, 24 * kHour);
+    MeasureMany(1, 20, 24 * kHour);
     EXPECT_LT(recorder_.Bytes(), 8 * kMega);
     EXPECT_NEAR(recorder_.Now() - recorder_.First(), kKeptSeconds, 2 * kBlockSeconds);
-    record(kChannelCapacity, 12 * kHour);
+    MeasureMany(1, kChannelCapacity, 12 * kHour);
     EXPECT_LE(recorder_.Bytes(), 9 * kMega);
     std::vector<float> values(2 * kHour);
     recorder_.Series().back().Copy(recorder_.Now() - 2 * kHour + 1, values);
@@ -126,12 +124,7 @@ TEST_F(CourseTest, ADayStaysWithinItsBound) {
 
 TEST_F(CourseTest, MemoryIsBoundedWhateverTheAnalyserCallsItsChannels) {
     for (std::uint32_t second = 1; second < 1000; ++second) {
-        Wait(1);
-        for (std::uint32_t index = 0; index < 64; ++index) {
-            measurement_.channels[index] = Number({.view_ident = second * 64 + index}, 1);
-        }
-        ++measurement_.version;
-        recorder_.Record(measurement_);
+        MeasureMany(second * 64, kChannelCapacity, 1);
         ASSERT_LE(recorder_.Bytes(), 12U * 1024 * 1024);
     }
     Measure(kBlockSeconds, 5);
@@ -161,29 +154,25 @@ TEST_F(CourseTest, StatisticsAreThoseOfTheObviousComputation) {
     RandomCourses random;
     for (int round = 0; round < 2000; ++round) {
         const std::vector<float> values = random.Next();
-        std::vector<float> sorted;
-        std::vector<float> late;
-        double total      = 0;
-        double late_total = 0;
-        std::optional<float> now;
-        for (std::size_t index = 0; index < values.size(); ++index) {
-            if (std::isnan(values[index])) continue;
-            sorted.push_back(values[index]);
-            total += static_cast<double>(values[index]);
-            if (index + 30 >= values.size())
-                late.push_back(values[index]), late_total += static_cast<double>(values[index]);
-            if (index + 6 >= values.size()) now = values[index];
-        }
-        std::ranges::sort(sorted);
+        const auto latest               = [&](std::size_t seconds) {
+            std::vector<float> there(values.end() - std::min(std::ssize(values), std::ptrdiff_t(seconds)),
+                                                   values.end());
+            std::erase_if(there, [](float value) { return std::isnan(value); });
+            return there;
+        };
+        const auto mean = [](const std::vector<float>& of) {
+            return std::accumulate(of.begin(), of.end(), 0.0) / static_cast<double>(of.size());
+        };
+        const std::vector<float> all = latest(400), late = latest(30), last = latest(6);
         const CourseStatistics statistics = Summarise(values);
-        EXPECT_EQ(statistics.now, now);
+        EXPECT_EQ(statistics.now, last.empty() ? std::nullopt : std::optional(last.back()));
         EXPECT_EQ(statistics.mean_30.has_value(), late.size() >= 25);
-        EXPECT_EQ(statistics.mean.has_value(), !sorted.empty());
-        if (statistics.mean_30) EXPECT_NEAR(*statistics.mean_30, late_total / static_cast<double>(late.size()), 1e-3);
-        if (sorted.empty()) continue;
-        EXPECT_EQ(statistics.minimum, sorted.front());
-        EXPECT_EQ(statistics.maximum, sorted.back());
-        EXPECT_NEAR(*statistics.mean, total / static_cast<double>(sorted.size()), 1e-3);
+        EXPECT_EQ(statistics.mean.has_value(), !all.empty());
+        if (statistics.mean_30) EXPECT_NEAR(*statistics.mean_30, mean(late), 1e-3);
+        if (all.empty()) continue;
+        EXPECT_EQ(statistics.minimum, std::ranges::min(all));
+        EXPECT_EQ(statistics.maximum, std::ranges::max(all));
+        EXPECT_NEAR(*statistics.mean, mean(all), 1e-3);
     }
 }
 
@@ -217,8 +206,7 @@ TEST_F(CourseTest, FewPointsCoverWhatAllOfThemCover) {
         for (std::size_t index = 0; index < values.size(); ++index) {
             if (std::isnan(values[index])) continue;
             const bool begins = index == 0 || std::isnan(values[index - 1]);
-            all.push_back(
-                {.column = ColumnOf(index, values.size(), columns), .value = values[index], .begins = begins});
+            all.push_back({ColumnOf(index, values.size(), columns), values[index], begins});
         }
         ReducePoints(values, columns, points);
         EXPECT_EQ(Drawing(points), Drawing(all));
@@ -241,11 +229,9 @@ TEST_F(CourseTest, ScalesAreRoundAndHoldTheirValues) {
         EXPECT_LE(scale.low, low + scale.step / 1e6);
         EXPECT_GE(scale.high, high - scale.step / 1e6);
         EXPECT_GT(scale.high, scale.low);
-        EXPECT_LE(scale.Steps(), most);
-        EXPECT_GE(scale.Steps(), 2);
+        EXPECT_EQ(std::clamp(scale.Steps(), 2, most), scale.Steps());
         const double factor = scale.step / std::pow(10.0, std::floor(std::log10(scale.step) + 1e-9));
-        EXPECT_TRUE(std::abs(factor - 1) < 1e-6 || std::abs(factor - 2) < 1e-6 || std::abs(factor - 5) < 1e-6)
-            << factor;
+        EXPECT_LT(std::abs((factor - 1) * (factor - 2) * (factor - 5)), 1e-6) << factor;
     }
     const CourseScale still = ChooseScale(20.9F, 20.9F, kOneDecimal, 5);
     EXPECT_EQ(CourseValueText(static_cast<float>(still.low), still.resolution, L','), L"20,8");
@@ -256,18 +242,19 @@ TEST_F(CourseTest, ScalesAreRoundAndHoldTheirValues) {
 
 TEST_F(CourseTest, TheFileHoldsARowForEachSecond) {
     constexpr CourseKey kOther{.view_ident = 0x0902, .unit = kNoUnit};
-    Measure(1, {Number(kOxygen, 20.94F, L"O\x2082"), Number(kOther, 1, L"=a\"\n\xD83D\xDE00;\xDC00")});
+    constexpr auto kName = L"=a\"\n\xD83D\xDE00;\xDC00";
+    Measure(1, {Number(kOxygen, 20.94F, L"O\x2082"), Number(kOther, 1, kName)});
     recorder_.Interrupt();
-    Measure(2, {Number(kOther, 2, L"=a\"\n\xD83D\xDE00;\xDC00"), Number(kOxygen, -0.05F, L"O\x2082")});
-    const std::wstring path = L"C:\\course.csv";
-    TheWorld().files[path]  = "old";
-    TheWorld().disk_space   = 20;
-    EXPECT_NE(SaveCourse(recorder_, {}, path), 0U);
-    EXPECT_EQ(TheWorld().files, (decltype(TheWorld().files){{path, "old"}}));
-    TheWorld().disk_space = 1000;
-    TheWorld().unwritable_files.insert(path);
-    EXPECT_NE(SaveCourse(recorder_, {}, path), 0U);
-    EXPECT_EQ(TheWorld().files, (decltype(TheWorld().files){{path, "old"}}));
+    Measure(2, {Number(kOther, 2, kName), Number(kOxygen, -0.05F, L"O\x2082")});
+    const std::wstring path             = L"C:\\course.csv";
+    const decltype(World::files) before = {{path, "old"}};
+    TheWorld().files                    = before;
+    for (const bool is_full : {true, false}) {
+        TheWorld().disk_space = is_full ? 20 : 1000;
+        if (!is_full) TheWorld().unwritable_files.insert(path);
+        EXPECT_NE(SaveCourse(recorder_, {}, path), 0U);
+        EXPECT_EQ(TheWorld().files, before);
+    }
     TheWorld().unwritable_files.clear();
     EXPECT_EQ(SaveCourse(recorder_, {.list = L';', .decimal = L','}, path), 0U);
     const std::string german =
@@ -287,6 +274,10 @@ TEST_F(CourseTest, ALongRunIsWrittenWhole) {
     EXPECT_TRUE(file.ends_with(",19999.0\r\n"));
 }
 
+std::vector<CourseKey> KeysOf(const CourseSettings& settings) {
+    return {settings.choice.Keys().begin(), settings.choice.Keys().end()};
+}
+
 TEST_F(CourseTest, TheChoiceHoldsSixAndIsFoundAgain) {
     CourseSettings settings = ReadCourseSettings();
     EXPECT_EQ(settings.place.width, 0);
@@ -294,25 +285,26 @@ TEST_F(CourseTest, TheChoiceHoldsSixAndIsFoundAgain) {
     EXPECT_TRUE(settings.choice.Keys().empty());
     Measure(1, {Number({.view_ident = 7}, 1), Number({.view_ident = 0x0902, .unit = 131}, 1), Number(kOxygen, 1)});
     Measure(1, {Number({.view_ident = 0x0902, .unit = 136}, 1)});
-    settings.choice.Add({.view_ident = 8});  // not there any more
+    settings.choice.Add({.view_ident = 8}, recorder_.Series());  // not there any more
     settings.choice.ChooseUsual(recorder_.Series());
-    ASSERT_EQ(settings.choice.Keys().size(), 2U);
-    EXPECT_EQ(settings.choice.Keys()[0], kOxygen);
-    EXPECT_EQ(settings.choice.Keys()[1], (CourseKey{.view_ident = 0x0902, .unit = 136}));
+    constexpr CourseKey kCarbonMonoxide{.view_ident = 0x0902, .unit = 136};
+    EXPECT_EQ(KeysOf(settings), (std::vector{kOxygen, kCarbonMonoxide}));
     settings.choice.Remove(kOxygen);
-    for (std::uint32_t ident = 1; ident < 9; ++ident) settings.choice.Add({.view_ident = ident, .unit = ident + 1});
+    const auto add = [&](std::uint32_t ident) { settings.choice.Add({ident, ident + 1}, recorder_.Series()); };
+    for (std::uint32_t ident = 1; ident < 9; ++ident) add(ident);  // none of them is there: each new one drives out an old one
+    EXPECT_FALSE(settings.choice.IsFull(recorder_.Series()));
+    Measure(1, {Number({4, 5}, 1), Number({5, 6}, 1), Number({6, 7}, 1), Number({7, 8}, 1), Number({8, 9}, 1)});
+    EXPECT_TRUE(settings.choice.IsFull(recorder_.Series()));
+    add(9);
     settings.choice.ChooseUsual(recorder_.Series());
     settings.place        = {.left = -1500, .top = 20, .width = 640, .height = 480};
     settings.span_minutes = 30;
     WriteCourseSettings(settings);
     TheWorld().registry[L"CourseChannel3"] = 0;
     const CourseSettings found             = ReadCourseSettings();
-    EXPECT_TRUE(settings.choice.IsFull());
-    EXPECT_FALSE(found.choice.IsFull());
-    EXPECT_EQ(found.choice.Keys()[0], (CourseKey{.view_ident = 0x0902, .unit = 136}));
-    EXPECT_EQ(found.choice.Keys()[4], (CourseKey{.view_ident = 5, .unit = 6}));
-    EXPECT_EQ(found.place.left, -1500);
-    EXPECT_EQ(found.place.height, 480);
+    EXPECT_FALSE(found.choice.IsFull(recorder_.Series()));
+    EXPECT_EQ(KeysOf(found), (std::vector<CourseKey>{kCarbonMonoxide, {4, 5}, {6, 7}, {7, 8}, {8, 9}}));
+    EXPECT_EQ(std::pair(found.place.left, found.place.height), std::pair(-1500, 480));
     EXPECT_EQ(found.span_minutes, 30U);
     TheWorld().registry[L"CourseSpan"] = 31;
     EXPECT_EQ(ReadCourseSettings().span_minutes, 10U);

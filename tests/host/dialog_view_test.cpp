@@ -2,6 +2,7 @@
 #include "core/dialog_view.h"
 
 #include <cmath>
+#include <tuple>
 
 #include "platform/wide_text.h"
 #include "support.h"
@@ -19,15 +20,8 @@ ChannelRecord Record(std::uint32_t view_ident, float value, std::uint32_t type =
 }
 
 TEST_F(DialogViewTest, EachStatusHasItsTextPictureListAndButton) {
-    struct Row {
-        std::uint32_t status;
-        std::uint32_t text_id;
-        std::uint32_t picture;
-        bool lists_values;
-        OkChange when_disabled;
-        OkChange when_enabled;
-    };
-    constexpr Row kRows[] = {
+    // Status, text, small picture, whether values are listed, the button's change when disabled and when enabled.
+    constexpr std::tuple<std::uint32_t, std::uint32_t, std::uint32_t, bool, OkChange, OkChange> kRows[] = {
         {kSearching, 620, 210, false, OkChange::kNone, OkChange::kDisable},
         {kReading, 621, 211, false, OkChange::kNone, OkChange::kNone},
         {kValuesAvailable, 622, 212, true, OkChange::kEnableAndFocus, OkChange::kNone},
@@ -35,17 +29,16 @@ TEST_F(DialogViewTest, EachStatusHasItsTextPictureListAndButton) {
         {kNoValidValues, 624, 214, false, OkChange::kNone, OkChange::kNone},
         {5, 0, 0, false, OkChange::kNone, OkChange::kNone},
     };
-    for (const Row& row : kRows) {
-        SCOPED_TRACE(row.status);
-        const StatusView first = ViewStatus(row.status, kNeverShown, false);
-        EXPECT_EQ(first.text_id, row.text_id);
-        EXPECT_EQ(first.lists_values, row.lists_values);
-        EXPECT_EQ(first.values_arrive, row.status == kValuesAvailable);
-        EXPECT_EQ(first.ok, row.when_disabled);
-        EXPECT_TRUE(first.repaint);
-        EXPECT_EQ(ViewStatus(row.status, row.status, true).ok, row.when_enabled);
-        EXPECT_FALSE(ViewStatus(row.status, row.status, true).repaint);
-        EXPECT_EQ(SmallPicture(row.status), row.picture);
+    for (const auto& [status, text_id, picture, lists_values, when_disabled, when_enabled] : kRows) {
+        SCOPED_TRACE(status);
+        const StatusView first = ViewStatus(status, kNeverShown, false), again = ViewStatus(status, status, true);
+        EXPECT_EQ(first.text_id, text_id);
+        EXPECT_EQ(first.lists_values, lists_values);
+        EXPECT_EQ(first.values_arrive, status == kValuesAvailable);
+        EXPECT_EQ(first.ok, when_disabled);
+        EXPECT_EQ(again.ok, when_enabled);
+        EXPECT_TRUE(first.repaint && !again.repaint);
+        EXPECT_EQ(SmallPicture(status), picture);
     }
 }
 
@@ -77,14 +70,15 @@ TEST_F(DialogViewTest, ConnectionTextNamesTheLink) {
 
 TEST_F(DialogViewTest, RowsAreTheUsedRecordsAndSmokeChannelsOnlyWithOil) {
     Measurement measurement;
-    measurement.channels[0]      = Record(0x0901, 20.94F, kNumber, L"O2");
-    measurement.channels[1]      = Record(kSmokeNumber1, 1.0F);
-    measurement.channels[2]      = Record(kOilDerivative, 1.0F);
-    measurement.channels[3]      = Record(kHeatCarrierTemperature, 0.0F, kNoValue, L"HCT");
-    measurement.channels[4]      = Record(kDevice, 0.0F, kText, L"Device");
+    measurement.channels         = {{Record(0x0901, 20.94F, kNumber, L"O2"),
+                                     Record(kSmokeNumber1, 1.0F),
+                                     Record(kOilDerivative, 1.0F),
+                                     Record(kHeatCarrierTemperature, 0.0F, kNoValue, L"HCT"),
+                                     Record(kDevice, 0.0F, kText, L"Device"),
+                                     {},
+                                     Record(0x0902, 1.0F)}};  // the last one behind a free record
     measurement.channels[4].unit = 777;
     platform::CopyText(measurement.channels[4].text, L"v1.2");
-    measurement.channels[6]      = Record(0x0902, 1.0F);  // behind the first free record
     measurement.heating_check[0] = Record(0xFF2E, 3.0F, kNumber, L"Points");
 
     const std::vector<ListRow> expected = {
@@ -99,15 +93,12 @@ TEST_F(DialogViewTest, RowsAreTheUsedRecordsAndSmokeChannelsOnlyWithOil) {
 TEST_F(DialogViewTest, TypedFieldsTakeOverOnlyRecordsWithANumber) {
     ChannelTable channels{};
     EXPECT_FALSE(ViewTypedFields(channels, L'.').heat_carrier_temperature);
-    channels[0]              = Record(kSmokeNumber1, 2.46F);
-    channels[1]              = Record(kSmokeNumber2, -1.0F, kNoValue);
-    channels[2]              = Record(kSmokeNumber3, std::nanf(""));
-    channels[3]              = Record(kHeatCarrierTemperature, 65.0F);
+    channels                 = {{Record(kSmokeNumber1, 2.46F), Record(kSmokeNumber2, -1.0F, kNoValue),
+                                 Record(kSmokeNumber3, std::nanf("")), Record(kHeatCarrierTemperature, 65.0F)}};
     channels[3].resolution   = kWholeNumber;  // the field has its own single decimal
     const TypedFields fields = ViewTypedFields(channels, L',');
     EXPECT_EQ(fields.smoke_numbers[0], L"2,5");
-    EXPECT_FALSE(fields.smoke_numbers[1]);
-    EXPECT_FALSE(fields.smoke_numbers[2]);
+    EXPECT_FALSE(fields.smoke_numbers[1] || fields.smoke_numbers[2]);
     EXPECT_EQ(fields.heat_carrier_temperature, L"65,0");
     EXPECT_FALSE(fields.oil_derivative);
 }

@@ -1,5 +1,4 @@
-#include <array>
-#include <set>
+#include <tuple>
 
 #include "generation2010_fixture.h"
 #include "instrument/generation2010/fuel.h"
@@ -13,12 +12,6 @@ using platform::memory::RemoveLibrary;
 
 using Operation = std::uint32_t (*)(Analyser2010& opened, ChannelTable& channels);
 
-struct FailureCase {
-    Operation operation;
-    const char* function;
-    const char* line;
-};
-
 // clang-format off
 constexpr Operation kSubTypeRead   = [](auto& opened, auto&) { return opened.GetSubType(); };
 constexpr Operation kSlaveModeOff  = [](auto& opened, auto&) { return opened.SetSlaveMode(false); };
@@ -29,7 +22,7 @@ constexpr Operation kConfiguration = [](auto& opened, auto& channels) { return o
 constexpr Operation kValues        = [](auto& opened, auto& channels) { return opened.ReadValues(channels); };
 // clang-format on
 
-constexpr std::array kFailures = std::to_array<FailureCase>({
+constexpr std::tuple<Operation, const char*, const char*> kFailures[] = {
     {kSubTypeRead, "GetDeviceType", "NELTO760SPI_GetDeviceType: Error code -2"},
     {kSubTypeRead, "GetDeviceName", "NELTO760SPI_GetDeviceName: Error code -2"},
     {kSlaveModeOff, "SetDeviceMode", "NELTO760SPI_SetDeviceMode: Error code -2"},
@@ -48,40 +41,34 @@ constexpr std::array kFailures = std::to_array<FailureCase>({
     {kConfiguration, "GetFirmwareVersion", "NELTO760SPI_GetFirmwareVersion failed"},
     {kConfiguration, "GetSerialNumberBox", "NELTO760SPI_GetSerialNumberBox failed"},
     {kConfiguration, "GetSmokePumpNumber", "NELTO760SPI_GetSmokePumpNumber failed"},
-    {kValues, "GetNumberOfCurrentViewValues", nullptr},
-    {kValues, "GetCurrentViewValues", nullptr},
-});
+    {kValues, "GetNumberOfCurrentViewValues", ""},
+    {kValues, "GetCurrentViewValues", ""}};
 
 TEST_F(Generation2010Test, EachErrorOfALibraryIsABadAnswerWithItsLine) {
-    for (const FailureCase& row : kFailures) {
-        SCOPED_TRACE(row.function);
+    for (const auto& [operation, function, line] : kFailures) {
+        SCOPED_TRACE(function);
         InstallFakeMaker();
-        Maker().Data().device_type    = 9;
-        Maker().Data().cache          = {{Record(0x0101, 80.0F)}};
-        Maker().Data().values         = {Record(0x0102, 1.0F)};
-        Maker().results[row.function] = 0xFFFFFFFE;
+        Maker().Data().device_type = 9;
+        Maker().Data().cache       = {{Record(0x0101, 80.0F)}};
+        Maker().Data().values      = {Record(0x0102, 1.0F)};
+        Maker().results[function]  = 0xFFFFFFFE;
         Connect(kKind781);
-        EXPECT_EQ(row.operation(*analyser_, channels_), kBadAnswer);
-        EXPECT_EQ(Maker().CallsOf(row.function), 1U);
-        if (row.line != nullptr) EXPECT_TRUE(LogLines(kLog).back().ends_with(row.line)) << LogLines(kLog).back();
+        EXPECT_EQ(operation(*analyser_, channels_), kBadAnswer);
+        EXPECT_EQ(Maker().CallsOf(function), 1U);
+        EXPECT_TRUE(LogLines(kLog).back().ends_with(line)) << LogLines(kLog).back();
     }
 }
 
 TEST_F(Generation2010Test, FunctionsMayLieInEitherLibrary) {
     for (const auto& [name, function] : InstrumentFunctions()) {
         for (const bool alone : {true, false}) {
-            std::set<std::string> first;
-            for (const auto& other : InstrumentFunctions()) {
-                if ((other.first == name) == alone) first.insert(other.first);
-            }
+            SCOPED_TRACE(name);
             InstallFakeMaker();
-            DivideInstrumentFunctions(first);
+            DivideInstrumentFunctions(name, alone);
             Connect();
-            EXPECT_EQ(analyser_->SynchronizeClock(), kDone) << name;
-            EXPECT_EQ(analyser_->GetSubType(), kDone) << name;
-            EXPECT_EQ(Configure(), kDone) << name;
-            EXPECT_EQ(ReadValues(), kDone) << name;
-            EXPECT_EQ(analyser_->SetSlaveMode(true) + analyser_->WakeUp() + analyser_->SetActiveFuel(1), kDone) << name;
+            EXPECT_EQ(analyser_->SynchronizeClock() + analyser_->GetSubType() + Configure(), kDone);
+            EXPECT_EQ(ReadValues() + analyser_->SetSlaveMode(true) + analyser_->WakeUp(), kDone);
+            EXPECT_EQ(analyser_->SetActiveFuel(1), kDone);
         }
     }
 }
@@ -104,31 +91,19 @@ TEST_F(Generation2010Test, AMissingLibraryOrFunctionIsAnErrorWithItsCode) {
 // Modes.
 
 TEST_F(Generation2010Test, SubTypes) {
-    struct SubTypeCase {
-        std::uint32_t device_type;
-        const char16_t* name;
-        std::uint32_t sub_type;
-    };
-    constexpr std::array kCases = std::to_array<SubTypeCase>({
-        {0, u"NELTO 780-1HD F", 20},
-        {1, u"NELTO 745", 1},
-        {2, u"NELTO 745", 2},
-        {3, u"NELTO 745", 20},
-        {5, u"NELTO 780-1HD F", 3},
-        {0x100, u"NELTO 780-2HD F", 4},
-        {3, u"NELTO 780-1HD", 0},
-        {3, u"nelto 745", 0},
-        {0xFFFFFFFF, u"", 0},
-    });
-    for (const SubTypeCase& row : kCases) {
-        SCOPED_TRACE(row.device_type);
+    constexpr std::tuple<std::uint32_t, const char16_t*, std::uint32_t> kCases[] = {
+        {0, u"NELTO 780-1HD F", 20}, {1, u"NELTO 745", 1},       {2, u"NELTO 745", 2},
+        {3, u"NELTO 745", 20},       {5, u"NELTO 780-1HD F", 3}, {0x100, u"NELTO 780-2HD F", 4},
+        {3, u"NELTO 780-1HD", 0},    {3, u"nelto 745", 0},       {0xFFFFFFFF, u"", 0}};
+    for (const auto& [device_type, name, sub_type] : kCases) {
+        SCOPED_TRACE(device_type);
         InstallFakeMaker();
-        Maker().Data().device_type = row.device_type;
-        Maker().Data().device_name = row.name;
+        Maker().Data().device_type = device_type;
+        Maker().Data().device_name = name;
         Connect();
         ASSERT_EQ(analyser_->GetSubType(), kDone);
-        EXPECT_EQ(analyser_->SubType(), row.sub_type);
-        EXPECT_EQ(Maker().CallsOf("GetDeviceName"), row.device_type < 3 ? 0U : 1U);
+        EXPECT_EQ(analyser_->SubType(), sub_type);
+        EXPECT_EQ(Maker().CallsOf("GetDeviceName"), device_type < 3 ? 0U : 1U);
     }
     EXPECT_TRUE(Logged("NELTO760SPI_GetDeviceType: -1"));
 
@@ -148,41 +123,32 @@ TEST_F(Generation2010Test, ANameThatFillsItsBufferIsEnded) {
     EXPECT_TRUE(Logged("NELTO760SPI_GetDeviceName: " + std::string(128, 'n')));
 }
 
-TEST_F(Generation2010Test, TheClockIsSetToLocalTime) {
+TEST_F(Generation2010Test, TheClockIsSetToLocalTimeSlaveModeIsModeTwoAndWakingUpThree) {
     Connect();
-    ASSERT_EQ(analyser_->SynchronizeClock(), kDone);
-    EXPECT_EQ(Maker().calls, Lines{"SetDateTime 7 3 2011 14 5 9"});
-    EXPECT_TRUE(Logged("SynchronizeClock2010"));
-}
-
-TEST_F(Generation2010Test, SlaveModeIsModeTwoAndWakingUpThree) {
-    Connect();
+    EXPECT_EQ(analyser_->SynchronizeClock(), kDone);
     EXPECT_EQ(analyser_->SetSlaveMode(true), kDone);
     EXPECT_EQ(analyser_->SetSlaveMode(false), kDone);
     EXPECT_EQ(analyser_->WakeUp(), kDone);
-    EXPECT_EQ(Maker().calls, (Lines{"SetDeviceMode 2", "SetDeviceMode 0", "SetShutdown 3"}));
-    EXPECT_TRUE(Logged("CNelto780Base2010::SetSlaveMode"));
-    EXPECT_TRUE(Logged("SetSlaveMode2010 OK"));
+    EXPECT_EQ(Maker().calls,
+              (Lines{"SetDateTime 7 3 2011 14 5 9", "SetDeviceMode 2", "SetDeviceMode 0", "SetShutdown 3"}));
+    for (const char* line : {"SynchronizeClock2010", "CNelto780Base2010::SetSlaveMode", "SetSlaveMode2010 OK"}) {
+        EXPECT_TRUE(Logged(line)) << line;
+    }
 }
 
 // Fuels.
 
 TEST_F(Generation2010Test, FuelNumbersAndLibraryFuels) {
-    constexpr std::array<std::uint32_t, 14> kLibraryFuels = {0,   100, 104, 114, 113, 107, 108,
-                                                             103, 111, 112, 0,   121, 0,   0};
+    constexpr std::uint32_t kLibraryFuels[] = {0, 0, 100, 104, 114, 113, 107, 108, 103, 111, 112, 0, 121, 0, 0};
     Connect();
-    for (std::int32_t number = -1; number < 14; ++number) {
-        SCOPED_TRACE(number);
-        const std::uint32_t expected = number < 0 ? 0 : kLibraryFuels[static_cast<std::size_t>(number)];
+    std::int32_t number = -2;
+    for (const std::uint32_t expected : kLibraryFuels) {
+        SCOPED_TRACE(++number);
         Maker().calls.clear();
         EXPECT_EQ(analyser_->SetActiveFuel(number), kDone);
         EXPECT_TRUE(Logged("SetActualFuel. FuelID = " + std::to_string(number)));
-        if (expected == 0) {
-            EXPECT_TRUE(Maker().calls.empty());
-        } else {
-            EXPECT_EQ(Maker().calls, Lines{"SetActiveFuelID " + std::to_string(expected)});
-            EXPECT_EQ(FuelNumberOf(expected), number);
-        }
+        EXPECT_EQ(Maker().calls, expected == 0 ? Lines{} : Lines{"SetActiveFuelID " + std::to_string(expected)});
+        if (expected != 0) EXPECT_EQ(FuelNumberOf(expected), number);
     }
 }
 

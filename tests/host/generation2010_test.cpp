@@ -2,6 +2,7 @@
 #include <array>
 #include <bit>
 #include <map>
+#include <set>
 
 #include "generation2010_fixture.h"
 #include "platform/wide_text.h"
@@ -30,8 +31,8 @@ protected:
         return First(count);
     }
     [[nodiscard]] Lines First(std::size_t count) const {
-        Lines lines(count);
-        std::transform(channels_.begin(), channels_.begin() + static_cast<std::ptrdiff_t>(count), lines.begin(), Shown);
+        Lines lines;
+        for (const ChannelRecord& channel : std::span(channels_).first(count)) lines.push_back(Shown(channel));
         return lines;
     }
     [[nodiscard]] const ChannelRecord* Find(std::uint32_t view_ident) const {
@@ -59,15 +60,15 @@ TEST_F(Channels2010Test, CachedValuesComeBeforeCurrentOnesAndDoublesAreDropped) 
 }
 
 TEST_F(Channels2010Test, StatusWordsAreNoValues) {
-    const auto expect = [this](std::uint32_t bits, std::uint32_t value_type) {
+    const std::set words = {128U, 129U, 130U, 131U, 132U, 133U, 138U, 0xFFFFFFFFU};
+    for (const std::uint32_t bits : {0U, 127U, 128U, 129U, 130U, 131U, 132U, 133U, 134U, 137U, 138U, 139U, 0x3F800000U,
+                                     0xFFFFFFFEU, 0xFFFFFFFFU}) {
         SCOPED_TRACE(bits);
         Maker().Data().values = {BitsRecord(0x0101, bits)};
         Configured(0);
-        EXPECT_EQ(channels_[0].value_type, value_type);
-        EXPECT_EQ(std::bit_cast<std::uint32_t>(channels_[0].value), value_type == kNumber ? bits : 0);
-    };
-    for (const std::uint32_t bits : {128U, 129U, 130U, 131U, 132U, 133U, 138U, 0xFFFFFFFFU}) expect(bits, kNoValue);
-    for (const std::uint32_t bits : {0U, 127U, 134U, 137U, 139U, 0xFFFFFFFEU, 0x3F800000U}) expect(bits, kNumber);
+        EXPECT_EQ(channels_[0].value_type, words.contains(bits) ? kNoValue : kNumber);
+        EXPECT_EQ(std::bit_cast<std::uint32_t>(channels_[0].value), words.contains(bits) ? 0 : bits);
+    }
 }
 
 TEST_F(Channels2010Test, LabelsComeFromTheTextMapper) {
@@ -149,17 +150,10 @@ TEST_F(Channels2010Test, SpecialChannelsCarryTheAnalysersData) {
 }
 
 TEST_F(Channels2010Test, DeviceTextOfEachModel) {
-    struct DeviceCase {
-        std::uint32_t kind, device_type;
-        const wchar_t* text;
-    };
-    constexpr std::array kCases = std::to_array<DeviceCase>({{kKind711, 1, L"nelto 710"},
-                                                             {kKind745, 1, L"nelto 745"},
-                                                             {kKind746, 2, L"nelto 780-2"},
-                                                             {kKind752, 1, L"nelto 752"},
-                                                             {kKind760, 1, L"nelto 760"},
-                                                             {kKind781, 4, L"nelto 780-4"},
-                                                             {kKind781, 0xEEEEEE05, L"nelto 780-5"}});
+    constexpr std::tuple<std::uint32_t, std::uint32_t, const wchar_t*> kCases[] = {
+        {kKind711, 1, L"nelto 710"},           {kKind745, 1, L"nelto 745"}, {kKind746, 2, L"nelto 780-2"},
+        {kKind752, 1, L"nelto 752"},           {kKind760, 1, L"nelto 760"}, {kKind781, 4, L"nelto 780-4"},
+        {kKind781, 0xEEEEEE05, L"nelto 780-5"}};
     for (const auto& [kind, device_type, text] : kCases) {
         Maker().Data().device_type = device_type;
         Configured(0, kind);

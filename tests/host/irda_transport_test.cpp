@@ -1,6 +1,7 @@
 #include "transport/irda_link.h"
 
 #include <array>
+#include <tuple>
 
 #include "fault_stage.h"
 #include "instrument/opening.h"
@@ -9,13 +10,7 @@
 namespace nelto {
 namespace {
 
-using platform::memory::AlwaysFail;
-using platform::memory::Call;
-using platform::memory::IrdaPiece;
-using platform::memory::IrdaWorld;
-using platform::memory::MakeIrdaDeviceList;
-using platform::memory::TheIrdaWorld;
-using platform::memory::TheWorld;
+using namespace platform::memory;
 
 using test::Bytes;
 using DebugLines = std::vector<std::wstring>;
@@ -31,9 +26,13 @@ protected:
         TheIrdaWorld().device_list = MakeIrdaDeviceList({"NELTO T780"});
     }
     void TearDown() override {
+        TheWorld().on_wait = TheIrdaWorld().on_idle = nullptr;
         link_.reset();
-        EXPECT_EQ(TheIrdaWorld().open_sockets, 0u);
-        EXPECT_EQ(TheIrdaWorld().references, 0u);
+        EXPECT_EQ(TheIrdaWorld().open_sockets + TheIrdaWorld().references, 0u);
+    }
+    void StartAgain() {
+        TearDown();
+        SetUp();
     }
 
     IrdaOpenResult Open() {
@@ -42,7 +41,11 @@ protected:
         EXPECT_EQ(link_ != nullptr, result == kIrdaOpenOk);
         return result;
     }
-    void Connect() { ASSERT_EQ(Open(), kIrdaOpenOk); }
+    void Connect() {
+        StartAgain();
+        stop_ = 0;
+        ASSERT_EQ(Open(), kIrdaOpenOk);
+    }
 
     LinkStatus Transceive(std::size_t capacity, Bytes request = {0xAA}) {
         reply_.assign(capacity, 0xEE);
@@ -56,48 +59,41 @@ protected:
     std::size_t received_ = 0;
 };
 
-struct OpenCase {
-    const char* cause;
-    void (*arrange)(IrdaWorld& world);
-    std::uint32_t result;
-    std::string log;
-    DebugLines debug_lines;
-};
-
 const Bytes kForeignDevices = MakeIrdaDeviceList({"Printer", kLongName, "NELTO T78"});
 
 // clang-format off
-const std::array kOpenCases = {
-    OpenCase{"no Winsock",      [](IrdaWorld&) { AlwaysFail(Call::kStartSockets); }, 1, "Error 1\r\n", {}},
-    OpenCase{"no infrared",     [](IrdaWorld&) { AlwaysFail(Call::kOpenSocket); }, 1, "Error 1\r\n", {}},
-    OpenCase{"not blocking",    [](IrdaWorld&) { AlwaysFail(Call::kSetBlocking); }, 2, "Error 2\r\n", {}},
-    OpenCase{"no listing",      [](IrdaWorld&) { AlwaysFail(Call::kListDevices); }, 3, "Error 3\r\n", {}},
-    OpenCase{"nobody there",    [](IrdaWorld& world) { world.device_list.clear(); }, 4,
+// Cause, arrangement, result, log, lines for the debugger.
+const std::tuple<const char*, void (*)(IrdaWorld&), std::uint32_t, std::string, DebugLines> kOpenCases[] = {
+    {"no Winsock",      [](IrdaWorld&) { AlwaysFail(Call::kStartSockets); }, 1, "Error 1\r\n", {}},
+    {"no infrared",     [](IrdaWorld&) { AlwaysFail(Call::kOpenSocket); }, 1, "Error 1\r\n", {}},
+    {"not blocking",    [](IrdaWorld&) { AlwaysFail(Call::kSetBlocking); }, 2, "Error 2\r\n", {}},
+    {"no listing",      [](IrdaWorld&) { AlwaysFail(Call::kListDevices); }, 3, "Error 3\r\n", {}},
+    {"nobody there",    [](IrdaWorld& world) { world.device_list.clear(); }, 4,
              "Error 4: no IrDA device in range\r\n", {L"ZIVNELTO780: no IrDA device in range"}},
-    OpenCase{"foreign devices", [](IrdaWorld& world) { world.device_list = kForeignDevices; }, 5,
+    {"foreign devices", [](IrdaWorld& world) { world.device_list = kForeignDevices; }, 5,
              "Device name Printer\r\nDevice name NELTO T7801\r\nDevice name NELTO T78\r\n", {}},
-    OpenCase{"refused",         [](IrdaWorld& world) { world.connect_error = 10061; }, 6,
+    {"refused",         [](IrdaWorld& world) { world.connect_error = 10061; }, 6,
              "Device name NELTO T780\r\nError 6: connect failed 10061\r\n",
              {L"Error connect 1", L"connect failed", L"Error 10061"}},
 };
 // clang-format on
 
 TEST_F(IrdaTransport, FailedOpeningsTellTheirCauseAndLeaveNothingOpen) {
-    for (const OpenCase& row : kOpenCases) {
-        SCOPED_TRACE(row.cause);
-        SetUp();
-        row.arrange(TheIrdaWorld());
-        EXPECT_EQ(Open(), row.result);
-        EXPECT_EQ(TheWorld().files[kLog], row.log);
-        EXPECT_EQ(TheWorld().debug_lines, row.debug_lines);
-        TearDown();
+    for (const auto& [cause, arrange, result, log, debug_lines] : kOpenCases) {
+        SCOPED_TRACE(cause);
+        StartAgain();
+        arrange(TheIrdaWorld());
+        EXPECT_EQ(Open(), result);
+        EXPECT_EQ(TheWorld().files[kLog], log);
+        EXPECT_EQ(TheWorld().debug_lines, debug_lines);
+        EXPECT_EQ(TheIrdaWorld().open_sockets + TheIrdaWorld().references, 0u);
 
         ProgramState state{.communication = kIrda};
         EXPECT_EQ(test::Nelto780Open(state), nullptr);
         EXPECT_EQ(TheIrdaWorld().open_sockets + TheIrdaWorld().references, 0u);
         EXPECT_STREQ(state.last_error, "open analyzer connection via IrDA failed");
         EXPECT_TRUE(test::LogHas(L"Nelto780Base.txt",
-                                 "Instrument opening via IRDA failed, Error code " + std::to_string(row.result)));
+                                 "Instrument opening via IRDA failed, Error code " + std::to_string(result)));
     }
 }
 
@@ -106,38 +102,30 @@ TEST_F(IrdaTransport, WorksWithoutItsLog) {
     TheIrdaWorld().device_list.clear();
     EXPECT_EQ(Open(), kIrdaNoDevice);
     EXPECT_EQ(TheWorld().debug_lines, DebugLines{L"ZIVNELTO780: no IrDA device in range"});
-    TearDown();
-    SetUp();
+    StartAgain();
     TheWorld().unwritable_files.insert(kLog);
-    Connect();
+    ASSERT_EQ(Open(), kIrdaOpenOk);
     TheIrdaWorld().pieces = {Bytes{0, 0xAA, 4, 0}};
     EXPECT_EQ(Transceive(4096), LinkStatus::kOk);
     EXPECT_TRUE(TheWorld().files.empty());
 }
 
-struct NameCase {
-    std::vector<std::string> names;
-    std::uint8_t chosen;  // counted from 1; 0 none
-};
-
 TEST_F(IrdaTransport, TheFirstDeviceWithAnAcceptedNameIsConnected) {
-    const std::array cases = {
-        NameCase{{"NELTO T780"}, 1},
-        NameCase{{"NELTO T785"}, 1},
-        NameCase{{"NELTO T785", "NELTO T780"}, 1},
-        NameCase{{"Printer", kLongName, "NELTO T780", "NELTO T785"}, 3},
-        NameCase{{std::string("NELTO T780\0x", 12)}, 1},
-        NameCase{{"nelto t780", "NELTO T790", "NELTO T78", "", "A name of 22 bytes all"}, 0},
+    // Names, and which one is chosen, counted from 1; 0 none.
+    const std::pair<std::vector<std::string>, std::uint8_t> cases[] = {
+        {{"NELTO T780"}, 1},
+        {{"NELTO T785"}, 1},
+        {{"NELTO T785", "NELTO T780"}, 1},
+        {{"Printer", kLongName, "NELTO T780", "NELTO T785"}, 3},
+        {{std::string("NELTO T780\0x", 12)}, 1},
+        {{"nelto t780", "NELTO T790", "NELTO T78", "", "A name of 22 bytes all"}, 0},
     };
-    for (const NameCase& row : cases) {
-        SetUp();
-        TheIrdaWorld().device_list = MakeIrdaDeviceList(row.names);
-        EXPECT_EQ(Open(), row.chosen != 0 ? kIrdaOpenOk : kIrdaNoAcceptedName);
-        EXPECT_EQ(TheIrdaWorld().device[0], row.chosen) << row.names.front();
-        if (row.chosen != 0) {
-            EXPECT_EQ(TheIrdaWorld().service, row.names[row.chosen - 1u].c_str());
-        }
-        TearDown();
+    for (const auto& [names, chosen] : cases) {
+        StartAgain();
+        TheIrdaWorld().device_list = MakeIrdaDeviceList(names);
+        EXPECT_EQ(Open(), chosen != 0 ? kIrdaOpenOk : kIrdaNoAcceptedName);
+        EXPECT_EQ(TheIrdaWorld().device[0], chosen) << names.front();
+        if (chosen != 0) EXPECT_EQ(TheIrdaWorld().service, names[chosen - 1u].c_str());
     }
 }
 
@@ -152,21 +140,11 @@ TEST_F(IrdaTransport, ADeviceCountBeyondTheListIsCut) {
 }
 
 TEST_F(IrdaTransport, ASecondOpeningEmptiesTheLog) {
-    Connect();
+    EXPECT_EQ(Open(), kIrdaOpenOk);
     link_.reset();
-    Connect();
+    EXPECT_EQ(Open(), kIrdaOpenOk);
     EXPECT_EQ(TheWorld().files[kLog], "Device name NELTO T780\r\n");
 }
-
-struct ReplyCase {
-    const char* what;
-    std::vector<IrdaPiece> pieces;
-    std::size_t capacity;
-    LinkStatus result;
-    std::size_t received;
-    DebugLines debug_lines;
-    std::size_t receive_calls;
-};
 
 const Bytes kTwelve = {0x00, 0x90, 0x0C, 0x00, 1, 2, 3, 4, 5, 6, 7, 8};
 const IrdaPiece kGone{Bytes{}};
@@ -175,45 +153,40 @@ constexpr auto kGood = LinkStatus::kOk;
 constexpr auto kLost = LinkStatus::kDriverFailed;
 constexpr auto kBad  = LinkStatus::kProtocolFault;
 
-IrdaPiece Part(std::size_t from, std::size_t to) {
-    return Bytes(kTwelve.begin() + static_cast<std::ptrdiff_t>(from),
-                 kTwelve.begin() + static_cast<std::ptrdiff_t>(to));
-}
+IrdaPiece Part(std::ptrdiff_t from, std::ptrdiff_t to) { return Bytes(kTwelve.begin() + from, kTwelve.begin() + to); }
 
 TEST_F(IrdaTransport, AReplyIsWholeWhenItsOwnLengthHasArrived) {
-    const std::array cases = {
-        ReplyCase{"at once", {kTwelve}, 4096, kGood, 12, {}, 1},
-        ReplyCase{"as long as its capacity", {kTwelve}, 12, kGood, 12, {}, 1},
-        ReplyCase{"header alone", {Bytes{0, 0x20, 4, 0}}, 4, kGood, 4, {}, 1},
-        ReplyCase{"header split", {Part(0, 1), Part(1, 3), Part(3, 12)}, 4096, kGood, 12, {}, 3},
-        ReplyCase{"behind the header", {Part(0, 4), Part(4, 11), Part(11, 12)}, 4096, kGood, 12, {}, 3},
-        ReplyCase{"split, all of its capacity", {Part(0, 2), Part(2, 12)}, 12, kGood, 12, {}, 2},
-        ReplyCase{"too long at first sight", {Bytes{0, 0x90, 13, 0}}, 12, kBad, 0, {L"1"}, 1},
-        ReplyCase{"too long by its high byte", {Bytes{0, 0x90, 0, 0x10, 1}}, 4095, kBad, 0, {L"1"}, 1},
-        ReplyCase{"no room for a header", {Bytes{0, 0x20, 3}}, 3, kBad, 0, {L"1"}, 1},
-        ReplyCase{"too long, seen later", {Bytes{0, 0x90, 13}, Bytes{0}}, 12, kBad, 0, {L"3"}, 2},
-        ReplyCase{"length 0", {Bytes{0, 0x90, 0, 0}}, 4096, kBad, 0, {L"3"}, 1},
-        ReplyCase{"length 3, seen later", {Bytes{0, 0x90, 3}, Bytes{0}}, 4096, kBad, 0, {L"3"}, 2},
-        ReplyCase{"more than it says", {Bytes{0, 0x90, 5, 0, 1, 2}}, 4096, kBad, 0, {L"3"}, 1},
-        ReplyCase{"more than it says, all of its capacity", {Bytes{0, 0x90, 5, 0, 1, 2}}, 6, kBad, 0, {L"3"}, 1},
-        ReplyCase{"gone at once", {kGone}, 4096, kLost, 0, {}, 1},
-        ReplyCase{"gone on the way", {Part(0, 4), Part(4, 11), kGone}, 4096, kLost, 0, {}, 3},
-        ReplyCase{"failure at once", {std::nullopt}, 4096, kLost, 0, {L"2"}, 1},
-        ReplyCase{"failure on the way", {Part(0, 11), std::nullopt}, 4096, kLost, 0, {L"2"}, 2},
-    };
-    for (const ReplyCase& row : cases) {
-        SCOPED_TRACE(row.what);
-        SetUp();
+    // What, pieces, capacity, result, size of the reply, lines for the debugger, receive calls.
+    const std::tuple<const char*, std::deque<IrdaPiece>, std::size_t, LinkStatus, std::size_t, DebugLines, std::size_t>
+        cases[] = {
+            {"at once", {kTwelve}, 4096, kGood, 12, {}, 1},
+            {"as long as its capacity", {kTwelve}, 12, kGood, 12, {}, 1},
+            {"header alone", {Bytes{0, 0x20, 4, 0}}, 4, kGood, 4, {}, 1},
+            {"header split", {Part(0, 1), Part(1, 3), Part(3, 12)}, 4096, kGood, 12, {}, 3},
+            {"behind the header", {Part(0, 4), Part(4, 11), Part(11, 12)}, 4096, kGood, 12, {}, 3},
+            {"split, all of its capacity", {Part(0, 2), Part(2, 12)}, 12, kGood, 12, {}, 2},
+            {"too long at first sight", {Bytes{0, 0x90, 13, 0}}, 12, kBad, 0, {L"1"}, 1},
+            {"too long by its high byte", {Bytes{0, 0x90, 0, 0x10, 1}}, 4095, kBad, 0, {L"1"}, 1},
+            {"no room for a header", {Bytes{0, 0x20, 3}}, 3, kBad, 0, {L"1"}, 1},
+            {"too long, seen later", {Bytes{0, 0x90, 13}, Bytes{0}}, 12, kBad, 0, {L"3"}, 2},
+            {"length 0", {Bytes{0, 0x90, 0, 0}}, 4096, kBad, 0, {L"3"}, 1},
+            {"length 3, seen later", {Bytes{0, 0x90, 3}, Bytes{0}}, 4096, kBad, 0, {L"3"}, 2},
+            {"more than it says", {Bytes{0, 0x90, 5, 0, 1, 2}}, 4096, kBad, 0, {L"3"}, 1},
+            {"more than it says, all of its capacity", {Bytes{0, 0x90, 5, 0, 1, 2}}, 6, kBad, 0, {L"3"}, 1},
+            {"gone at once", {kGone}, 4096, kLost, 0, {}, 1},
+            {"gone on the way", {Part(0, 4), Part(4, 11), kGone}, 4096, kLost, 0, {}, 3},
+            {"failure at once", {std::nullopt}, 4096, kLost, 0, {L"2"}, 1},
+            {"failure on the way", {Part(0, 11), std::nullopt}, 4096, kLost, 0, {L"2"}, 2},
+        };
+    for (const auto& [what, pieces, capacity, result, received, debug_lines, receive_calls] : cases) {
+        SCOPED_TRACE(what);
         Connect();
-        TheIrdaWorld().pieces.assign(row.pieces.begin(), row.pieces.end());
-        EXPECT_EQ(Transceive(row.capacity), row.result);
-        EXPECT_EQ(received_, row.received);
-        EXPECT_EQ(TheWorld().debug_lines, row.debug_lines);
-        EXPECT_EQ(TheIrdaWorld().receive_calls, row.receive_calls);
-        if (row.received == 12) {
-            EXPECT_EQ(Bytes(reply_.begin(), reply_.begin() + 12), kTwelve);
-        }
-        TearDown();
+        TheIrdaWorld().pieces = pieces;
+        EXPECT_EQ(Transceive(capacity), result);
+        EXPECT_EQ(received_, received);
+        EXPECT_EQ(TheWorld().debug_lines, debug_lines);
+        EXPECT_EQ(TheIrdaWorld().receive_calls, receive_calls);
+        if (received == 12) EXPECT_TRUE(std::ranges::equal(std::span(reply_).first(12), kTwelve));
     }
 }
 
@@ -229,8 +202,6 @@ TEST_F(IrdaTransport, BytesBehindTheReplyAreLeftForTheNextOne) {
 
 TEST_F(IrdaTransport, ASilentAnalyserIsWaitedForUntilAStop) {
     for (const bool answers_after_all : {false, true}) {
-        SetUp();
-        stop_ = 0;
         Connect();
         TheIrdaWorld().is_silent  = true;
         const std::uint32_t start = TheWorld().now;
@@ -242,28 +213,24 @@ TEST_F(IrdaTransport, ASilentAnalyserIsWaitedForUntilAStop) {
         EXPECT_EQ(Transceive(4096), answers_after_all ? kGood : LinkStatus::kStopped);
         EXPECT_GE(TheWorld().now - start, 61000U);
         EXPECT_LE(TheWorld().now - start, 61600U);
-        TheWorld().on_wait = nullptr;
         EXPECT_TRUE(TheWorld().debug_lines.empty());  // no word of a fault
-        TearDown();
     }
 }
 
 TEST_F(IrdaTransport, AReplyThatIsComingInIsFinishedAfterAStop) {
     for (const std::uint32_t pause : {150U, 400U}) {  // 12 bytes: 1.8 and 4.8 seconds
-        SetUp();
         Connect();
         TheIrdaWorld().is_silent  = true;
         stop_                     = 1;
         const std::uint32_t start = TheWorld().now;
-        std::size_t given         = 0;
+        std::ptrdiff_t given      = 0;
         TheIrdaWorld().on_idle    = [&] {
-            if (given == kTwelve.size() || TheWorld().now - start < (given + 1) * pause) return;
+            if (given == 12 || TheWorld().now - start < (given + 1) * pause) return;
             TheIrdaWorld().pieces.push_back(Part(given, given + 1));
             ++given;
         };
         EXPECT_EQ(Transceive(4096), pause == 150 ? kGood : LinkStatus::kStopped);
         EXPECT_LE(TheWorld().now - start, 3200U);
-        TearDown();
     }
 }
 
@@ -276,17 +243,13 @@ TEST_F(IrdaTransport, WhatIsLeftOfAReplyIsThrownAwayUntilTheLineIsSilent) {
     EXPECT_TRUE(link_->WaitForSilence(1000));
     EXPECT_TRUE(TheIrdaWorld().pieces.empty());
     EXPECT_EQ(TheWorld().now - start, 1510U);
-    TheWorld().on_wait = nullptr;
 }
 
 TEST_F(IrdaTransport, SendingThatFailsEndsTheExchange) {
-    const std::array<void (*)(IrdaLink&), 3> causes = {
-        [](IrdaLink&) { AlwaysFail(Call::kSend); },
-        [](IrdaLink&) { TheIrdaWorld().sends_half = true; },
-        [](IrdaLink& link) { link.Close(); },
-    };
+    void (*const causes[])(IrdaLink&) = {[](IrdaLink&) { AlwaysFail(Call::kSend); },
+                                         [](IrdaLink&) { TheIrdaWorld().sends_half = true; },
+                                         [](IrdaLink& link) { link.Close(); }};
     for (const auto cause : causes) {
-        SetUp();
         Connect();
         cause(*link_);
         TheIrdaWorld().pieces = {kTwelve};
@@ -294,27 +257,18 @@ TEST_F(IrdaTransport, SendingThatFailsEndsTheExchange) {
         EXPECT_EQ(received_, 0u);
         EXPECT_EQ(TheIrdaWorld().receive_calls, 0u);
         EXPECT_EQ(TheWorld().debug_lines, DebugLines{L"sending of data failed"});
-        TearDown();
     }
 }
 
 TEST_F(IrdaTransport, TracesSixteenBytesALineAndAnEmptyLineBehindAFullOne) {
     Connect();
-    Bytes request;
-    for (std::uint8_t i = 0; i < 17; ++i) request.push_back(static_cast<std::uint8_t>(0xF0 + i));
-    Bytes sixteen(16, 0x0A);
-    sixteen[2]            = 16;
-    sixteen[3]            = 0;
-    TheIrdaWorld().pieces = {sixteen};
-    EXPECT_EQ(Transceive(4096, request), LinkStatus::kOk);
+    TheIrdaWorld().pieces = {test::Hex("0A 0A 10 00 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A")};
+    EXPECT_EQ(Transceive(4096, test::Hex("F0 F1 F2 F3 F4 F5 F6 F7 F8 F9 FA FB FC FD FE FF 00")), LinkStatus::kOk);
     const std::string expected =
-        "Device name NELTO T780\r\n"
-        "SEND 17 Bytes\r\n"
+        "Device name NELTO T780\r\nSEND 17 Bytes\r\n"
         "F0 F1 F2 F3 F4 F5 F6 F7 F8 F9 FA FB FC FD FE FF \r\n"
-        "00 \r\n"
-        "RECEIVE 16 Bytes\r\n"
-        "0A 0A 10 00 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A \r\n"
-        "\r\n";
+        "00 \r\nRECEIVE 16 Bytes\r\n"
+        "0A 0A 10 00 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A \r\n\r\n";
     EXPECT_EQ(TheWorld().files[kLog], expected);
     link_->Close();
     EXPECT_EQ(Transceive(4096), LinkStatus::kDriverFailed);

@@ -3,6 +3,7 @@
 
 #include <fstream>
 #include <sstream>
+#include <tuple>
 
 #include "core/exchange_file.h"
 #include "core/value_text.h"
@@ -11,87 +12,64 @@
 namespace nelto {
 namespace {
 
-constexpr float kAbsent = kInvalidNumber;
-
 using ManualValuesTest = test::HostTest;
-
-const ChannelRecord* Find(const ChannelTable& channels, std::uint32_t view_ident) {
-    const ChannelRecord* found = nullptr;
-    for (const ChannelRecord& record : UsedRecords(channels)) {
-        if (record.view_ident != view_ident) continue;
-        EXPECT_EQ(found, nullptr) << "twice in the table: " << std::hex << view_ident;
-        found = &record;
-    }
-    return found;
-}
 
 /// "-" for no record or no value, else value:resolution:unit.
 std::string Stored(const ChannelTable& channels, std::uint32_t view_ident) {
-    const ChannelRecord* record = Find(channels, view_ident);
-    if (record == nullptr || record->value_type == kNoValue) return "-";
-    EXPECT_EQ(record->value_type, kNumber);
-    const std::string value = record->value == kAbsent ? "marker" : std::to_string(record->value).substr(0, 5);
-    return value + ":" + std::to_string(record->resolution) + ":" + std::to_string(record->unit);
+    std::string found;
+    for (const ChannelRecord& record : UsedRecords(channels)) {
+        if (record.view_ident != view_ident) continue;
+        EXPECT_EQ(found, "") << "twice in the table: " << std::hex << view_ident;
+        found = "-";
+        if (record.value_type == kNoValue) continue;
+        EXPECT_EQ(record.value_type, kNumber);
+        found = record.value == kInvalidNumber ? "marker" : std::to_string(record.value).substr(0, 5);
+        found += ":" + std::to_string(record.resolution) + ":" + std::to_string(record.unit);
+    }
+    return found.empty() ? "-" : found;
 }
 
-struct Case {
-    const char* what;
-    ManualValues typed;
-    const char *smoke1, *smoke2, *smoke3, *mean, *heat;
-};
-
-void ExpectStored(const ChannelTable& channels, const Case& row) {
-    EXPECT_EQ(Stored(channels, kSmokeNumber1), row.smoke1);
-    EXPECT_EQ(Stored(channels, kSmokeNumber2), row.smoke2);
-    EXPECT_EQ(Stored(channels, kSmokeNumber3), row.smoke3);
-    EXPECT_EQ(Stored(channels, kSmokeNumberMean), row.mean);
-    EXPECT_EQ(Stored(channels, kHeatCarrierTemperature), row.heat);
+/// The smoke numbers, their mean, the heat carrier temperature and the oil derivative.
+std::string AllStored(const ChannelTable& channels) {
+    std::string all;
+    for (const ViewIdent ident :
+         {kSmokeNumber1, kSmokeNumber2, kSmokeNumber3, kSmokeNumberMean, kHeatCarrierTemperature, kOilDerivative})
+        all += Stored(channels, ident) + " ";
+    return all;
 }
+
+using Case = std::pair<ManualValues, const char*>;  // what was typed, all that is stored
 
 TEST_F(ManualValuesTest, MissingRecordsAreAppendedWhenTheyHaveAValue) {
     test::World().decimal_separator = L',';
-    // clang-format off
-    const Case cases[] = {
-        {"all valid",       {{L"2", L"3", L"9,5"}, L"999,9"}, "2.000:255:0", "3.000:255:0", "9.500:255:0",
-         "4.833:255:0", "999.9:255:1"},
-        {"limits",          {{L"2", L"3", L"10"}, L"1000"},   "2.000:255:0", "3.000:255:0", "-", "-", "-"},
-        {"no numbers",      {{L"", L"1.5", L"-1"}, L"abc"},   "-", "-", "-", "-", "-"},
-        {"zero is a value", {{L"0", L"0", L"0"}, L"0"},       "0.000:255:0", "0.000:255:0", "0.000:255:0",
-         "0.000:255:0", "0.000:255:1"},
-        {"number 2 alone",  {{L"x", L"1", L"x"}, L"x"},       "-", "1.000:255:0", "-", "-", "-"},
+    const Case cases[]              = {
+                     {{{L"2", L"3", L"9,5"}, L"999,9"}, "2.000:255:0 3.000:255:0 9.500:255:0 4.833:255:0 999.9:255:1 "},
+                     {{{L"2", L"3", L"10"}, L"1000"}, "2.000:255:0 3.000:255:0 - - - "},
+                     {{{L"", L"1.5", L"-1"}, L"abc"}, "- - - - - "},
+                     {{{L"0", L"0", L"0"}, L"0"}, "0.000:255:0 0.000:255:0 0.000:255:0 0.000:255:0 0.000:255:1 "},
+                     {{{L"x", L"1", L"x"}, L"x"}, "- 1.000:255:0 - - - "},
     };
-    // clang-format on
-    for (const Case& row : cases) {
-        SCOPED_TRACE(row.what);
+    for (const auto& [typed, stored] : cases) {
         ChannelTable channels{};
-        StoreManualValues(row.typed, channels);
-        ExpectStored(channels, row);
-        EXPECT_EQ(Stored(channels, kOilDerivative), "0.000:0:0");
+        StoreManualValues(typed, channels);
+        EXPECT_EQ(AllStored(channels), stored + std::string("0.000:0:0 "));
     }
 }
 
 TEST_F(ManualValuesTest, StandingRecordsAreUpdatedOrMarkedInvalid) {
-    // clang-format off
     const Case cases[] = {
-        {"number 2 absent", {{L"1", L"x", L"3"}, L"70", 2}, "1.000:255:2", "marker:255:2", "3.000:255:2", "-",
-         "70.00:255:2"},
-        {"number 1 absent", {{L"x", L"2", L"3"}, L"x", 2},  "-", "-", "3.000:255:2", "-", "-"},
-        {"all present",     {{L"1", L"2", L"3"}, L"70", 2}, "1.000:255:2", "2.000:255:2", "3.000:255:2",
-         "2.000:255:2", "70.00:255:2"},
+        {{{L"1", L"x", L"3"}, L"70", 2}, "1.000:255:2 marker:255:2 3.000:255:2 - 70.00:255:2 "},
+        {{{L"x", L"2", L"3"}, L"x", 2}, "- - 3.000:255:2 - - "},
+        {{{L"1", L"2", L"3"}, L"70", 2}, "1.000:255:2 2.000:255:2 3.000:255:2 2.000:255:2 70.00:255:2 "},
     };
-    // clang-format on
-    for (const Case& row : cases) {
-        SCOPED_TRACE(row.what);
+    for (const auto& [typed, stored] : cases) {
         ChannelTable channels{};
-        const auto standing = {kOilDerivative, kSmokeNumberMean,        kSmokeNumber3, kSmokeNumber2,
-                               kSmokeNumber1,  kHeatCarrierTemperature, kFuel};
-        std::size_t next    = 0;
-        for (const ViewIdent ident : standing)
-            channels[next++] = {.view_ident = ident, .unit = 2, .value_type = kText, .value = 1.0F};
-        StoreManualValues(row.typed, channels);
-        EXPECT_EQ(UsedRecords(channels).size(), standing.size());
-        ExpectStored(channels, row);
-        EXPECT_EQ(Stored(channels, kOilDerivative), "2.000:0:2");
+        for (const ViewIdent ident : {kOilDerivative, kSmokeNumberMean, kSmokeNumber3, kSmokeNumber2, kSmokeNumber1,
+                                      kHeatCarrierTemperature, kFuel})
+            AppendRecord(channels, {.view_ident = ident, .unit = 2, .value_type = kText, .value = 1.0F});
+        StoreManualValues(typed, channels);
+        EXPECT_EQ(UsedRecords(channels).size(), 7U);
+        EXPECT_EQ(AllStored(channels), stored + std::string("2.000:0:2 "));
         EXPECT_EQ(Stored(channels, kFuel), "1.000:0:2");
     }
 }
@@ -108,8 +86,8 @@ TEST_F(ManualValuesTest, SmokeChannelsThatNobodyCouldEnterStayAsTheyAre) {
     EXPECT_EQ(Stored(channels, kOilDerivative), "2.000:0:0");  // yes, by its place in the field
     EXPECT_EQ(Stored(channels, kHeatCarrierTemperature), "70.00:255:1");
     EXPECT_EQ(UsedRecords(channels).size(), 4U);
-    for (const std::size_t used :
-         {59U, 60U}) {  // with four smoke channels before it, the temperature finds room or none
+    // With four smoke channels before it, the temperature finds room or none.
+    for (const std::size_t used : {59U, 60U}) {
         channels.fill({.view_ident = 0x0901});
         std::fill(channels.begin() + static_cast<std::ptrdiff_t>(used), channels.end(), ChannelRecord());
         StoreManualValues(typed, channels);

@@ -1,5 +1,7 @@
 #include "transport/serial_link.h"
 
+#include <tuple>
+
 #include "support.h"
 
 namespace nelto::test {
@@ -32,39 +34,30 @@ TEST_F(SerialTransportTest, OpensThePortWithItsSettingsAndSaysWhatFailed) {
     World().serial_ports[L"\\\\.\\COM10"].device = &peer_;
     ASSERT_NE(SerialLink::Open(10, nullptr), nullptr);
     EXPECT_EQ(World().serial_ports[L"\\\\.\\COM10"].baud_rate, 19200U);
-    EXPECT_EQ(LogLines(kZivLog), (std::vector<std::string>{"NeltoRS232Open uPort = 10, \\\\.\\COM10", "Port open OK",
-                                                           "Serial port closed"}));
+    EXPECT_EQ(LogText(kZivLog), "NeltoRS232Open uPort = 10, \\\\.\\COM10|Port open OK|Serial port closed|");
     EXPECT_EQ(World().debug_lines.at(1), L"Serial port opened");
 
-    struct Case {
-        void (*spoil)(platform::memory::SerialPortState&);
-        std::vector<std::string> lines;
+    const std::pair<void (*)(platform::memory::SerialPortState&), std::string> cases[] = {
+        {[](auto& state) { state.open_error = 2; }, "Error Number 2|Port open failed|"},
+        {[](auto&) { AlwaysFail(Call::kSerialTimeouts); }, "SetCommTimeouts failed|"},
+        {[](auto&) { AlwaysFail(Call::kGetLine); }, "GetCommState failed|"},
+        {[](auto&) { AlwaysFail(Call::kSetLine); }, ""},
     };
-    const Case cases[] = {
-        {[](auto& state) { state.open_error = 2; }, {"Error Number 2", "Port open failed"}},
-        {[](auto&) { AlwaysFail(Call::kSerialTimeouts); }, {"SetCommTimeouts failed"}},
-        {[](auto&) { AlwaysFail(Call::kGetLine); }, {"GetCommState failed"}},
-        {[](auto&) { AlwaysFail(Call::kSetLine); }, {}},
-    };
-    for (const Case& row : cases) {
+    for (const auto& [spoil, lines] : cases) {
         platform::memory::ResetWorld();
-        row.spoil(World().serial_ports[L"COM9"]);
+        spoil(World().serial_ports[L"COM9"]);
         EXPECT_EQ(SerialLink::Open(9, nullptr), nullptr);
-        std::vector<std::string> lines = {"NeltoRS232Open uPort = 9, COM9"};
-        lines.insert(lines.end(), row.lines.begin(), row.lines.end());
-        EXPECT_EQ(LogLines(kZivLog), lines);
+        EXPECT_EQ(LogText(kZivLog), "NeltoRS232Open uPort = 9, COM9|" + lines);
     }
 }
 
 TEST_F(SerialTransportTest, CarriesAMessageBothWays) {
     Open();
-    Bytes message(121);
-    for (std::size_t index = 0; index < message.size(); ++index) message[index] = static_cast<std::uint8_t>(index);
     const Bytes long_reply(250, 0x33);
     const auto blocks = ReplyBlocks(long_reply);
     peer_.answers     = {{Hex("21 80 0f")}, {blocks[0]}, {blocks[1]}, {blocks[2]}};
 
-    EXPECT_EQ(Transceive(message), kSerialOk);
+    EXPECT_EQ(Transceive(Counting(121)), kSerialOk);
     EXPECT_EQ(Reply(), long_reply);
     ASSERT_EQ(peer_.written.size(), 4U);
     EXPECT_EQ(peer_.written[0].size(), 128U);
@@ -76,47 +69,35 @@ TEST_F(SerialTransportTest, CarriesAMessageBothWays) {
 }
 
 TEST_F(SerialTransportTest, EndsEveryFaultWithItsCodeAndLine) {
-    struct Case {
-        const char* name;
-        std::size_t message_size;
-        std::vector<ScriptedPeer::Answer> answers;
-        std::uint32_t result;
-        const char* line;
-    };
-    const Bytes good   = ReplyBlocks(Hex("00 42 00 00"))[0];
-    Bytes flipped      = good;
-    flipped[7]         = static_cast<std::uint8_t>(flipped[7] ^ 1);
-    const auto full    = ReplyBlocks(Bytes(256, 1));
-    const auto over    = ReplyBlocks(Bytes(257, 1));
-    const Case cases[] = {
+    const Bytes good = ReplyBlocks(Hex("00 42 00 00"))[0];
+    const auto full  = ReplyBlocks(Bytes(256, 1));
+    const auto over  = ReplyBlocks(Bytes(257, 1));
+    // Name, size of the message, answers, result, last line of the log.
+    const std::tuple<const char*, std::size_t, std::deque<ScriptedPeer::Answer>, std::uint32_t, const char*> cases[] = {
         {"silence", 1, {}, 3, "Transceive error 3, number of received bytes 0"},
         {"short", 1, {{Hex("21 00 00 00 01")}}, 3, "Transceive error 3, number of received bytes 5"},
-        {"acknowledgement instead of a reply",
-         1,
-         {{Hex("21 80 0f")}},
-         3,
-         "Transceive error 3, number of received bytes 3"},
+        {"no reply", 1, {{Hex("21 80 0f")}}, 3, "Transceive error 3, number of received bytes 3"},
         {"no acknowledgement", 121, {{good}}, 3, "Transceive error 2"},
         {"wrong acknowledgement", 121, {{Hex("21 80 0e")}}, 3, "Transceive error 2"},
         {"wrong length", 1, {{Hex("21 00 00 00 01 07 00 42 00 00 aa bb")}}, 3, "Transceive error 4"},
         {"index", 1, {{Hex("21 00 01 00 01 00 00 00")}}, 3, "Transceive error 5"},
-        {"flipped bit", 1, {{flipped}}, 3, "Transceive error 6"},
+        {"wrong checksum", 1, {{Hex("21 00 00 00 01 01 07 00 00")}}, 3, "Transceive error 6"},
         {"late", 1, {{good, 201}}, 3, "Transceive error 3, number of received bytes 0"},
         {"too long", 1, {{over[0]}, {over[1]}, {over[2]}}, 5, "Transceive error 7"},
         {"just fits", 1, {{full[0]}, {full[1]}, {full[2]}}, 0, "Receive time 10 msec"},
         {"just in time", 1, {{good, 200}}, 0, "Receive time 200 msec"},
         {"empty message", 0, {}, 3, "Transceive error 3, number of received bytes 0"},
     };
-    for (const Case& row : cases) {
-        SCOPED_TRACE(row.name);
+    for (const auto& [name, message_size, answers, result, line] : cases) {
+        SCOPED_TRACE(name);
         platform::memory::ResetWorld();
         ScriptedPeer peer;
         World().serial_ports[L"COM5"].device = &peer;
         Open();
-        peer.answers.assign(row.answers.begin(), row.answers.end());
-        EXPECT_EQ(Transceive(Bytes(row.message_size, 0x42)), row.result);
-        EXPECT_EQ(LogLines(kZivLog).back(), row.line);
-        if (row.result != 0) EXPECT_EQ(received_, 0U);
+        peer.answers = answers;
+        EXPECT_EQ(Transceive(Bytes(message_size, 0x42)), result);
+        EXPECT_EQ(LogLines(kZivLog).back(), line);
+        if (result != 0) EXPECT_EQ(received_, 0U);
         link_.reset();
     }
     SerialLink closed(platform::SerialHandle::kNone, nullptr);
@@ -134,10 +115,7 @@ TEST_F(SerialTransportTest, NeverTakesALateAnswerForTheNext) {
 
 TEST_F(SerialTransportTest, EndsAnEndlessReply) {
     Open();
-    std::array<std::uint8_t, kMaxBlockSize> frame{};
-    const std::size_t size = BuildBlock(frame, kAnalyserStart, 0, 2, {});
-    const Bytes drop(frame.begin(), frame.begin() + static_cast<std::ptrdiff_t>(size));
-    for (int block = 0; block < 1000; ++block) peer_.answers.push_back({drop, 150});
+    peer_.answers.assign(1000, {Packet(0, 2, {}), 150});
     EXPECT_EQ(Transceive(Hex("42")), kSerialProtocolFault);
     EXPECT_EQ(peer_.written.size(), kMaxUselessBlocks + 1);
 }

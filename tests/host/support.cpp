@@ -1,6 +1,7 @@
 #include "support.h"
 
 #include <algorithm>
+#include <iomanip>
 #include <sstream>
 
 namespace nelto::test {
@@ -24,8 +25,27 @@ std::vector<std::string> LogLines(const std::wstring& file_name) {
     return lines;
 }
 
+std::string LogText(const std::wstring& file_name, const std::string& prefix) {
+    std::string text;
+    for (const std::string& line : LogLines(file_name)) {
+        EXPECT_TRUE(line.starts_with(prefix)) << line;
+        text += line.substr(prefix.size()) + "|";
+    }
+    return text;
+}
+
 bool LogHas(const std::wstring& file_name, const std::string& text) {
     return std::ranges::any_of(LogLines(file_name), [&](const std::string& line) { return line.ends_with(text); });
+}
+
+std::string ResultsOf(const ChannelTable& table) {
+    std::ostringstream results;
+    results << std::hex << std::uppercase << std::setfill('0');
+    for (const ChannelRecord& record : UsedRecords(table)) {
+        if (results.tellp() > 0) results << ' ';
+        results << std::setw(2) << (record.view_ident & 0xFF) << ':' << record.value;
+    }
+    return results.str();
 }
 
 }  // namespace nelto::test

@@ -27,7 +27,12 @@ std::unique_ptr<Instrument> Nelto780Open(ProgramState& state);
 
 /// Lines of a log in the temporary directory, without its line ends.
 std::vector<std::string> LogLines(const std::wstring& file_name);
+/// The same lines without the `prefix` that each one must have, every one ended by "|".
+std::string LogText(const std::wstring& file_name, const std::string& prefix = {});
 /// True when one of the lines ends with `text`.
 bool LogHas(const std::wstring& file_name, const std::string& text);
+
+/// The records in use, low bytes of their view idents in hex and whole values: "2E:1 2F:1".
+std::string ResultsOf(const ChannelTable& table);
 
 }  // namespace nelto::test

@@ -7,7 +7,7 @@ from pathlib import Path
 
 import wine_env
 from pixels import Image
-from program_session import ROOT, Session
+from program_session import ROOT, DriverError, Session
 
 _screen = None
 
@@ -43,6 +43,16 @@ class WindowsTestCase(unittest.TestCase):
         self.addCleanup(session.close)
         self.addCleanup(self._picture_of_failure)
         return session
+
+    def message_box(self, session, button=None):
+        """The message that is shown, None if there is none; it is left by its button."""
+        try:
+            box = session.ask("messagebox")
+            if button:
+                session.ask("messagebox", button)
+            return box
+        except DriverError:
+            return None
 
     def _picture_of_failure(self):
         outcome = self._outcome.result

@@ -1,12 +1,12 @@
 """Finding a picture of the program on a screenshot."""
 
+import re
 import subprocess
 
 from program_session import BUILT
 
 PICTURES = BUILT / "src/artwork"
 MAGENTA = b"\xff\x00\xff"  # the pictures' transparent colour
-RUN = 16                   # pixels of a row that are looked for first
 
 
 class Image:
@@ -26,36 +26,22 @@ def picture(number, scaling=100):
     return Image(PICTURES / f"{number}_{scaling}.bmp")
 
 
-def _most_varied_run(picture):
-    """Place of the most colourful run of pixels without a transparent one."""
-    best = (0, 0, 0)
+def _opaque_runs(picture):
+    """Row, column and pixels of each run without a transparent one."""
     for y in range(picture.height):
-        for x in range(0, picture.width - RUN, 4):
-            run = picture.row(y, x, RUN)
-            colours = {run[i:i + 3] for i in range(0, len(run), 3)}
-            if MAGENTA not in colours:
-                best = max(best, (len(colours), x, y))
-    return best[1], best[2]
-
-
-def _stands_at(picture, screen, left, top):
-    if left < 0 or top < 0 or left + picture.width > screen.width or top + picture.height > screen.height:
-        return False
-    for y in range(picture.height):
-        wanted, seen = picture.row(y), screen.row(top + y, left, picture.width)
-        for i in range(0, len(wanted), 3):
-            if wanted[i:i + 3] not in (MAGENTA, seen[i:i + 3]):
-                return False
-    return True
+        for run in re.finditer(b"(?s)(?:%b)+|((?:(?!%b)...)+)" % (MAGENTA, MAGENTA), picture.row(y)):
+            if run[1]:
+                yield y, run.start() // 3, run[1]
 
 
 def place(screen, picture):
     """Where the picture's left upper corner stands on the screen, pixel by pixel but for its transparent ones; or None."""
-    x, y = _most_varied_run(picture)
-    run = picture.row(y, x, RUN)
+    runs = list(_opaque_runs(picture))
+    y, x, varied = max(runs, key=lambda run: len(set(run[2])))
     for screen_row in range(screen.height):
         row, at = screen.row(screen_row), -1
-        while (at := row.find(run, at + 1)) >= 0:
-            if at % 3 == 0 and _stands_at(picture, screen, at // 3 - x, screen_row - y):
-                return at // 3 - x, screen_row - y
+        while (at := row.find(varied, at + 1)) >= 0:
+            left, top = at // 3 - x, screen_row - y
+            if at % 3 == 0 and min(left, top) >= 0 and all(screen.row(top + y, left + x, len(run) // 3) == run for y, x, run in runs):
+                return left, top
     return None

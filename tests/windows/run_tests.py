@@ -23,14 +23,6 @@ PARALLEL = 2
 CLASS_TIMEOUT = 1800
 
 
-def tests_in(suite):
-    for test in suite:
-        if isinstance(test, unittest.TestSuite):
-            yield from tests_in(test)
-        else:
-            yield test
-
-
 def belongs_here(test, words):
     if wine_env.ARCH == "x86" and isinstance(test, harness.FileTestCase):
         return False
@@ -70,13 +62,11 @@ def start_group(names):
 def main(words):
     if words[:1] == ["--group"]:
         return run_group(words[1:])
-    groups = {}
-    for test in tests_in(unittest.defaultTestLoader.discover(str(HERE))):
-        if belongs_here(test, words):
-            groups.setdefault(type(test), []).append(test.id())
+    classes = [tests for module in unittest.defaultTestLoader.discover(str(HERE)) for tests in module]
+    groups = [[test.id() for test in tests if belongs_here(test, words)] for tests in classes]
     wine_env.make_template()
     with concurrent.futures.ThreadPoolExecutor(PARALLEL) as pool:
-        results = list(pool.map(start_group, groups.values()))
+        results = list(pool.map(start_group, filter(None, groups)))
     passed, broken = (sum(numbers) for numbers in zip(*results, strict=True)) if results else (0, 0)
     print(f"{RING}: {passed} passed, {broken} failed")
     return 1 if broken or not passed else 0

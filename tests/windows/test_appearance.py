@@ -9,7 +9,6 @@ from pixels import MAGENTA, picture, place
 from program_session import (BLUETOOTH, BLUETOOTH_PORT, CANCEL, CAPTION, CONNECTION, COURSE_CAPTION, COURSE_COMMAND, COURSE_HINT,
                              COURSE_LIST, COURSE_PLOT, COURSE_SPAN, DEVICE_BOX, HEATING_CHECK, HEAT_CARRIER, HELP, IRDA, LIST,
                              OIL_DERIVATIVE, OK, PATIENCE, RS232, RS232_PORT, SETTINGS, SETTINGS_CAPTION, SMOKE, STATUS, USB)
-from serial_peer import Analyser780
 from test_session import SerialSession
 
 READING = {"en": "Reading measure values", "de": "Lese Messwerte"}
@@ -26,7 +25,7 @@ LONGEST = {
     DEVICE_BOX: ["nelto 780-2 HD", "nelto 780-255"], CONNECTION: ["Bluetooth COM255"], HEAT_CARRIER: ["999.9"],
     COURSE_SPAN: ["120 min"], COURSE_HINT: ["Sechs Verläufe sind zu sehen: erst einen abwählen."],
     BLUETOOTH_PORT: ["255"], RS232_PORT: ["255"], OIL_DERIVATIVE: ["NEIN", "YES"], **{field: ["10.0"] for field in SMOKE}}
-CELLS = {"value": ["-1234.567", "01234567", "NEIN"], "unit": ["mg/kWh", "mg/m³", "m/sec", "Unit 207"]}
+VALUES, UNITS = ["-1234.567", "01234567", "NEIN"], ["mg/kWh", "mg/m³", "m/sec", "Unit 207"]
 
 # Each field and the label that a screen reader names it by: the text that comes before it.
 NAMED_BY = {LIST: 501, SMOKE[0]: 530, SMOKE[1]: 531, SMOKE[2]: 532, OIL_DERIVATIVE: 533, HEAT_CARRIER: 534,
@@ -82,51 +81,42 @@ class Appearance(SerialSession):
     def assert_status_fits(self, language):
         """Two lines at most, and the one that is shown now lies whole beside its picture."""
         program = self.program
-        left, top, width, height = program.state(STATUS)["rect"]
+        (left, top, width, height), (*_, line), small = (program.state(each)["rect"] for each in (STATUS, CONNECTION, SMALL_PICTURE))
         for texts in (SEARCHING, READING, AVAILABLE, BROKEN, INVALID):
             self.assertLessEqual(self.lines(texts[language], width), 2, texts)
-        line = program.state(CONNECTION)["rect"][3]
-        small = program.state(SMALL_PICTURE)["rect"]
         self.assertGreaterEqual(height, self.lines(program.text(STATUS), width) * line)
         self.assertTrue(small[1] <= top and top + height <= small[1] + small[3] and left >= small[0] + small[2])
 
-    def assert_list_fits(self, scaling):
+    def assert_list_fits(self, scaling, control, cells):
         """Titles, numbers and units are shown whole, and a vertical scroll bar does not bring a horizontal one with it."""
-        listed, program = self.program.ask("items", LIST), self.program
-        columns = [[], CELLS["value"], CELLS["unit"]]
-        for title, width, texts in zip(listed["columns"], listed["widths"], columns, strict=True):
+        listed = self.program.ask("items", control)
+        for title, width, texts in zip(listed["columns"], listed["widths"], cells, strict=True):
             for text in [title, *texts]:
                 self.assertLessEqual(self.width(text) + CELL_MARGIN * scaling // 100, width, text)
-        self.assertEqual(program.state(LIST)["style"] & (WS_HSCROLL | WS_VSCROLL), WS_VSCROLL if listed["rows"] else 0)
+        style = self.program.state(control)["style"]
+        self.assertEqual(style & (WS_HSCROLL | WS_VSCROLL), WS_VSCROLL if listed["rows"] else 0)
 
     def assert_course_fits(self, scaling, language):
         program = self.program
         program.ask("command", COURSE_COMMAND)
         program.window(COURSE_CAPTION[language])
         self.assert_controls_fit(scaling, COURSE_PLOT)  # its text is for screen readers
-        listed = program.ask("items", COURSE_LIST)
-        for title, width in zip(listed["columns"], listed["widths"], strict=True):
-            for text in [title, *CELLS["value"], *CELLS["unit"]]:
-                self.assertLessEqual(self.width(text) + CELL_MARGIN * scaling // 100, width, text)
-        style = program.state(COURSE_LIST)["style"]
-        self.assertEqual(style & (WS_HSCROLL | WS_VSCROLL), WS_VSCROLL if listed["rows"] else 0)
+        self.assert_list_fits(scaling, COURSE_LIST, 7 * [VALUES + UNITS])
         program.ask("close")
         program.window(CAPTION)
 
     def assert_pictures(self, scaling, large, small, background=None):
         """The set drawn for the scaling is shown, both pictures in the middle of their places and nothing of the magenta."""
         self.program.ask("activate")
-        numbers = {LARGE_PICTURE: large, SMALL_PICTURE: small}
-        pictures = {area: picture(number, scaling) for area, number in numbers.items()}
+        pictures = [picture(number, scaling) for number in (large, small)]
 
         def places():
             self.seen = harness.look()
-            found = {area: place(self.seen, image) for area, image in pictures.items()}
-            return None not in found.values() and found
-        found = self.program.wait_until(places, f"the pictures {numbers} for {scaling} %")
+            found = [place(self.seen, image) for image in pictures]
+            return None not in found and found
+        found = self.program.wait_until(places, f"the pictures {large} and {small} for {scaling} %")
         offsets = []
-        for area, image in pictures.items():
-            left, top = found[area]
+        for area, image, (left, top) in zip((LARGE_PICTURE, SMALL_PICTURE), pictures, found):
             centre = middle(self.program.state(area)["rect"])
             offsets.append([a - b for a, b in zip(middle((left, top, image.width, image.height)), centre)])
             for y in range(image.height if background else 0):
@@ -138,10 +128,8 @@ class Appearance(SerialSession):
         self.assertNotIn(3 * MAGENTA, self.seen.bytes)
 
     def test_everything_fits_at_every_scaling_in_both_languages(self):
-        analyser = Analyser780()
-        analyser.channels = MANY_CHANNELS
-        analyser.texts |= {100 + i: channel[4] for i, channel in enumerate(MANY_CHANNELS)}
-        program = self.prepare(analyser=analyser)
+        program = self.prepare(channels=MANY_CHANNELS)
+        self.analyser.texts |= {100 + i: channel[4] for i, channel in enumerate(MANY_CHANNELS)}
         for scaling in (100, 125, 150, 200):
             for language, link, status, pictures in (("en", 0, SEARCHING, (201, 210)), ("de", 5, AVAILABLE, (200, 212))):
                 with self.subTest(scaling=scaling, language=language):
@@ -150,7 +138,7 @@ class Appearance(SerialSession):
                     program.wait_until(lambda: status is SEARCHING or program.rows(), "the rows of the list")
                     self.assert_texts_fit(scaling)
                     self.assert_status_fits(language)
-                    self.assert_list_fits(scaling)
+                    self.assert_list_fits(scaling, LIST, [[], VALUES, UNITS])
                     self.assert_pictures(scaling, *pictures)
                     program.open_settings()
                     self.assert_texts_fit(scaling)
@@ -158,15 +146,13 @@ class Appearance(SerialSession):
                     self.assert_course_fits(scaling, language)
 
     def test_black_theme_and_a_status_of_two_lines(self):
-        self.prepare()
-        self.analyser.zero_flag = 0
+        self.prepare(zero_flag=0)
         self.program.restart("en", BLACK_THEME | {DESKTOP: {"LogPixels": 120}})
         self.program.wait_status(INVALID["en"])
         self.assert_status_fits("en")
         self.assert_pictures(125, 200, 214, background=b"\0\0\0")
-        screen = self.seen
-        dark = sum(screen.row(y).count(b"\0\0\0") for y in range(screen.height))
-        self.assertGreater(dark, 0.8 * screen.width * screen.height)  # but for texts, lines and pictures
+        dark = self.seen.bytes.count(b"\0\0\0")
+        self.assertGreater(3 * dark, 0.8 * len(self.seen.bytes))  # but for texts, lines and pictures
 
     def test_a_change_of_the_scaling_fits_the_columns_anew(self):
         """Wine has one scaling for all screens, so the dialog manager's part is done by hand."""
@@ -198,15 +184,14 @@ class Appearance(SerialSession):
         self.assertEqual(drawn.count(b"LVM_SETITEMTEXTW"), 1)
 
 
-class Keyboard(SerialSession):
-    def press(self, *keys, focus):
-        self.program.ask("press", *keys)
-        self.program.wait_until(lambda: self.program.ask("focus") == focus, f"the focus on {focus} after {keys}")
-
+class KeyboardSession(SerialSession):
     def walk(self, key, *controls):
         for control in controls:
-            self.press(*key, focus=control)
+            self.program.ask("press", *key)
+            self.program.wait_until(lambda: self.program.ask("focus") == control, f"the focus on {control} after {key}")
 
+
+class Keyboard(KeyboardSession):
     def press_until(self, key, condition):
         self.program.ask("press", key)
         self.program.wait_until(condition, f"the effect of key {key:#x}")
@@ -221,9 +206,7 @@ class Keyboard(SerialSession):
         self.assertEqual({field: names[field] for field in fields}, {field: NAMED_BY[field] for field in fields})
 
     def test_main_dialog(self):
-        analyser = Analyser780()
-        analyser.zero_flag = 0
-        program = self.begin(analyser=analyser, wait=False)
+        program = self.begin(zero_flag=0, wait=False)
         program.wait_status(INVALID["en"])
         program.ask("activate")
         self.assert_names([LIST, *SMOKE, OIL_DERIVATIVE, HEAT_CARRIER])
@@ -231,7 +214,7 @@ class Keyboard(SerialSession):
         self.walk([SHIFT, TAB], CANCEL)
         self.walk([TAB], LIST)
         program.ask("press", ENTER)  # nothing yet: OK is disabled
-        analyser.zero_flag = 1
+        self.analyser.zero_flag = 1
         self.wait_values()
         program.wait_until(lambda: program.ask("focus") == OK and program.enabled(HEAT_CARRIER), "the focus on OK")
         self.walk([TAB], CANCEL, LIST, *SMOKE, OIL_DERIVATIVE)

@@ -2,18 +2,17 @@
 
 import re
 
+from link_session import INVALID
 from program_session import (CANCEL, CAPTION, COURSE_CAPTION, COURSE_CLOSE, COURSE_HINT, COURSE_LIST, COURSE_PLOT, COURSE_SAVE,
-                             COURSE_SPAN, LIST, OK, DriverError)
-from serial_peer import Analyser780
-from test_appearance import DOWN, ENTER, ESCAPE, SHIFT, SPACE, TAB, UP
-from test_session import INVALID, SerialSession
+                             COURSE_SPAN, LIST, OK)
+from test_appearance import DOWN, ENTER, ESCAPE, SHIFT, SPACE, TAB, UP, KeyboardSession
 
 CONTROL, F10, LEFT = 0x11, 0x79, 0x25
 SAVE_CAPTION, FILE_NAME, FILE_OK, ANSWER_YES = "Speichern als", 1148, 1, 6  # of the system's dialogs
 SIX = [(0x0101, 1), (0x0901, 130), (0x0902, 131), (0x0301, 24), (0x0777, 33), (0xFF01, 1)]  # of seven and more channels
 
 
-class Course(SerialSession):
+class Course(KeyboardSession):
     def press(self, *keys):
         self.program.ask("press", *keys)
 
@@ -39,10 +38,8 @@ class Course(SerialSession):
         self.press(CONTROL, ord("C"))
         everything = self.copied(lambda text: text.startswith("FT\t"), "all rows")
         self.assertEqual(everything.split("\r\n"), ["\t".join(row) for row in program.rows()] + [""])
-        self.press(DOWN)
-        self.press(SHIFT, F10)
-        self.press(DOWN)
-        self.press(ENTER)
+        for keys in ((DOWN,), (SHIFT, F10), (DOWN,), (ENTER,)):
+            self.press(*keys)
         self.assertEqual(self.copied(lambda text: text != everything, "the selected row"), "FT\t183\t°C\r\n")
         self.open_course()
         self.plot("^Course of values; FT$")
@@ -58,9 +55,7 @@ class Course(SerialSession):
         self.analyser.channels[0] = (0x0101, 1, 0, 200.0, "FT")
         program.wait_until(lambda: program.ask("items", COURSE_LIST)["rows"][0][1:2] == ["200"], "another value")
         self.assertEqual(program.ask("items", COURSE_LIST)["rows"][0][3::2], ["183", "200"])
-        for control in (COURSE_PLOT, COURSE_LIST, COURSE_SAVE, COURSE_CLOSE, COURSE_SPAN, COURSE_PLOT):
-            self.press(TAB)
-            program.wait_until(lambda control=control: program.ask("focus") == control, f"the focus on {control}")
+        self.walk([TAB], COURSE_PLOT, COURSE_LIST, COURSE_SAVE, COURSE_CLOSE, COURSE_SPAN, COURSE_PLOT)
         self.press(LEFT)
         self.plot(r"FT  (183|200) °C  \(\d\d:\d\d:\d\d\); O2  20.9 %")
         hint = program.text(COURSE_HINT)
@@ -76,14 +71,12 @@ class Course(SerialSession):
         self.assertEqual([program.ask("regget", f"CourseChannel{number}") for number in (1, 6)], [0x0901, 0x0102])
 
     def test_a_window_in_front_keeps_the_focus_and_comes_back_as_it_was(self):
-        analyser = Analyser780()
-        analyser.zero_flag = 0
-        program = self.begin(analyser=analyser, wait=False)
+        program = self.begin(zero_flag=0, wait=False)
         program.wait_status(INVALID["en"])
         self.open_course()
         self.assertFalse(program.enabled(COURSE_SAVE))
         program.ask("select", COURSE_SPAN, 3)
-        analyser.zero_flag = 1
+        self.analyser.zero_flag = 1
         program.wait_until(lambda: program.enabled(COURSE_SAVE), "the first values")
         self.assertEqual(program.ask("focus"), COURSE_SPAN)
         program.window(CAPTION)
@@ -115,17 +108,9 @@ class Course(SerialSession):
         (program.temp / "verlauf.csv.part").mkdir()  # where the new file would be written
         program.window(COURSE_CAPTION["de"])
         self.save(path)
-        program.wait_until(lambda: self.answer_box(ANSWER_YES), "the question about the file")
+        program.wait_until(lambda: self.message_box(program, ANSWER_YES), "the question about the file")
         program.window(COURSE_CAPTION["de"])
-        box = program.wait_until(self.answer_box, "the failure")
+        box = program.wait_until(lambda: self.message_box(program, 1), "the failure")
         self.assertEqual(box["caption"], "Fehler")
         self.assertRegex("".join(box["texts"]), r"Der Verlauf konnte nicht gespeichert werden\.\s+C:.*verlauf\.csv\s+\w+")
         self.assertEqual(target.read_bytes(), b"kept")
-
-    def answer_box(self, button=1):
-        try:
-            box = self.program.ask("messagebox")
-            self.program.ask("messagebox", button)
-            return box
-        except DriverError:
-            return None

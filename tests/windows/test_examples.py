@@ -10,6 +10,15 @@ import harness
 from program_session import DIST, EXCHANGE_FILE, ROOT
 
 
+def script_in(folder, script):
+    """A program, and the exchange file of an earlier run."""
+    program, file = Path(folder, "program"), Path(folder, EXCHANGE_FILE)
+    program.write_text(f"#!/bin/sh\n{script}\n")
+    program.chmod(0o755)
+    file.write_bytes(b"2003=1,0\r\n")
+    return program, file
+
+
 class ReadExchangeFile(harness.FileTestCase):
     def test_starts_waits_and_tells_what_came_of_it(self):
         cases = [  # what the program does, arguments, exit code, what is printed
@@ -23,10 +32,7 @@ class ReadExchangeFile(harness.FileTestCase):
         ]
         for script, arguments, code, printed in cases:
             with self.subTest(script), tempfile.TemporaryDirectory() as folder:
-                program, file = Path(folder, "program"), Path(folder, EXCHANGE_FILE)
-                program.write_text(f"#!/bin/sh\n{script}\n")
-                program.chmod(0o755)
-                file.write_bytes(b"2003=1,0\r\n")  # of an earlier run
+                program, file = script_in(folder, script)
                 reader = subprocess.run([sys.executable, ROOT / "examples/read_exchange_file.py", "--run", program, *arguments],
                                         env={"TMP": folder, "PATH": "/usr/bin:/bin"}, capture_output=True, text=True, check=False)
                 self.assertEqual((reader.returncode, reader.stdout), (code, printed), reader.stderr)
@@ -42,10 +48,7 @@ class Values(harness.WindowsTestCase):
     def test_dialog(self):
         for script, wanted in ((r"printf '%s\r\n2003=4,6\r\n' $1 > $TMP/" + EXCHANGE_FILE, (0, "JOB17\n2003=4,6\n")), ("true", (1, ""))):
             with self.subTest(script), tempfile.TemporaryDirectory() as folder:
-                program = Path(folder, "program")
-                program.write_text(f"#!/bin/sh\n{script}\n")
-                program.chmod(0o755)
-                Path(folder, EXCHANGE_FILE).write_bytes(b"of an earlier run")
+                program, _ = script_in(folder, script)
                 with self.example("dialog", program, env={"TMP": folder, "PATH": "/usr/bin:/bin"}) as example:
                     self.assertEqual((example.communicate()[0], example.returncode), wanted[::-1])
 
@@ -53,9 +56,7 @@ class Values(harness.WindowsTestCase):
         session = self.session()
         driver = drop_in_d2xx.Driver(session.prefix)
         driver.set_up()
-        reader = session.prefix.folder / "nelto-read"
-        reader.write_text(f"#!/bin/sh\nexec wine '{DIST}/NeltoRead/nelto-read.exe' \"$@\" 2>/dev/null\n")
-        reader.chmod(0o755)
+        reader, _ = script_in(session.prefix.folder, f"exec wine '{DIST}/NeltoRead/nelto-read.exe' \"$@\" 2>/dev/null")
         with self.example("once", reader, env=session.prefix.environment) as example:
             self.assertRegex(example.communicate()[0], r"^20\S+ values nelto 780-2 O2 [34]\.\d+\n$")
             self.assertEqual(example.returncode, 0)

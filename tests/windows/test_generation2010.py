@@ -3,14 +3,14 @@
 import harness
 import program_session
 import wine_env
-from drop_in_generation2010 import KINDS, Instrument, scenario_of
+from drop_in_generation2010 import Instrument, scenario_of
 from link_session import NOBODY_ON_USB, SEARCHING, LinkSession
 from pixels import picture, place
 from program_session import CANCEL, DEVICE_BOX, OK
 
 # By instrument kind: the instrument name and the number of its picture.
-NAMES = {711: "nelto 710", 745: "nelto 745", 746: "nelto 780-0", 752: "nelto 752", 760: "nelto 760", 781: "nelto 780-5"}
-PICTURE_NUMBERS = {711: 205, 745: 200, 746: 200, 752: 204, 760: 203, 781: 202}
+KINDS = {711: ("nelto 710", 205), 745: ("nelto 745", 200), 746: ("nelto 780-0", 200), 752: ("nelto 752", 204),
+         760: ("nelto 760", 203), 781: ("nelto 780-5", 202)}
 
 
 class Session2010(LinkSession):
@@ -24,28 +24,21 @@ class Session2010(LinkSession):
 
 
 class EveryKind(Session2010):
-    def assert_picture(self, kind):
-        self.program.ask("activate")
-        self.program.wait_until(lambda: place(harness.look(), picture(PICTURE_NUMBERS[kind])),
-                                f"picture {PICTURE_NUMBERS[kind]}")
-
     def test_values_name_and_picture(self):
         self.prepare()
-        for kind in KINDS:
+        for kind, (name, number) in KINDS.items():
             with self.subTest(kind):
                 self.begin(scenario_of(kind))
                 rows = self.wait_values()
                 self.assertAlmostEqual(float(rows["O2"][0]), 4.2, delta=0.6)
                 self.assertEqual(rows["T-Dew"], ["-", "°C"])
-                self.assertEqual(rows["Fuel"][0], "Heating oil EL")
-                self.assertEqual(rows["Version"][0], "2.15")
-                self.assertEqual(rows["Device"][0], NAMES[kind])
+                self.assertEqual([rows[label][0] for label in ("Fuel", "Version", "Device")], ["Heating oil EL", "2.15", name])
                 self.assertEqual("SmokeP" in rows, kind != 752)
-                self.assertEqual(self.program.text(DEVICE_BOX), NAMES[kind])
-                self.assert_picture(kind)
+                self.assertEqual(self.program.text(DEVICE_BOX), name)
+                self.program.ask("activate")
+                self.program.wait_until(lambda: place(harness.look(), picture(number)), f"picture {number}")
                 self.assertEqual(self.program.leave(OK), 0)
-                self.assertIn(b"9200=45100123\r\n", self.program.file())
-                self.assertIn(b"6420=1\r\n", self.program.file())
+                self.assertLessEqual({b"9200=45100123", b"6420=1"}, set(self.program.file().splitlines()))
                 self.assertEqual("CNelto780Base2010::WakeUp" in self.base_log(), kind == 760)
 
     def test_german_names_and_the_chosen_fuel(self):
@@ -89,20 +82,6 @@ class Faults(Session2010):
         self.assertEqual(self.program.leave(OK), 0)
         self.assertEqual(self.instrument.events()[-1], "NELTO760SPI_Close")
         self.assertEqual(self.instrument.count("NELTOEMUSB_OpenBySerialNumber"), self.instrument.count("NELTO760SPI_Close"))
-
-    def test_an_error_in_each_phase_is_logged_and_the_program_recovers(self):
-        self.prepare()
-        self.begin(scenario_of(781) + """
-            error NELTO760SPI_SetDateTime 31 to 1
-            error NELTO760SPI_GetDeviceName 32 to 1
-            error NELTO760SPI_GetActiveFuelID 33 to 1
-            error NELTO760SPI_GetCurrentViewValues 34 from 3 to 3
-        """)
-        self.program.wait_until(lambda: self.instrument.count("NELTO760SPI_GetCurrentViewValues -> error 34"), "the last error")
-        self.wait_values()
-        self.assertEqual(self.instrument.count("NELTO760SPI_Close"), 4)
-        self.assertIn("done reading online configuration", self.base_log())
-        self.assertEqual(self.program.leave(OK), 0)
 
 
 class SerialPort(Session2010):

@@ -28,26 +28,30 @@ class SelfTest(harness.WindowsTestCase):
         self.kit = self.drive / "Prüfung & more" / KIT
         zipfile.ZipFile(PACKAGES / f"{KIT}-{VERSION}.zip").extractall(self.kit.parent)
 
-    def run_self_test(self, *ports):
-        """The exit code, and the verdicts in the file for the support."""
+    def run_self_test(self, *ports, break_off_at=None):
+        """The exit code, and the verdicts in the file for the support where there is one. Ctrl+C comes behind a text that it prints."""
         keyboard, terminal = pty.openpty()
-        process = subprocess.Popen(["wine", "cmd", "/c", "selftest.cmd", ARCH, *ports], cwd=self.kit, env=self.prefix.environment,
-                                   stdin=terminal, stdout=terminal, stderr=terminal, start_new_session=True,
-                                   preexec_fn=lambda: fcntl.ioctl(terminal, termios.TIOCSCTTY, 0))
+        process = self.prefix.start("cmd", "/c", "selftest.cmd", ARCH, *ports, cwd=self.kit, stdin=terminal, stdout=terminal,
+                                    stderr=terminal, preexec_fn=lambda: fcntl.ioctl(terminal, termios.TIOCSCTTY, 0))
         os.close(terminal)
-        reader = threading.Thread(target=self.empty, args=[keyboard])
+        reader = threading.Thread(target=self.empty, args=[keyboard, break_off_at])
         reader.start()
         code = process.wait(5 * PATIENCE)
         reader.join()
         os.close(keyboard)
-        self.page = (self.kit / "NeltoSelfTest.html").read_text()
+        page = self.kit / "NeltoSelfTest.html"
+        self.page = page.read_text() if page.exists() else ""
         return code, dict(re.findall(r"<tr><td>(.*?)</td><td>(.*?)</td>", self.page))
 
     @staticmethod
-    def empty(terminal):
+    def empty(terminal, break_off_at):
+        printed = b""
         try:
-            while os.read(terminal, 4096):
-                pass
+            while piece := os.read(terminal, 4096):
+                printed += piece
+                if break_off_at and break_off_at in printed:
+                    os.write(terminal, b"\x03")
+                    break_off_at = None
         except OSError:  # closed by all who wrote to it
             pass
 
@@ -59,12 +63,19 @@ class SelfTest(harness.WindowsTestCase):
         (self.drive / "IRDALOG.TXT").write_bytes(b"of the user")
         code, verdicts = self.run_self_test("COM5", "COM6")
         self.assertEqual(verdicts.pop(NEEDS_A_CONSOLE_OF_WINDOWS), "------")
-        self.assertEqual((code, set(verdicts.values()), len(verdicts)), (0, {"passed"}, 12), self.page[:3000])
+        self.assertEqual((code, set(verdicts.values()), len(verdicts)), (0, {"passed"}, 13), self.page[:3000])
         for content in ("nelto-read " + VERSION, "2003=4,3", "set clock", "data:image/bmp;base64,Qk", "Nelto 780 Open OK"):
             self.assertIn(content, self.page)
         self.assertEqual({name: self.program.ask("regget", name) for name in settings}, settings)
         self.assertEqual((self.drive / "IRDALOG.TXT").read_bytes(), b"of the user")
         self.assertEqual(list(self.program.temp.iterdir()), [])
+
+    def test_leaves_everything_as_it_was_when_it_is_broken_off(self):
+        self.unpack(settings={"Communication": 7})
+        self.run_self_test(break_off_at=b"NeltoUSB.dll")  # while nelto-read is running
+        self.program.wait_until(lambda: not list(self.program.temp.iterdir()), "the end of the temporary folder")
+        self.assertEqual(self.program.ask("regget", "Communication"), 7)
+        self.assertEqual(self.page, "")
 
     def test_finds_what_is_wrong(self):
         self.unpack()

@@ -6,7 +6,7 @@ import time
 import program_session
 from link_session import AVAILABLE, BROKEN
 from program_session import CANCEL
-from serial_peer import Analyser780, answer
+from serial_peer import answer
 from test_irda import IrdaSession
 from test_session import SerialSession
 from test_usb import UsbSession
@@ -40,9 +40,7 @@ class SmallBlocks(Leaving, SerialSession, UsbSession):
     def test_serial_slave_mode_ends(self):
         for phase in (CONFIGURATION, VALUES):
             with self.subTest(phase):
-                analyser = Analyser780()
-                analyser.overrides = {0x90: answer(0x90, b"\x01" + bytes(7))}
-                self.prepare(analyser=analyser)
+                self.prepare(overrides={0x90: answer(0x90, b"\x01" + bytes(7))})
                 self.peer.block = 7
                 self.peer.distort = lambda frame: time.sleep(0.02) or frame
                 self.program.start()

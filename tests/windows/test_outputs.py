@@ -21,15 +21,10 @@ ANSWER_TIME = 0.2  # seconds
 SLOW_ANSWERS = 3
 
 
-def mount(*words):
-    """False where mounting is not allowed."""
-    return subprocess.run(["mount", *words], stderr=subprocess.DEVNULL, check=False).returncode == 0
-
-
 def fill(descriptor):
     """Writes until there is no room; the number of bytes."""
     written = 0
-    with contextlib.suppress(BlockingIOError):
+    with contextlib.suppress(OSError):
         while True:
             written += os.write(descriptor, PREFILL)
     return written
@@ -50,43 +45,37 @@ class ExchangeFile(OutputSession):
         return session
 
     def lay_over_temp(self, *words):
-        """Mounts something over the temporary folder until the program has ended."""
-        folder = str(self.program.temp)
-        if not mount(*words, folder):
+        """Begins, and mounts a file system over the temporary folder until the program has ended."""
+        folder = self.begin("JOB").temp
+        if subprocess.run(["mount", "-t", "tmpfs", *words, "tmpfs", folder], stderr=subprocess.DEVNULL, check=False).returncode:
             raise unittest.SkipTest("mounting is not allowed here")
         self.addCleanup(subprocess.run, ["umount", "--lazy", folder], check=False)
+        return folder
 
     def leave_with_ok_in_silence(self):
+        """What has become of the exchange file."""
         self.assert_silence()
         self.assertEqual(self.program.leave(OK), 0)
+        place = self.program.temp / program_session.EXCHANGE_FILE
+        return list(place.iterdir()) if place.is_dir() else self.program.file()
 
     def test_a_directory_in_its_place_stays(self):
-        self.begin("JOB")
-        place = self.program.temp / program_session.EXCHANGE_FILE
-        place.mkdir()
-        self.leave_with_ok_in_silence()
-        self.assertEqual(list(place.iterdir()), [])
+        (self.begin("JOB").temp / program_session.EXCHANGE_FILE).mkdir()
+        self.assertEqual(self.leave_with_ok_in_silence(), [])
 
     def test_a_folder_that_cannot_be_written_gets_none(self):
-        self.begin("JOB")
-        self.lay_over_temp("-t", "tmpfs", "-o", "ro", "tmpfs")
-        self.leave_with_ok_in_silence()
-        self.assertIsNone(self.program.file())
+        self.lay_over_temp("-o", "ro")
+        self.assertIsNone(self.leave_with_ok_in_silence())
 
     def test_a_full_disk_gets_none(self):
-        self.begin("JOB")
-        self.lay_over_temp("-t", "tmpfs", "-o", "size=16k", "tmpfs")
-        with contextlib.suppress(OSError), open(self.program.temp / "filler", "wb", buffering=0) as filler:
-            while True:
-                filler.write(PREFILL)
-        self.leave_with_ok_in_silence()
-        self.assertIsNone(self.program.file())
+        with open(self.lay_over_temp("-o", "size=16k") / "filler", "wb") as filler:
+            self.assertGreater(fill(filler.fileno()), 0)
+        self.assertIsNone(self.leave_with_ok_in_silence())
 
     def test_a_file_that_can_only_be_begun_is_deleted(self):
         program = self.begin("JOB")
         resource.prlimit(program.program.pid, resource.RLIMIT_FSIZE, (FEW_BYTES, FEW_BYTES))
-        self.leave_with_ok_in_silence()
-        self.assertIsNone(program.file())
+        self.assertIsNone(self.leave_with_ok_in_silence())
 
 
 class SerialOutput(OutputSession):
@@ -95,9 +84,7 @@ class SerialOutput(OutputSession):
 
     def wait_refreshes(self):
         """A refresh writes the rows of the list before its output: the second one has put up with the port."""
-        for value in (4711.0, 4712.0):
-            self.analyser.channels[3] = (0x0902, 131, 0, value, "CO")
-            self.wait_row(["CO", f"{value:.0f}", "ppm"])
+        self.show_another_co(4711, 4712)
 
     def test_missing_port_and_the_analysers_own_port(self):
         for port in (44, 5):  # Wine, other than Windows, opens the analyser's port a second time: so it is disturbed as well

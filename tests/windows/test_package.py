@@ -15,7 +15,8 @@ from pathlib import Path
 
 import drop_in_d2xx
 import harness
-from program_session import CAPTION, LIST, OK, PATIENCE, PROGRAM, ROOT
+from link_session import LinkSession
+from program_session import CAPTION, OK, PATIENCE, PROGRAM, ROOT
 from wine_env import ARCH
 
 sys.path.append(str(ROOT / "packaging"))
@@ -54,15 +55,13 @@ class Contents(harness.FileTestCase):
             self.assertEqual([name for name in ours if ours[name] != others[name]], [])
 
     def test_zips_and_installers_hold_what_was_staged(self):
-        for arch in ("x64", "x86"):
-            staged = contents(WORK / arch / "NeltoStackWatcher")
-            self.assertEqual(set(staged), SHIPPED | {path.name for path in make_packages.licences()})
-            package = str(PACKAGES / f"NeltoStackWatcher-{VERSION}-{arch}")
-            with self.subTest(arch), tempfile.TemporaryDirectory() as folder:
-                zipfile.ZipFile(package + "-portable.zip").extractall(folder)
-                self.assertEqual(contents(Path(folder, "NeltoStackWatcher")), staged)
-            with self.subTest(arch), tempfile.TemporaryDirectory() as folder:
-                subprocess.run(["7z", "x", "-o" + folder, package + "-setup.exe"], stdout=subprocess.DEVNULL, check=True)
+        for arch, setup in SETUPS.items():
+            with self.subTest(arch), tempfile.TemporaryDirectory() as zipped, tempfile.TemporaryDirectory() as folder:
+                staged = contents(WORK / arch / "NeltoStackWatcher")
+                self.assertEqual(set(staged), SHIPPED | {path.name for path in make_packages.licences()})
+                zipfile.ZipFile(PACKAGES / f"NeltoStackWatcher-{VERSION}-{arch}-portable.zip").extractall(zipped)
+                self.assertEqual(contents(Path(zipped, "NeltoStackWatcher")), staged)
+                subprocess.run(["7z", "x", "-o" + folder, setup], stdout=subprocess.DEVNULL, check=True)
                 installed = contents(Path(folder))
                 self.assertLessEqual(staged.items(), installed.items())
                 foreign = {name for name in set(installed) - set(staged) if not name.startswith("$PLUGINSDIR/")}
@@ -90,15 +89,15 @@ class Contents(harness.FileTestCase):
                                 for path in PACKAGES.iterdir() if path.is_file() and path.name != "SHA256SUMS"})
         manifests = "".join(path.read_text() for path in (PACKAGES / "winget").iterdir())
         self.assertNotRegex(manifests, r"@\w+@|https?:")
-        for arch in ("x64", "x86"):
-            self.assertIn(sums[f"NeltoStackWatcher-{VERSION}-{arch}-setup.exe"].upper(), manifests)
+        for setup in SETUPS.values():
+            self.assertIn(sums[setup.name].upper(), manifests)
         bill = json.loads((PACKAGES / f"NeltoStackWatcher-{VERSION}.cdx.json").read_text())
         self.assertEqual({part["name"] for part in bill["components"]}, {"libgcc", "libstdc++", "mingw-w64-crt", "winpthreads", "nsis"})
         self.assertIn({"alg": "SHA-256", "content": hashlib.sha256(PROGRAM.read_bytes()).hexdigest()},
                       [entry for file in bill["metadata"]["component"]["components"] for entry in file["hashes"]])
 
 
-class Installing(harness.WindowsTestCase):
+class Installing(LinkSession):
     def begin(self, **options):
         self.program = self.session(**options)
         self.prefix = self.program.prefix
@@ -116,13 +115,12 @@ class Installing(harness.WindowsTestCase):
         return dict(re.findall(r"^ +(\w+) +REG_\w+ +(.*?)\r?$", output, re.MULTILINE)) if code == 0 else None
 
     def links(self):
-        return sorted(path for path in (self.drive / "users").rglob("Nelto*.lnk")) + sorted((self.drive / "ProgramData").rglob("Nelto*.lnk"))
+        return [link for folder in ("users", "ProgramData") for link in (self.drive / folder).rglob("Nelto*.lnk")]
 
     def assert_values(self):
         """The running program shows values and is left with OK."""
         self.program.pid = self.program.window(CAPTION)["pid"]
-        self.program.wait_status("Measure values available")
-        self.program.wait_until(lambda: self.program.ask("items", LIST)["rows"], "the rows of the list")
+        self.wait_values()
 
     def uninstall(self, root, folder, arch=ARCH):
         program, options = self.registry(f"{root}\\{UNINSTALL_KEY}", arch)["QuietUninstallString"].split('"')[1:]

@@ -25,8 +25,7 @@ class SettingsDialog(harness.WindowsTestCase):
     def test_first_start_shows_the_defaults(self):
         program = self.begin()
         self.assert_shown(USB, "1", False)
-        self.assertFalse(program.state(HEATING_CHECK)["checked"])
-        self.assertFalse(program.state(RS232)["checked"])
+        self.assertEqual([program.state(box)["checked"] for box in (HEATING_CHECK, RS232)], [False, False])
         self.assertEqual((program.text(RS232_PORT), program.enabled(RS232_PORT)), ("1", False))
 
     def test_texts_in_both_languages(self):
@@ -38,34 +37,23 @@ class SettingsDialog(harness.WindowsTestCase):
                 program = self.begin(language)
                 self.assertEqual([program.text(control) for control in (550, 551, 552, HEATING_CHECK, RS232, CANCEL)], texts)
 
-    def test_bluetooth_port_is_stored_shown_and_used(self):
-        program = self.begin()
-        program.ask("click", BLUETOOTH)
-        self.assertTrue(program.enabled(BLUETOOTH_PORT))
-        program.ask("settext", BLUETOOTH_PORT, 12)
-        self.reopen(OK)
-        self.assertEqual(self.stored("Communication"), 12)
-        self.assert_shown(BLUETOOTH, "12", True)
-        program.close_settings(OK)
-        program.wait_until(lambda: program.text(CONNECTION) == "Bluetooth COM12", "the connection text")
-
-    def test_irda_is_stored_as_1000(self):
+    def test_link_and_port_are_stored_as_chosen_and_typed(self):
         program = self.begin(Communication=9)
         self.assert_shown(BLUETOOTH, "9", True)
-        program.ask("click", IRDA)
-        self.assertFalse(program.enabled(BLUETOOTH_PORT))
-        self.reopen(OK)
-        self.assertEqual(self.stored("Communication"), 1000)
-        self.assert_shown(IRDA, "1", False)
-
-    def test_port_is_taken_as_typed(self):
-        program = self.begin()
-        for typed, stored in (("", 0), ("300", 300), ("abc", 0)):
-            with self.subTest(typed):
-                program.ask("click", BLUETOOTH)
-                program.ask("settext", BLUETOOTH_PORT, typed)
+        for link, typed, stored, shown in ((IRDA, None, 1000, (IRDA, "1", False)), (BLUETOOTH, "", 0, (USB, "1", False)),
+                                           (BLUETOOTH, "300", 300, None), (BLUETOOTH, "abc", 0, (USB, "1", False)),
+                                           (BLUETOOTH, "12", 12, (BLUETOOTH, "12", True))):
+            with self.subTest(link=link, typed=typed):
+                program.ask("click", link)
+                self.assertEqual(program.enabled(BLUETOOTH_PORT), link == BLUETOOTH)
+                if typed is not None:
+                    program.ask("settext", BLUETOOTH_PORT, typed)
                 self.reopen(OK)
                 self.assertEqual(self.stored("Communication"), stored)
+                if shown:
+                    self.assert_shown(*shown)
+        program.close_settings(OK)
+        program.wait_until(lambda: program.text(CONNECTION) == "Bluetooth COM12", "the connection text")
 
     def test_serial_output_switch_is_stored_at_once_and_survives_cancel(self):
         program = self.begin(RS232Port=7)
@@ -75,15 +63,11 @@ class SettingsDialog(harness.WindowsTestCase):
         program.ask("settext", RS232_PORT, 8)
         program.ask("click", HEATING_CHECK)
         self.reopen(CANCEL)
-        self.assertTrue(program.state(RS232)["checked"])
+        self.assertEqual([program.state(box)["checked"] for box in (RS232, HEATING_CHECK)], [True, False])
         self.assertEqual((self.stored("EnableRS232"), self.stored("RS232Port")), (1, 7))
-        self.assertFalse(program.state(HEATING_CHECK)["checked"])
-
-    def test_ok_stores_everything_even_the_disabled_port(self):
-        program = self.begin()
-        program.ask("click", RS232)
+        # OK stores everything, even the port while the output is off.
         program.ask("settext", RS232_PORT, 8)
-        program.ask("click", RS232)
-        program.ask("click", HEATING_CHECK)
+        for box in (RS232, HEATING_CHECK):
+            program.ask("click", box)
         program.close_settings(OK)
         self.assertEqual([self.stored(name) for name in ("Communication", "HeatingCheck", "EnableRS232", "RS232Port")], [0, 1, 0, 8])

@@ -3,24 +3,23 @@
 import re
 import subprocess
 
-import harness
 import program_session
 import wine_env
+from link_session import LinkSession
 
 SCENARIOS = program_session.SIMULATOR.parent / "scenarios"
 
 
-class SimulatedAnalyser(harness.WindowsTestCase):
+class SimulatedAnalyser(LinkSession):
     def begin(self, *simulated, **settings):
-        program = self.session(settings={"Communication": 5} | settings)
+        self.program = program = self.session(settings={"Communication": 5} | settings)
         cable = wine_env.SerialCable(program.prefix, 5, 6)
         self.addCleanup(cable.close)
         self.events_file = program.prefix.folder / "simulator.log"
         with open(self.events_file, "wb") as events:
             program.prefix.start(program_session.SIMULATOR, "--port", "COM6", *simulated, stdout=events, stderr=events)
         program.start()
-        program.wait_status("Measure values available")
-        program.wait_until(program.rows, "the rows of the list")
+        self.wait_values()
         return program
 
     def events(self):

@@ -1,5 +1,5 @@
 /* Calls NeltoUSB.dll as careless programs do: null pointers, no room, a link that is used on after a failure. Prints
- * one line a call: what was called and the numbers that came back. */
+ * one line a call: what was called, the result code, the number that came back, and what stands behind the room given. */
 #include <windows.h>
 
 #include <stdio.h>
@@ -8,66 +8,25 @@
 
 #define UNTOUCHED 0xEEEEEEEEu
 
-static void tell(const char* call, uint32_t result, uint32_t number) {
-    printf("%s: %lu %lX\n", call, (unsigned long)result, (unsigned long)number);
+static uint32_t number, serials[3];
+static const uint8_t get_ident[] = {0x42};
+static uint8_t reply[10];
+
+static void tell(const char* call, uint32_t result, uint32_t behind) {
+    printf("%s: %lu %lX %lX\n", call, (unsigned long)result, (unsigned long)number, (unsigned long)behind);
+    number = UNTOUCHED;
 }
 
-static void list(void) {
-    uint32_t serials[3] = {UNTOUCHED, UNTOUCHED, UNTOUCHED};
-    uint32_t count      = UNTOUCHED;
-    uint32_t result     = NeltoUSBGetDevices(2, serials, 2, &count);
-    tell("list two of three", result, count);
-    tell("behind the room", 0, serials[2]);
-    count  = UNTOUCHED;
-    result = NeltoUSBGetDevices(2, serials, 0, &count);
-    tell("list no room", result, count);
-    count  = UNTOUCHED;
-    result = NeltoUSBGetDevices(2, NULL, 5, &count);
-    tell("list null array", result, count);
-    result = NeltoUSBGetDevices(2, serials, 3, NULL);
-    tell("list null count", result, serials[2]);
-    tell("list nulls", NeltoUSBGetDevices(2, NULL, 3, NULL), 0);
-    count  = UNTOUCHED;
-    result = NeltoUSBGetDevices(3, serials, 3, &count);
-    tell("list wrong type", result, count);
+static void list(const char* call, uint32_t type, uint32_t* out, uint32_t capacity, uint32_t* count) {
+    serials[2]            = UNTOUCHED;
+    const uint32_t result = NeltoUSBGetDevices(type, out, capacity, count);
+    tell(call, result, serials[2]);
 }
 
-static void talk(void) {
-    const uint8_t get_ident[] = {0x42};
-    uint8_t reply[10]         = {0};
-    uint32_t length           = UNTOUCHED;
-    NeltoUSBHandle link       = (NeltoUSBHandle)&length;
-    uint32_t result           = NeltoUSBOpen(3, 0, &link);
-    tell("open wrong type", result, link != NULL);
-    tell("open null", NeltoUSBOpen(2, 0, NULL), 0);
-    result = NeltoUSBOpen(2, 0, &link);
-    tell("open", result, link != NULL);
-
-    result = NeltoUSBTransceive(link, NULL, 1, reply, 9, &length, 200);
-    tell("null request", result, length);
-    length = UNTOUCHED;
-    result = NeltoUSBTransceive(link, get_ident, 0, reply, 9, &length, 200);
-    tell("no request", result, length);
-    result = NeltoUSBTransceive(link, get_ident, 1, NULL, 9, &length, 200);
-    tell("null reply", result, length);
-    result = NeltoUSBTransceive(link, get_ident, 1, reply, 8, &length, 200);
-    tell("short reply", result, length);
-    tell("behind the reply", 0, reply[8]);
-    result = NeltoUSBTransceive(link, get_ident, 1, reply, 9, NULL, 200);
-    tell("null length", result, reply[4]);
-    result = NeltoUSBTransceive(link, get_ident, 1, reply, 9, &length, 200);
-    tell("exact room", result, length);
-    tell("time-out", NeltoUSBSetTimeout(link, 300), 0);
-    tell("close", NeltoUSBClose(link), 0);
-}
-
-static void without_a_link(void) {
-    uint32_t length = UNTOUCHED;
-    uint32_t result = NeltoUSBTransceive(NULL, NULL, 0, NULL, 0, &length, 0);
-    tell("transceive null link", result, length);
-    tell("transceive nulls", NeltoUSBTransceive(NULL, NULL, 0, NULL, 0, NULL, 0), 0);
-    tell("close null link", NeltoUSBClose(NULL), 0);
-    tell("time-out null link", NeltoUSBSetTimeout(NULL, 1), 0);
+static void talk(const char* call, NeltoUSBHandle link, const uint8_t* request, uint32_t size, uint8_t* out,
+                 uint32_t capacity, uint32_t* length) {
+    const uint32_t result = NeltoUSBTransceive(link, request, size, out, capacity, length, 200);
+    tell(call, result, reply[8]);
 }
 
 /* New handles get the lowest free number. */
@@ -90,9 +49,31 @@ static void load_and_unload(void) {
 }
 
 int main(void) {
-    list();
-    talk();
-    without_a_link();
+    NeltoUSBHandle link = (NeltoUSBHandle)&number;
+    number              = UNTOUCHED;
+    list("list two of three", 2, serials, 2, &number);
+    list("list no room", 2, serials, 0, &number);
+    list("list null array", 2, NULL, 5, &number);
+    list("list null count", 2, serials, 3, NULL);
+    list("list nulls", 2, NULL, 3, NULL);
+    list("list wrong type", 3, serials, 3, &number);
+    uint32_t result = NeltoUSBOpen(3, 0, &link);
+    tell("open wrong type", result, link != NULL);
+    tell("open null", NeltoUSBOpen(2, 0, NULL), 0);
+    result = NeltoUSBOpen(2, 0, &link);
+    tell("open", result, link != NULL);
+    talk("null request", link, NULL, 1, reply, 9, &number);
+    talk("no request", link, get_ident, 0, reply, 9, &number);
+    talk("null reply", link, get_ident, 1, NULL, 9, &number);
+    talk("short reply", link, get_ident, 1, reply, 8, &number);
+    talk("null length", link, get_ident, 1, reply, 9, NULL);
+    talk("exact room", link, get_ident, 1, reply, 9, &number);
+    tell("time-out", NeltoUSBSetTimeout(link, 300), 0);
+    tell("close", NeltoUSBClose(link), 0);
+    talk("transceive null link", NULL, NULL, 0, NULL, 0, &number);
+    talk("transceive nulls", NULL, NULL, 0, NULL, 0, NULL);
+    tell("close null link", NeltoUSBClose(NULL), 0);
+    tell("time-out null link", NeltoUSBSetTimeout(NULL, 1), 0);
     load_and_unload();
     return 0;
 }

@@ -1,8 +1,10 @@
 #include "platform/console.h"
 
 #include <windows.h>
+#include <winternl.h>
 
 #include <algorithm>
+#include <array>
 #include <string>
 
 #include "platform/byte_text.h"
@@ -12,6 +14,15 @@ namespace {
 
 constexpr std::size_t kPieceSize = 4096;  // bytes of one call; an old console takes 64 KiB at most
 constexpr DWORD kCancelPeriod    = 100;   // milliseconds
+
+constexpr ULONG kClosing = 4;  // state of a pipe whose other end is closed
+
+/// FILE_PIPE_LOCAL_INFORMATION, which the headers of the compiler lack.
+struct PipeInformation {
+    std::array<ULONG, 8> of_the_pipe;
+    ULONG state;
+    ULONG end;
+};
 
 constinit std::atomic<std::uint32_t>* interrupt_request = nullptr;
 constinit HANDLE interrupted_thread                     = nullptr;
@@ -75,6 +86,19 @@ BOOL WINAPI TakeInterrupt(DWORD event) {
 OutputResult WriteToOutput(std::string_view text) { return Write(STD_OUTPUT_HANDLE, text); }
 
 void WriteToErrors(std::string_view text) { static_cast<void>(Write(STD_ERROR_HANDLE, text)); }
+
+/// A writing call of no bytes would tell it too, but be an end of file to the reader of a message pipe.
+bool IsReaderGone() {
+    // Looked up, since the import library of this one has functions of the C library too.
+    static const auto query = reinterpret_cast<decltype(&NtQueryInformationFile)>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQueryInformationFile")));
+    if (query == nullptr) return false;
+    PipeInformation pipe{};
+    IO_STATUS_BLOCK status{};
+    const NTSTATUS result =
+        query(GetStdHandle(STD_OUTPUT_HANDLE), &status, &pipe, sizeof pipe, FilePipeLocalInformation);
+    return NT_SUCCESS(result) && pipe.state == kClosing;
+}
 
 void CatchInterrupts(std::atomic<std::uint32_t>& request) {
     interrupt_request = &request;
