@@ -10,26 +10,28 @@ namespace {
 
 using platform::memory::TheCalls;
 
+enum class End : std::uint8_t { kRecovers, kStaysLoaded, kStaysLocked };
+
 struct SystemCall {
     const char* name;
     Call call;
     Transport transport;
-    enum class End : std::uint8_t { kRecovers, kStaysLoaded, kStaysLocked } end = End::kRecovers;
+    End end = End::kRecovers;
 };
 
 // clang-format off
 constexpr SystemCall kSystemCalls[] = {
     {"open port",           Call::kOpenSerial,     Transport::kSerial},
-    {"set port time-outs",  Call::kSerialTimeouts, Transport::kSerial, SystemCall::End::kStaysLocked},
-    {"get line",            Call::kGetLine,        Transport::kSerial, SystemCall::End::kStaysLocked},
-    {"set line",            Call::kSetLine,        Transport::kSerial, SystemCall::End::kStaysLocked},
+    {"set port time-outs",  Call::kSerialTimeouts, Transport::kSerial, End::kStaysLocked},
+    {"get line",            Call::kGetLine,        Transport::kSerial, End::kStaysLocked},
+    {"set line",            Call::kSetLine,        Transport::kSerial, End::kStaysLocked},
     {"write port",          Call::kWriteSerial,    Transport::kSerial},
     {"read port",           Call::kReadSerial,     Transport::kSerial},
     {"append to file",      Call::kAppendFile,     Transport::kSerial},
     {"temporary directory", Call::kTempDirectory,  Transport::kSerial},
     {"load library",        Call::kLoadLibrary,    Transport::kUsb},
     {"find function",       Call::kFindFunction,   Transport::kUsb},
-    {"file version",        Call::kFileVersion,    Transport::kUsb, SystemCall::End::kStaysLoaded},
+    {"file version",        Call::kFileVersion,    Transport::kUsb, End::kStaysLoaded},
     {"create event",        Call::kCreateEvent,    Transport::kUsb},
     {"start sockets",       Call::kStartSockets,   Transport::kIrda},
     {"open socket",         Call::kOpenSocket,     Transport::kIrda},
@@ -55,14 +57,13 @@ struct Life {
 
 /// The worker's life with the failure that `arrange` makes; `count` tells the calls.
 template <typename Arrange, typename Count>
-Life Live(Transport transport, SystemCall::End end, const wchar_t* driver_version, const Arrange& arrange,
-          const Count& count) {
+Life Live(Transport transport, End end, const wchar_t* driver_version, const Arrange& arrange, const Count& count) {
     Stage stage(transport, 120, driver_version);
     stage.waits_for_strike = false;
-    stage.leaks_by_design  = end != SystemCall::End::kRecovers;
+    stage.leaks_by_design  = end != End::kRecovers;
     arrange(stage);
     const std::string trace = stage.RunWorker(20000);
-    if (end == SystemCall::End::kStaysLocked) {
+    if (end == End::kStaysLocked) {
         // The port stays open, as it should, and nobody opens it a second time.
         stage.Expect(trace.find_first_not_of('O') == std::string::npos, "trace " + trace);
     } else {
@@ -93,10 +94,9 @@ TEST(FaultMatrix, EveryCallOfTheSystemFails) {
     for (const SystemCall& row : kSystemCalls) {
         FailEachCall(row.name, [&](std::size_t failing, std::size_t calls) {
             // The last function looked for is FT_Close: without it the device cannot be closed.
-            const bool no_close = row.call == Call::kFindFunction && failing == calls;
-            const auto end      = failing == 0 ? SystemCall::End::kRecovers
-                                  : no_close   ? SystemCall::End::kStaysLoaded
-                                               : row.end;
+            const bool no_close = row.call == Call::kFindFunction && failing != 0 && failing == calls;
+            const End usual     = failing == 0 ? End::kRecovers : row.end;
+            const End end       = no_close ? End::kStaysLoaded : usual;
             const auto arrange  = [&](Stage&) {
                 TheCalls().failing       = row.call;
                 TheCalls().failing_count = failing;
@@ -115,7 +115,7 @@ TEST(FaultMatrix, EveryCallOfTheDriverFails) {
                 const auto first = static_cast<std::uint32_t>(failing);
                 if (failing != 0) stage.library->Fail(name, FakeD2xx::kIoError, first, 1);
             };
-            return Live(Transport::kUsb, SystemCall::End::kRecovers, version, arrange,
+            return Live(Transport::kUsb, End::kRecovers, version, arrange,
                         [&](const Stage& stage) { return stage.library->driver.CallsOf(name); });
         });
     }

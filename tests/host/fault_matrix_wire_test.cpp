@@ -12,12 +12,11 @@ namespace {
 
 using platform::memory::TheIrdaWorld;
 
-enum class Section : std::uint8_t { kOpen, kConfiguration, kHeatingCheck, kValues, kClose };
+enum Section : std::size_t { kOpen, kConfiguration, kHeatingCheck, kValues, kClose };
 
-constexpr std::array kSections     = {Section::kOpen, Section::kConfiguration, Section::kHeatingCheck, Section::kValues,
-                                      Section::kClose};
-constexpr std::size_t kListsBehind = 2;  // exchanges of the heating check before those of its lists, three a list
-constexpr std::array kListSizes    = {2U, 4U, 1U};
+constexpr std::array kSections        = {kOpen, kConfiguration, kHeatingCheck, kValues, kClose};
+constexpr std::size_t kListsBehind    = 2;  // exchanges of the heating check before those of its lists, three a list
+constexpr std::array kListSizes       = {2U, 4U, 1U};
 constexpr std::size_t kMostNewResults = 2;  // records of one quantity
 
 bool Same(const ChannelRecord& a, const ChannelRecord& b) {
@@ -45,8 +44,8 @@ public:
             Prepare(section);
             stage.replies.clear();
             EXPECT_EQ(Run(section), 0U);
-            replies[static_cast<std::size_t>(section)] = stage.replies;
-            whole[static_cast<std::size_t>(section)]   = table;
+            replies[section] = stage.replies;
+            whole[section]   = table;
         }
     }
     ~Talk() {
@@ -55,7 +54,7 @@ public:
 
     /// Brings the connection to where the section begins.
     void Prepare(Section section) {
-        if (section == Section::kOpen) {
+        if (section == kOpen) {
             if (connection_ != nullptr) connection_->Close();
             connection_.reset();
         } else if (connection_ == nullptr) {
@@ -63,19 +62,19 @@ public:
         }
         for (auto& [path, text] : World().files) text.clear();
         World().debug_lines.clear();
-        if (section == Section::kClose) stage.EnterSlaveMode();
+        if (section == kClose) stage.EnterSlaveMode();
         stage.requests.clear();
         stage.replies.clear();
         stage.blocked = false;
-        table = section == Section::kValues ? whole[static_cast<std::size_t>(Section::kConfiguration)] : ChannelTable{};
+        table         = section == kValues ? whole[kConfiguration] : ChannelTable{};
     }
     std::uint32_t Run(Section section) {
         switch (section) {
-            case Section::kOpen: connection_ = Nelto780Open(stage.state); return connection_ == nullptr ? 1 : 0;
-            case Section::kConfiguration: return connection_->ReadConfiguration(table);
-            case Section::kHeatingCheck: return connection_->ReadHeatingCheck(table);
-            case Section::kValues: return connection_->ReadValues(table);
-            case Section::kClose: return std::exchange(connection_, nullptr)->Close();
+            case kOpen: connection_ = Nelto780Open(stage.state); return connection_ == nullptr ? 1 : 0;
+            case kConfiguration: return connection_->ReadConfiguration(table);
+            case kHeatingCheck: return connection_->ReadHeatingCheck(table);
+            case kValues: return connection_->ReadValues(table);
+            case kClose: return std::exchange(connection_, nullptr)->Close();
         }
         return 0;
     }
@@ -97,21 +96,20 @@ private:
 };
 
 std::uint8_t CommandOf(const Talk& talk, Section section, std::size_t index) {
-    return talk.replies[static_cast<std::size_t>(section)][index].message[1];
+    return talk.replies[section][index].message[1];
 }
 
 /// True when the section ends as it must without a whole reply to its exchange `index`; one that is `gone` is asked for no more.
 bool FailedAsStated(Section section, std::size_t index, std::uint32_t result, const Talk& talk, bool gone) {
-    const ChannelTable& whole = talk.whole[static_cast<std::size_t>(section)];
+    const ChannelTable& whole = talk.whole[section];
     switch (section) {
-        case Section::kOpen: return result == 1 && *talk.stage.state.last_error != '\0';
-        case Section::kConfiguration:
+        case kOpen: return result == 1 && *talk.stage.state.last_error != '\0';
+        case kConfiguration:
             // Without its text a channel has no label yet; everything before is as it was.
             return result == 2 && NewRecords(talk.table, whole) <= (CommandOf(talk, section, index) == 0xB1 ? 1 : 0);
-        case Section::kValues:
-            return result == 2 && SameTable(talk.table, talk.whole[static_cast<std::size_t>(Section::kConfiguration)]);
-        case Section::kClose: return result == 0;
-        case Section::kHeatingCheck: break;
+        case kValues: return result == 2 && SameTable(talk.table, talk.whole[kConfiguration]);
+        case kClose: return result == 0;
+        case kHeatingCheck: break;
     }
     if (index < kListsBehind) return result == 1 && UsedRecords(talk.table).empty();
     const std::size_t list = (index - kListsBehind) / 3;
@@ -133,7 +131,7 @@ bool ValuesAsSent(const Talk& talk) {
 
 /// An ident is whole or none, a device type has its byte behind the header, and of the clock's answer nothing is looked at.
 bool OpensAsStated(const Talk& talk, std::size_t index, std::uint32_t result, std::size_t size) {
-    const std::uint8_t command = CommandOf(talk, Section::kOpen, index);
+    const std::uint8_t command = CommandOf(talk, kOpen, index);
     const bool opens           = command == 0x85 ? size >= 5 : command != 0x42;
     return opens ? result == 0 : result == 1 && *talk.stage.state.last_error != '\0';
 }
@@ -143,20 +141,18 @@ constexpr std::size_t kWholeSize = SIZE_MAX;
 /// True when the section's result and records are such that the reply to its exchange `index` has brought something else than
 /// usual, or only its first `size` bytes.
 bool IsOtherButTrue(Section section, std::size_t index, std::uint32_t result, const Talk& talk, std::size_t size) {
-    const std::size_t fresh = NewRecords(talk.table, talk.whole[static_cast<std::size_t>(section)]);
+    const std::size_t fresh = NewRecords(talk.table, talk.whole[section]);
     const bool shortened    = size != kWholeSize;
     switch (section) {
-        case Section::kOpen: return OpensAsStated(talk, index, result, size);
-        case Section::kClose: return result == 0;
+        case kOpen: return OpensAsStated(talk, index, result, size);
+        case kClose: return result == 0;
         // A bit of a view's ident gives its text to another channel; a short list leaves all three without.
-        case Section::kConfiguration:
-            return (result == 0 || result == 2) && fresh <= (shortened ? Stage::kMeasured : 2);
-        case Section::kHeatingCheck:
+        case kConfiguration: return (result == 0 || result == 2) && fresh <= (shortened ? Stage::kMeasured : 2);
+        case kHeatingCheck:
             return result == 0 ? fresh <= kMostNewResults : result <= 2 && UsedRecords(talk.table).empty();
-        case Section::kValues: break;
+        case kValues: break;
     }
-    if (result == 2 || result == 6)
-        return SameTable(talk.table, talk.whole[static_cast<std::size_t>(Section::kConfiguration)]);
+    if (result == 2 || result == 6) return SameTable(talk.table, talk.whole[kConfiguration]);
     return result == 0 && (shortened || ValuesAsSent(talk));
 }
 
@@ -167,7 +163,7 @@ struct Tally {
         ++tried;
         passed += passes ? 1 : 0;
         EXPECT_TRUE(passes) << what << " " << place << " of the reply to exchange " << index << " of section "
-                            << static_cast<int>(section);
+                            << section;
     }
     void Print(const char* what) const {
         std::printf("%-52s %d of %d", what, passed, tried);
@@ -191,7 +187,7 @@ bool PassesFlipped(Talk& talk, Section section, std::size_t index, std::size_t b
 bool IsEndless(const Talk& talk, Section section, const Bytes& block, std::size_t bit) {
     if (talk.stage.transport != Transport::kIrda || bit / 8 < 2 || bit / 8 > 3) return false;
     const std::size_t length = block.size() ^ (std::size_t{1} << (bit - 16));
-    return length > block.size() && length <= (section == Section::kClose ? 12U : 4096U);
+    return length > block.size() && length <= (section == kClose ? 12U : 4096U);
 }
 
 struct Wire {
@@ -214,7 +210,7 @@ void WithEveryReply(const std::string& what, const SpoilReply& spoil_reply) {
         Talk talk(wire.transport, wire.block, wire.look);
         Tally tally;
         for (const Section section : kSections) {
-            const std::vector<Reply> replies = talk.replies[static_cast<std::size_t>(section)];
+            const std::vector<Reply> replies = talk.replies[section];
             for (std::size_t index = 0; index < replies.size(); ++index)
                 spoil_reply(talk, tally, section, index, replies[index]);
         }
