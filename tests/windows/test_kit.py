@@ -86,8 +86,7 @@ class SelfTest(harness.WindowsTestCase):
                                stdout=subprocess.PIPE, stderr=subprocess.PIPE) as reader:
             self.assertTrue(reader.stdout.readline().startswith(b"2003="))
             (folder / "unplugged.txt").touch()
-            while reader.stderr.readline() != b"nelto-read: the connection is broken\r\n":
-                pass
+            self.assertIn(b"nelto-read: the connection is broken\r\n", iter(reader.stderr.readline, b""))
             (folder / "unplugged.txt").unlink()
             self.assertEqual(reader.stderr.readline(), b"nelto-read: values are there\r\n")
             reader.stdout.close()
