@@ -227,7 +227,7 @@ void Stage::SendUnasked(std::uint32_t pause_ms) {
     busy_until_ = std::max(Now(), busy_until_) + std::exchange(delay_ms_, 0);
     while (!blocks_.empty()) {
         SendNextBlock();
-        busy_until_ += pause_ms;
+        if (!blocks_.empty()) busy_until_ += pause_ms;
     }
 }
 
