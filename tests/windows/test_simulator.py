@@ -7,6 +7,7 @@ import program_session
 import wine_env
 from link_session import LinkSession
 
+READER = program_session.DIST / "NeltoRead/nelto-read.exe"
 SCENARIOS = program_session.SIMULATOR.parent / "scenarios"
 
 
@@ -68,3 +69,9 @@ class SimulatedAnalyser(LinkSession):
         self.assertIn(b"passed over: line 1: not understood", self.events())
         self.assertIn(b" < 12 00 00 00 01 01 42 ", self.events())
         self.assertNotIn(b"no reply:", self.events())
+
+        with again.prefix.start(READER, "--link", "COM5", "--heating-check", "--format", "exchange", stdout=subprocess.PIPE) as reader:
+            printed = reader.communicate()[0]
+        self.assertEqual([line.split(b"=")[0] for line in printed.splitlines()],
+                         [line.split(b"=")[0] for line in program.file().splitlines()])
+        self.assertIn(b"\r\n9050273=166.2\r\n", printed)
