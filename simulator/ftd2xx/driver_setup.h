@@ -15,10 +15,10 @@ namespace simulator {
 struct ConverterSetup {
     std::uint16_t vendor_id  = 0x3C2D;
     std::uint16_t product_id = 2;
-    std::optional<std::string> serial;       // none: the analyser's own
-    std::optional<std::string> told_serial;  // by FT_GetDeviceInfo and in the EEPROM; none: the same
-    std::string scenario;                    // file, seen from the folder of the setup; empty: the usual one
-    std::optional<TimeWindow> unplugged;
+    std::optional<std::string> serial;         // none: the analyser's own
+    std::optional<std::string> told_serial{};  // by FT_GetDeviceInfo and in the EEPROM; none: the same
+    std::string scenario{};                    // file, seen from the folder of the setup; empty: the usual one
+    std::optional<TimeWindow> unplugged{};
 };
 
 enum class CallFaultKind : std::uint8_t { kStatus, kShortWrite, kShortRead, kEmptyQueue, kTrickle, kEarlySignal };
