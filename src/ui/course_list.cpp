@@ -86,7 +86,8 @@ CourseList::Change CourseList::HandleChange(const NMLISTVIEW& change) {
     if (!is_new || row >= recorder_.Series().size()) return Change::kNone;
     const CourseKey& key = recorder_.Series()[row].Key();
     if (change.hdr.code == LVN_ITEMCHANGING) {
-        const bool is_refused = mark == kChecked && settings_.choice.IsFull(recorder_.Series()) && !settings_.choice.Has(key);
+        const bool is_refused =
+            mark == kChecked && settings_.choice.IsFull(recorder_.Series()) && !settings_.choice.Has(key);
         return is_refused ? Change::kRefused : Change::kNone;
     }
     is_touched_ = true;

@@ -259,7 +259,8 @@ void MainDialog::OpenCourse() {
 void MainDialog::SaveCourse() {
     if (recorder_.Series().empty()) return;
     if (IsWindowEnabled(dialog_) == FALSE) {
-        MessageBeep(MB_OK);  // asked for by the window of the courses, which the settings or a message do not put to sleep
+        MessageBeep(
+            MB_OK);  // asked for by the window of the courses, which the settings or a message do not put to sleep
         return;
     }
     const bool ok_was_enabled = IsControlEnabled(dialog_, IDC_OK);

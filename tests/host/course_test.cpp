@@ -291,7 +291,8 @@ TEST_F(CourseTest, TheChoiceHoldsSixAndIsFoundAgain) {
     EXPECT_EQ(KeysOf(settings), (std::vector{kOxygen, kCarbonMonoxide}));
     settings.choice.Remove(kOxygen);
     const auto add = [&](std::uint32_t ident) { settings.choice.Add({ident, ident + 1}, recorder_.Series()); };
-    for (std::uint32_t ident = 1; ident < 9; ++ident) add(ident);  // none of them is there: each new one drives out an old one
+    for (std::uint32_t ident = 1; ident < 9; ++ident)
+        add(ident);  // none of them is there: each new one drives out an old one
     EXPECT_FALSE(settings.choice.IsFull(recorder_.Series()));
     Measure(1, {Number({4, 5}, 1), Number({5, 6}, 1), Number({6, 7}, 1), Number({7, 8}, 1), Number({8, 9}, 1)});
     EXPECT_TRUE(settings.choice.IsFull(recorder_.Series()));
