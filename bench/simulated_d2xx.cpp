@@ -112,8 +112,8 @@ std::unique_ptr<Bus> bus;
 
 SimulatedD2xx::SimulatedD2xx(const simulator::Scenario& scenario) {
     bus = std::make_unique<Bus>(scenario);
-    rigs::InstallD2xx();
-    platform::memory::SetSystemFileVersion(rigs::kD2xxName, L"3.02.11");
+    doubles::InstallD2xx();
+    platform::memory::SetSystemFileVersion(doubles::kD2xxName, L"3.02.11");
 }
 
 SimulatedD2xx::~SimulatedD2xx() {

@@ -4,7 +4,7 @@
 #include "platform/memory/memory_dynamic_library.h"
 #include "transport/d2xx.h"
 
-namespace nelto::rigs {
+namespace nelto::doubles {
 namespace {
 
 /// Program and simulator have each written down this record for themselves.
@@ -31,4 +31,4 @@ void InstallD2xx(const std::string& without) {
     platform::memory::InstallLibrary(kD2xxName, exports);
 }
 
-}  // namespace nelto::rigs
+}  // namespace nelto::doubles

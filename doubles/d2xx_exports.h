@@ -3,11 +3,11 @@
 
 #include <string>
 
-namespace nelto::rigs {
+namespace nelto::doubles {
 
 constexpr const wchar_t* kD2xxName = L"FTD2XX.DLL";
 
 /// Installs the library, without one of its functions where that is named.
 void InstallD2xx(const std::string& without = "");
 
-}  // namespace nelto::rigs
+}  // namespace nelto::doubles

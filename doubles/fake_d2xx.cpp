@@ -9,7 +9,7 @@
 #include "platform/memory/memory_event.h"
 #include "platform/memory/memory_file_version.h"
 
-namespace nelto::rigs {
+namespace nelto::doubles {
 namespace {
 
 using simulator::CallFaultKind;
@@ -70,9 +70,7 @@ void FakeD2xx::Spoil(CallFaultKind kind, std::uint32_t amount) {
     driver.Setup().faults.push_back({.kind = kind, .function = function, .status = amount});
 }
 
-bool FakeD2xx::AllReleased() const {
-    return TimesLoaded() == 0 && driver.OpenCount() == 0 && platform::memory::OpenEvents() == 0;
-}
+std::size_t FakeD2xx::Held() const { return TimesLoaded() + driver.OpenCount() + platform::memory::OpenEvents(); }
 
 std::size_t FakeD2xx::TimesLoaded() const { return platform::memory::TimesLoaded(kD2xxName); }
 
@@ -80,11 +78,11 @@ void FakeD2xx::Deliver() {
     for (void* event : driver.Deliver(platform::memory::RunningMilliseconds())) platform::memory::SignalEvent(event);
 }
 
-}  // namespace nelto::rigs
+}  // namespace nelto::doubles
 
 namespace simulator {
 
-using nelto::rigs::the_library;
+using nelto::doubles::the_library;
 
 DriverCall::DriverCall() : driver(the_library->driver), now_ms(nelto::platform::memory::RunningMilliseconds()) {}
 

@@ -6,7 +6,7 @@
 #include "driver.h"
 #include "platform/memory/memory_platform.h"
 
-namespace nelto::rigs {
+namespace nelto::doubles {
 
 /// One at a time. What a driver refuses is refused here too, and so fails what the test expects.
 class FakeD2xx {
@@ -30,8 +30,8 @@ public:
     void Spoil(simulator::CallFaultKind kind, std::uint32_t amount = 0);
     /// From now on nothing goes wrong.
     void Repair() { driver.Setup().faults.clear(); }
-    /// True when every load, every open device and every event has been released.
-    [[nodiscard]] bool AllReleased() const;
+    /// Loads, open devices and events that have not been released.
+    [[nodiscard]] std::size_t Held() const;
     [[nodiscard]] std::size_t TimesLoaded() const;
     /// Lets in what is due and signals it.
     void Deliver();
@@ -40,4 +40,4 @@ public:
     std::size_t most_open = 0;  // devices at the same time
 };
 
-}  // namespace nelto::rigs
+}  // namespace nelto::doubles

@@ -8,7 +8,7 @@
 #include "platform/wide_text.h"
 #include "scenario_2010.h"
 
-namespace nelto::rigs {
+namespace nelto::doubles {
 namespace {
 
 using platform::memory::InstallLibrary;
@@ -103,13 +103,13 @@ simulator::Value2010 BitsRecord(std::uint32_t ident, std::uint32_t bits, std::ui
     return {.ident = ident, .unit = unit, .resolution = 254, .status = bits, .value = {}};
 }
 
-}  // namespace nelto::rigs
+}  // namespace nelto::doubles
 
 // What the libraries leave open.
 namespace simulator {
 
-using nelto::rigs::FakeMaker;
-using nelto::rigs::Maker;
+using nelto::doubles::FakeMaker;
+using nelto::doubles::Maker;
 
 Analyser2010* TheAnalyser2010() { return &Maker(); }
 bool IsPlugged(const Analyser2010& analyser) { return analyser.IsThere(DropInNowMs()); }
@@ -121,17 +121,18 @@ void ClosePipe(std::uint32_t) {}
 std::uint32_t BeginCall(std::string_view function) {
     if (Maker().before_call) Maker().before_call();
     if (Maker().calls.size() + 1 == Maker().failing_call) return kNotThere;
-    const auto forced = Maker().results.find(nelto::rigs::ShortName(function));
+    const auto forced = Maker().results.find(nelto::doubles::ShortName(function));
     return forced == Maker().results.end() ? Maker().Begin(function) : forced->second;
 }
 
 std::uint32_t EndCall(const std::string& told, std::uint32_t result) {
-    Maker().calls.push_back(nelto::rigs::ShortName(told) + (result == 0 ? "" : " -> error " + std::to_string(result)));
+    Maker().calls.push_back(nelto::doubles::ShortName(told) +
+                            (result == 0 ? "" : " -> error " + std::to_string(result)));
     return told.starts_with("NELTOEMUSB_GetNumberOfDevices") ? 77 : result;  // only the number counts there
 }
 
 void GiveNumber(std::size_t number, NumberOut out, std::string& told) {
-    const std::uint64_t spoilt = nelto::rigs::Spoilt(number, told);
+    const std::uint64_t spoilt = nelto::doubles::Spoilt(number, told);
     std::memcpy(out, &spoilt, sizeof(spoilt));
     TellNumber(told, number);
 }

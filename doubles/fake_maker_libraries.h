@@ -11,7 +11,7 @@
 #include "analyser_2010.h"
 #include "platform/memory/memory_dynamic_library.h"
 
-namespace nelto::rigs {
+namespace nelto::doubles {
 
 /// The analyser, a 745 with fuel 104 that is not on the USB bus and has no values, and how its libraries mislead. Functions stand
 /// without their prefix.
@@ -53,4 +53,4 @@ void DivideInstrumentFunctions(const std::string& name, bool to_the_first);
     return BitsRecord(ident, std::bit_cast<std::uint32_t>(value), unit);
 }
 
-}  // namespace nelto::rigs
+}  // namespace nelto::doubles

@@ -7,7 +7,7 @@
 #include <sstream>
 #include <string>
 
-namespace nelto::rigs {
+namespace nelto::doubles {
 
 Bytes Hex(std::string_view text) {
     std::istringstream in{std::string(text)};
@@ -110,4 +110,4 @@ void FillSmallAnalyser(MessagePeer& peer) {
     peer.Answer("B7", "53 00 50 00 31 00");
 }
 
-}  // namespace nelto::rigs
+}  // namespace nelto::doubles

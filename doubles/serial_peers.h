@@ -11,7 +11,7 @@
 #include "session_port.h"
 #include "transport/block_frame.h"
 
-namespace nelto::rigs {
+namespace nelto::doubles {
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -73,4 +73,4 @@ private:
 /// A generation-2004 780 with one O2 and one CO channel, oil as fuel and all device data.
 void FillSmallAnalyser(MessagePeer& peer);
 
-}  // namespace nelto::rigs
+}  // namespace nelto::doubles

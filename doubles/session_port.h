@@ -6,7 +6,7 @@
 #include "byte_session.h"
 #include "platform/memory/memory_platform.h"
 
-namespace nelto::rigs {
+namespace nelto::doubles {
 
 class SessionPort : public platform::memory::SerialDevice {
 public:
@@ -19,14 +19,21 @@ public:
         return taken.size();
     }
     std::size_t Read(std::span<std::uint8_t> bytes) override {
-        if (pending_.empty())
-            pending_ = session_.TakeOutput(platform::memory::RunningMilliseconds()).value_or(pending_);
-        return TakeFront(pending_, bytes);
+        bytes            = bytes.first(std::min(bytes.size(), most_read));
+        std::size_t size = 0;
+        while (size < bytes.size() && Fetch()) {
+            size += TakeFront(pending_, bytes.subspan(size));
+            if (reads_one_block) break;
+        }
+        return size;
     }
     void Closed() override {
         session_.Reset();
         pending_.clear();
     }
+
+    /// Puts bytes on the line that nobody has sent, before whatever has not been fetched yet.
+    void AddNoise(const simulator::Message& noise) { pending_.insert(pending_.end(), noise.begin(), noise.end()); }
 
     /// Moves as many bytes as fit from the front of `pending`.
     static std::size_t TakeFront(simulator::Message& pending, std::span<std::uint8_t> bytes) {
@@ -37,10 +44,21 @@ public:
     }
 
     std::size_t most_written = SIZE_MAX;  // of one call
+    std::size_t most_read    = SIZE_MAX;  // that one look finds
+    bool reads_one_block     = false;     // at a time, even if more have come
+
+protected:
+    /// False when nothing has come.
+    bool Fetch() {
+        if (pending_.empty())
+            pending_ = session_.TakeOutput(platform::memory::RunningMilliseconds()).value_or(simulator::Message());
+        return !pending_.empty();
+    }
+
+    simulator::Message pending_;
 
 private:
     simulator::ByteSession& session_;
-    simulator::Message pending_;
 };
 
-}  // namespace nelto::rigs
+}  // namespace nelto::doubles

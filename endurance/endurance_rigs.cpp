@@ -7,13 +7,11 @@
 #include <string_view>
 #include <utility>
 
+#include "analyser_on_link.h"
 #include "core/program_state.h"
 #include "d2xx_exports.h"
-#include "fake_d2xx.h"
 #include "fake_maker_libraries.h"
-#include "infrared_session.h"
 #include "platform/memory/memory_calls.h"
-#include "platform/memory/memory_event.h"
 #include "platform/memory/memory_irda_socket.h"
 #include "scenario.h"
 
@@ -24,7 +22,6 @@ using platform::memory::AlwaysFail;
 using platform::memory::Call;
 using platform::memory::TheIrdaWorld;
 using simulator::CallFaultKind;
-using simulator::InfraredSession;
 
 /// Twelve steady channels, so that the values take two blocks; an oil derivative, so that the dialog has something to edit; the
 /// sensors are zeroed once in the first hour and four times in the day.
@@ -69,144 +66,109 @@ simulator::EventSink CountFaults(std::map<std::string, std::uint32_t>& struck) {
     };
 }
 
-/// The analyser at the far end of a wire.
-class WiredAnalyser final : public SessionPort {
-public:
-    explicit WiredAnalyser(Rig& rig) : SessionPort(session_), session_(rig.analyser, 120, CountFaults(rig.struck)) {}
-
-    std::size_t Read(std::span<std::uint8_t> bytes) override {
-        return is_noisy ? Noise(bytes) : SessionPort::Read(bytes);
-    }
-
-    bool is_noisy = false;
-
-private:
-    /// A few bytes a millisecond, each of which could begin a block.
-    std::size_t Noise(std::span<std::uint8_t> bytes) {
-        if (std::exchange(noise_time_, RunningMilliseconds()) == RunningMilliseconds()) return 0;
-        const std::size_t size = std::min<std::size_t>(bytes.size(), 4);
-        std::ranges::fill(bytes.first(size), nelto::kAnalyserStart);
-        return size;
-    }
-
-    std::uint64_t noise_time_ = 0;
-    simulator::BlockSession session_;
-};
-
-/// A rig with the analyser of the runs.
+/// A rig with the analyser of the runs on a link.
 class AnalyserRig : public Rig {
 public:
-    AnalyserRig() { analyser = AnalyserOfTheRuns(); }
+    explicit AnalyserRig(Transport transport)
+        : link_(transport, analyser = AnalyserOfTheRuns(), 120, CountFaults(struck)) {
+        communication = link_.Communication();
+    }
+    void Tick() override {
+        if (is_noisy_) link_.wire.AddNoise(simulator::Message(4, nelto::kAnalyserStart));  // each could begin a block
+    }
+    void Repair() override {
+        platform::memory::TheCalls().always = 0;
+        link_.wire.most_written             = SIZE_MAX;
+        is_noisy_                           = false;
+    }
+    std::size_t Held() const override { return link_.Held(); }
+
+protected:
+    AnalyserOnLink link_;
+    bool is_noisy_ = false;
 };
 
 class Serial final : public AnalyserRig {
 public:
-    Serial() {
-        communication   = 5;
-        port_.device    = &wired_;
+    Serial() : AnalyserRig(Transport::kSerial) {
         const auto lost = [this](std::uint32_t error) {
             return [this, error] {
                 port_.device     = nullptr;
                 port_.open_error = error;
             };
         };
-        troubles = {
-            {"port dead", lost(0)},
-            {"port gone", lost(2)},
-            {"port in use", lost(5)},
-            {"short writes", [this] { wired_.most_written = 4; }},
-            {"noise", [this] { wired_.is_noisy = true; }},
-        };
+        troubles = {{"port dead", lost(0)},
+                    {"port gone", lost(2)},
+                    {"port in use", lost(5)},
+                    {"short writes", [this] { link_.wire.most_written = 4; }},
+                    {"noise", [this] { is_noisy_ = true; }}};
     }
     void Repair() override {
-        port_.device        = &wired_;
-        port_.open_error    = 0;
-        wired_.most_written = SIZE_MAX;
-        wired_.is_noisy     = false;
+        AnalyserRig::Repair();
+        port_.device     = &link_.wire;
+        port_.open_error = 0;
     }
-    std::size_t Held() const override { return port_.open_handles; }
 
 private:
-    WiredAnalyser wired_{*this};
     platform::memory::SerialPortState& port_ = World().serial_ports[L"COM5"];
 };
 
 class Usb final : public AnalyserRig {
 public:
-    Usb() {
-        driver_.Attach(2, "40712345", &wired_);
+    Usb() : AnalyserRig(Transport::kUsb) {
         for (const char* function : {"FT_ListDevices", "FT_OpenEx", "FT_GetDeviceInfo", "FT_SetBaudRate", "FT_Close",
                                      "FT_SetEventNotification", "FT_GetQueueStatus", "FT_Read"}) {
-            Add(function, [this, function] { driver_.Fail(function); });
+            Add(function, [this, function] { Driver().Fail(function); });
         }
         Add("no library", [] { platform::memory::RemoveLibrary(L"FTD2XX.DLL"); });
         Add("function missing", [] { InstallD2xx("FT_Read"); });
         troubles.insert(troubles.end(),
-                        {{"unplugged", [this] { driver_.driver.SetUnplugged({""}, RunningMilliseconds()); }},
+                        {{"unplugged", [this] { Driver().driver.SetUnplugged({""}, RunningMilliseconds()); }},
                          {"no events", [] { AlwaysFail(Call::kCreateEvent); }},
-                         {"short writes", [this] { driver_.Spoil(CallFaultKind::kShortWrite); }},
-                         {"short reads", [this] { driver_.Spoil(CallFaultKind::kShortRead); }},
-                         {"hidden queue", [this] { driver_.Spoil(CallFaultKind::kEmptyQueue); }},
-                         {"single bytes", [this] { driver_.driver.Setup().piece = 1; }},
-                         {"noise", [this] { wired_.is_noisy = true; }}});
+                         {"short writes", [this] { Driver().Spoil(CallFaultKind::kShortWrite); }},
+                         {"short reads", [this] { Driver().Spoil(CallFaultKind::kShortRead); }},
+                         {"hidden queue", [this] { Driver().Spoil(CallFaultKind::kEmptyQueue); }},
+                         {"single bytes", [this] { Driver().driver.Setup().piece = 1; }},
+                         {"noise", [this] { is_noisy_ = true; }}});
     }
     void Repair() override {
-        driver_.Repair();
+        AnalyserRig::Repair();
+        Driver().Repair();
         InstallD2xx();
-        driver_.driver.SetUnplugged({}, RunningMilliseconds());
-        driver_.driver.Setup().piece = 0;
-        wired_.is_noisy              = false;
-        AlwaysFail(Call::kCreateEvent, false);
-    }
-    std::size_t Held() const override {
-        return driver_.TimesLoaded() + driver_.driver.OpenCount() + platform::memory::OpenEvents();
+        Driver().driver.SetUnplugged({}, RunningMilliseconds());
+        Driver().driver.Setup().piece = 0;
     }
 
 private:
+    FakeD2xx& Driver() { return *link_.driver; }
     /// Writing fails too, so that the program comes upon it.
     void Add(const char* name, const std::function<void()>& begin) {
         troubles.push_back({name, [this, begin] {
-                                driver_.Fail("FT_Write");
+                                Driver().Fail("FT_Write");
                                 begin();
                             }});
     }
-
-    WiredAnalyser wired_{*this};
-    FakeD2xx driver_;
 };
 
-/// A silent analyser holds the program until a stop: here it drops at once, since no time passes in a receive.
 class Infrared final : public AnalyserRig {
 public:
-    Infrared() {
-        communication = kIrda;
-        platform::memory::ResetIrdaWorld();
-        TheIrdaWorld().on_request = [this](const Bytes& request) { Answer(request); };
+    Infrared() : AnalyserRig(Transport::kIrda) {
         Add("no Winsock", Call::kStartSockets);
         Add("no infrared", Call::kOpenSocket);
         Add("not blocking", Call::kSetBlocking);
         Add("no listing", Call::kListDevices);
         Add("refused", Call::kConnect);
         Add("sending fails", Call::kSend);
+        Add("receiving fails", Call::kReceive);
         troubles.push_back({"half sent", [] { TheIrdaWorld().sends_half = true; }});
-        troubles.push_back({"receiving fails", [this] { is_deaf_ = true; }});
     }
-    ~Infrared() override { platform::memory::ResetIrdaWorld(); }
-
     void Repair() override {
-        platform::memory::TheCalls().always = 0;
-        TheIrdaWorld().sends_half = is_deaf_ = false;
+        AnalyserRig::Repair();
+        TheIrdaWorld().sends_half = false;
     }
     void Tick() override {
         TheIrdaWorld().requests.clear();
-        TheIrdaWorld().device_list = platform::memory::MakeIrdaDeviceList(session_.Devices(RunningMilliseconds()));
-        if (TheIrdaWorld().open_sockets != 0) return;
-        session_.Disconnect();
-        is_connected_ = false;
-        flips_before_ = Flips();
-    }
-    std::size_t Held() const override {
-        return TheIrdaWorld().open_sockets + TheIrdaWorld().references + World().open_files;
+        if (TheIrdaWorld().open_sockets == 0) flips_before_ = Flips();
     }
     /// There is no checksum over infrared: until the next connection a flipped bit may well be a value.
     float ValueOf(std::uint32_t view_ident) const override {
@@ -214,29 +176,11 @@ public:
     }
 
 private:
-    void Answer(const Bytes& request) {
-        auto& pieces = TheIrdaWorld().pieces;
-        pieces.clear();
-        if (is_deaf_) return pieces.push_back(std::nullopt);
-        const std::uint64_t now = RunningMilliseconds();
-        if (!is_connected_) is_connected_ = session_.Connect(0, "NELTO T780", now);
-        is_connected_ = session_.Send(request, now);
-        for (;;) {
-            Bytes piece(512);
-            std::size_t size   = 0;
-            const auto arrival = session_.Receive(piece, size, now + 60'000);  // what comes late comes
-            if (arrival == InfraredSession::Arrival::kNothingYet) return;
-            is_connected_ = arrival == InfraredSession::Arrival::kBytes;
-            piece.resize(size);
-            pieces.emplace_back(piece);
-            if (!is_connected_) return;
-        }
-    }
-    /// Sending fails too, so that the program comes upon it.
+    /// Sending or receiving fails too, so that the program comes upon it.
     void Add(const char* name, Call call) {
         troubles.push_back({name, [call] {
                                 AlwaysFail(call);
-                                AlwaysFail(Call::kSend);
+                                if (call != Call::kReceive) AlwaysFail(Call::kSend);
                             }});
     }
 
@@ -245,10 +189,7 @@ private:
         return row == struck.end() ? 0 : row->second;
     }
 
-    bool is_connected_          = false;
-    bool is_deaf_               = false;
     std::uint32_t flips_before_ = 0;  // when the connection was opened
-    InfraredSession session_{analyser, {}, CountFaults(struck)};
 };
 
 /// A 745 on USB, behind the maker's libraries. Counting the values fails with all but some troubles, so that the program comes

@@ -14,7 +14,7 @@
 
 namespace nelto::endurance {
 
-using namespace rigs;
+using namespace doubles;
 using platform::memory::RunningMilliseconds;
 
 /// A fault of the driver or of the system that lasts until the rig is repaired.

@@ -123,6 +123,7 @@ std::uint64_t BlockSession::PutNextBlock(std::uint64_t from_ms) {
         if (strike.kind == FaultKind::kSilence) is_silent = true;
         if (strike.kind == FaultKind::kDelay) due_ms += strike.amount;
         if (strike.kind == FaultKind::kUnasked) unasked_pause_ms_ = strike.amount;
+        keeps_output_ = keeps_output_ || strike.kind == FaultKind::kDelay || strike.kind == FaultKind::kUnasked;
         if (strike.kind == FaultKind::kDuplicateBlock) repeated += strike.amount;
         StrikeFrame(strike, last_frame_);
     }
@@ -137,9 +138,8 @@ std::uint64_t BlockSession::PutNextBlock(std::uint64_t from_ms) {
         // Nobody asks for more after the last block: its repetitions come unasked.
         for (std::uint32_t i = 0; i < repeated; ++i) output_.push_back({due_ms, last_frame_});
     }
-    repetitions_  = is_last ? 0 : repeated;
-    is_replying_  = !is_last;
-    keeps_output_ = keeps_output_ || unasked_pause_ms_.has_value();
+    repetitions_ = is_last ? 0 : repeated;
+    is_replying_ = !is_last;
     return due_ms;
 }
 

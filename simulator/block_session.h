@@ -60,8 +60,8 @@ private:
     Message last_frame_;
     std::uint32_t repetitions_ = 0;                  // of the last frame, still to come
     std::optional<std::uint32_t> unasked_pause_ms_;  // before each later block, which comes by itself
-    bool keeps_output_ =
-        false;  // what comes by itself comes whatever is asked for meanwhile, and before the answer to it
+    /// What is late or comes by itself comes whatever is asked for meanwhile, and before the answer to it.
+    bool keeps_output_ = false;
     std::deque<Output> output_;
     std::optional<std::uint64_t> link_back_ms_;
 };

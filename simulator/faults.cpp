@@ -106,7 +106,9 @@ void StrikeFrame(const Strike& strike, Message& frame) {
     switch (strike.kind) {
         case FaultKind::kLostByte: frame.erase(frame.begin() + static_cast<std::ptrdiff_t>(offset)); break;
         case FaultKind::kExtraByte:
-            frame.insert(frame.begin() + static_cast<std::ptrdiff_t>(offset), kExtraByteValue);
+            frame.insert(
+                frame.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(strike.amount, frame.size())),
+                kExtraByteValue);
             break;
         case FaultKind::kFlipBit: frame[bit / 8] = static_cast<std::uint8_t>(frame[bit / 8] ^ (1u << (bit % 8))); break;
         case FaultKind::kWrongLength:

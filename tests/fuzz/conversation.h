@@ -51,7 +51,7 @@ private:
 
     Analyser analyser_;
     std::atomic<std::uint32_t> stop_;
-    std::optional<rigs::FakeD2xx> driver_;
+    std::optional<doubles::FakeD2xx> driver_;
     nelto::Session session_;
 };
 

@@ -97,7 +97,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const std::wstring kDirectory(300, L'd');
     world.temp_directory                          = kDirectory.substr(0, input.Byte());
     world.serial_ports[PathOf(numbers[0])].device = &analyser;
-    rigs::FakeD2xx driver;
+    doubles::FakeD2xx driver;
     driver.Attach(2, "1", &analyser);
     analyser.Appear();
     TryStart(state, numbers);

@@ -86,7 +86,7 @@ void InstallLibrary() {
 }
 
 /// What the steps 0xF0 and above of a StepPeer let fail; the others nothing.
-void FailFrom(rigs::FakeD2xx& driver, test::StepPeer& peer, std::uint32_t failure) {
+void FailFrom(doubles::FakeD2xx& driver, test::StepPeer& peer, std::uint32_t failure) {
     using enum simulator::CallFaultKind;
     switch (failure) {
         case 0: peer.is_cut = true; return driver.Spoil(kShortWrite);
@@ -107,7 +107,7 @@ void TryReply(Input& input) {
     const auto reply           = std::span(storage).last(capacity);  // the first byte too many is outside
     test::FreshWorld();
     test::HideFunctions(nullptr);
-    rigs::FakeD2xx driver;
+    doubles::FakeD2xx driver;
     test::StepPeer peer(input);
     peer.on_failure = [&](std::uint32_t failure) { FailFrom(driver, peer, failure); };
     driver.Attach(2, "1", &peer);

@@ -113,10 +113,10 @@ TEST(FaultMatrix, EveryCallOfTheDriverFails) {
         FailEachCall(name, [&](std::size_t failing, std::size_t) {
             const auto arrange = [&](const Stage& stage) {
                 const auto first = static_cast<std::uint32_t>(failing);
-                if (failing != 0) stage.library->Fail(name, FakeD2xx::kIoError, first, 1);
+                if (failing != 0) stage.link->driver->Fail(name, FakeD2xx::kIoError, first, 1);
             };
             return Live(Transport::kUsb, End::kRecovers, version, arrange,
-                        [&](const Stage& stage) { return stage.library->driver.CallsOf(name); });
+                        [&](const Stage& stage) { return stage.link->driver->driver.CallsOf(name); });
         });
     }
 }

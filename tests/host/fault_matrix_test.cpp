@@ -3,17 +3,13 @@
 #include <cstdio>
 
 #include "fault_stage.h"
-#include "faults.h"
 #include "instrument/opening.h"
-#include "platform/memory/memory_irda_socket.h"
 #include "transport/irda_link.h"
 #include "transport/serial_link.h"
 #include "transport/usb_link.h"
 
 namespace nelto::test {
 namespace {
-
-using simulator::FaultKind;
 
 constexpr std::array kLinks           = {Transport::kSerial, Transport::kUsb, Transport::kIrda};
 constexpr std::array kLinkNames       = {"serial", "USB", "infrared"};
@@ -73,17 +69,17 @@ const Command kCommands[] = {
 /// Where a fault strikes.
 struct Struck {
     Stage& stage;
-    Reply& reply;
+    const Reply& reply;
     const Command& command;
-    Bytes& last         = reply.blocks.back();
-    const bool infrared = stage.transport == Transport::kIrda;
+    const bool infrared = stage.link->transport == Transport::kIrda;
 
     /// Behind the header of the last block, where that is long enough.
-    [[nodiscard]] std::size_t Middle() const {
-        return std::max(last.size() / 2, std::min(kBlockHeaderSize, last.size() - 1));
+    [[nodiscard]] std::uint32_t Middle() const {
+        const std::size_t last = reply.frames.back();
+        return static_cast<std::uint32_t>(std::max(last / 2, std::min(kBlockHeaderSize, last - 1)));
     }
-    void StrikeLast(FaultKind kind, std::size_t amount) const {
-        simulator::StrikeFrame({.kind = kind, .amount = static_cast<std::uint32_t>(amount)}, last);
+    [[nodiscard]] std::uint32_t Looks() const {
+        return static_cast<std::uint32_t>(1 + (reply.frames.back() - 1) / stage.link->wire.most_read);
     }
 };
 
@@ -93,9 +89,11 @@ constexpr const char* kNoBlocks    = "infrared has no blocks";
 
 struct FaultRow {
     const char* name;
-    void (*spoil)(const Struck& at);
+    FaultKind kind;
+    std::uint32_t (*amount)(const Struck& at);
     std::array<LinkStatus, 3> results;  // of the link, in the order of kLinks; kNotOpen where it does not apply
     const char* why_not = "";
+    std::uint32_t block = kLastBlock;
 };
 
 using enum LinkStatus;
@@ -103,36 +101,29 @@ using At = const Struck&;
 
 // clang-format off
 const FaultRow kFaults[] = {
-    {"lost byte", [](At at) { at.StrikeLast(FaultKind::kLostByte, at.Middle()); }, {kTimeOut, kTimeOut, kNotOpen}, kEndlessWait},
-    {"extra byte", [](At at) {
-         if (!at.infrared) return at.StrikeLast(FaultKind::kExtraByte, at.Middle());
-         at.last.insert(at.last.begin() + 4, 0x55);
-     }, {kTimeOut, kTimeOut, kProtocolFault}},
-    {"flipped bit", [](At at) { at.StrikeLast(FaultKind::kFlipBit, 8 * (at.infrared ? 1 : at.Middle())); },
+    {"lost byte", FaultKind::kLostByte, [](At at) { return at.Middle(); }, {kTimeOut, kTimeOut, kNotOpen}, kEndlessWait},
+    {"extra byte", FaultKind::kExtraByte, [](At at) { return at.infrared ? 4 : at.Middle(); },
+     {kTimeOut, kTimeOut, kProtocolFault}},
+    {"flipped bit", FaultKind::kFlipBit, [](At at) { return 8 * (at.infrared ? 1 : at.Middle()); },
      {kProtocolFault, kProtocolFault, kOk}},
-    {"truncated block", [](At at) { at.StrikeLast(FaultKind::kCutBlock, (at.last.size() + 1) / 2); },
+    {"truncated block", FaultKind::kCutBlock, [](At at) { return static_cast<std::uint32_t>((at.reply.frames.back() + 1) / 2); },
      {kTimeOut, kTimeOut, kNotOpen}, kEndlessWait},
-    {"duplicate block", [](At at) { at.reply.repeats_block = true; }, {kTimeOut, kTimeOut, kNotOpen}, kNoBlocks},
-    {"wrong acknowledgement", [](At at) { at.last = Hex("21 80 00"); }, {kTimeOut, kProtocolFault, kNotOpen}, kNoBlocks},
-    {"wrong length", [](At at) {
-         if (!at.infrared) return at.StrikeLast(FaultKind::kWrongLength, 1);
-         --at.last[2];
-     }, {kTimeOut, kTimeOut, kProtocolFault}},
-    {"index beyond count", [](At at) { at.StrikeLast(FaultKind::kBadIndex, 0); },
-     {kProtocolFault, kProtocolFault, kNotOpen}, kNoBlocks},
-    {"oversize reply", [](At at) { at.stage.Resize(at.reply, at.command.Room(at.stage.transport) + 1); },
+    {"duplicate block", FaultKind::kDuplicateBlock, [](At) { return 1U; }, {kTimeOut, kTimeOut, kNotOpen}, kNoBlocks, 0},
+    {"wrong acknowledgement", FaultKind::kWrongAck, [](At) { return 0U; }, {kTimeOut, kProtocolFault, kNotOpen}, kNoBlocks},
+    {"wrong length", FaultKind::kWrongLength, [](At at) { return at.infrared ? 0xFFFFU : 1; },  // one too few
+     {kTimeOut, kTimeOut, kProtocolFault}},
+    {"index beyond count", FaultKind::kBadIndex, [](At) { return 0U; }, {kProtocolFault, kProtocolFault, kNotOpen}, kNoBlocks},
+    {"oversize reply", FaultKind::kLongAnswer,
+     [](At at) { return at.reply.Resized(at.command.Room(at.stage.link->transport) + 1).amount; },
      {kReplyTooLong, kReplyTooLong, kProtocolFault}},
-    {"just in time", [](At at) {
-         const std::size_t looks = 1 + (at.last.size() - 1) / at.stage.most_a_look;
-         at.reply.delay_ms       = at.command.timeout - 10 * static_cast<std::uint32_t>(looks);
-     }, {kOk, kOk, kOk}},
-    {"just too late", [](At at) { at.reply.delay_ms = at.command.timeout + 10; }, {kTimeOut, kTimeOut, kOk}},
+    {"just in time", FaultKind::kDelay, [](At at) { return at.command.timeout - 10 * at.Looks(); }, {kOk, kOk, kOk}},
+    {"just too late", FaultKind::kDelay, [](At at) { return at.command.timeout + 10; }, {kTimeOut, kTimeOut, kOk}},
     // It comes when the link is open again.
-    {"too late for its link", [](At at) { at.reply.delay_ms = at.command.timeout + 2450; },
+    {"too late for its link", FaultKind::kDelay, [](At at) { return at.command.timeout + 2450; },
      {kTimeOut, kTimeOut, kNotOpen}, "infrared has no time-out"},
-    {"silence", [](At at) { at.reply.blocks.pop_back(); }, {kTimeOut, kTimeOut, kNotOpen}, kEndlessWait},
-    {"link error", [](At at) { at.stage.BreakLink(); }, {kTimeOut, kDriverFailed, kDriverFailed}},
-    {"link gone", [](At at) { at.stage.LoseLink(kGoneFor); }, {kTimeOut, kTimeOut, kDriverFailed}},
+    {"silence", FaultKind::kSilence, [](At) { return 0U; }, {kTimeOut, kTimeOut, kNotOpen}, kEndlessWait},
+    {"link error", FaultKind::kDelay, [](At at) { return at.stage.link->Break(), 0U; }, {kTimeOut, kDriverFailed, kDriverFailed}},
+    {"link gone", FaultKind::kLinkGone, [](At) { return kGoneFor; }, {kTimeOut, kTimeOut, kDriverFailed}, "", 0},
 };
 // clang-format on
 
@@ -169,13 +160,13 @@ struct Cell {
         return fault.results[Link()] == kNotOpen ? fault.why_not : nullptr;
     }
     void Arrange(Stage& stage, std::size_t count) const {
-        stage.most_a_look = shape.look;
-        Command adapted   = command;
-        adapted.timeout   = Timeout();
-        Bytes beginning   = Hex(command.request);
+        stage.link->wire.most_read = shape.look;
+        Command adapted            = command;
+        adapted.timeout            = Timeout();
+        Bytes beginning            = Hex(command.request);
         beginning.resize(command.matched);
-        stage.Strike(beginning, count, [adapted, spoil = fault.spoil](Stage& struck, Reply& reply) {
-            spoil({struck, reply, adapted});
+        stage.SpoilReply(beginning, count, [=, &row = fault](Stage& struck, const Reply& reply) {
+            return StrikeList{{row.kind, row.amount({struck, reply, adapted}), row.block}};
         });
     }
     /// The same in the worker's first conversation.
@@ -188,7 +179,7 @@ struct Cell {
 
 std::unique_ptr<Link> OpenLink(Transport transport) {
     IrdaOpenResult result = kIrdaOpenOk;
-    if (transport == Transport::kSerial) return SerialLink::Open(Stage::kPort, nullptr);
+    if (transport == Transport::kSerial) return SerialLink::Open(AnalyserOnLink::kPort, nullptr);
     if (transport == Transport::kUsb) return UsbLink::Open(2, nullptr);
     return IrdaLink::Open(nullptr, result);
 }
@@ -204,7 +195,7 @@ LinkStatus LinkResult(const Cell& cell, LinkStatus& expected) {
     const LinkStatus result = link->Transceive(Hex(cell.command.request), answer, received, cell.Timeout());
     expected                = cell.fault.results[cell.Link()];
     // A repetition is recognised where there are other blocks; an extra byte is not seen where the room is full without it.
-    const bool several = stage.replies.back().blocks.size() > 1;
+    const bool several = stage.replies.back().frames.size() > 1;
     if (cell.fault.name == std::string_view("duplicate block") && several) expected = kOk;
     const bool full = cell.transport == Transport::kIrda && answer.size() <= 12;
     if (cell.fault.name == std::string_view("extra byte") && full) expected = kOk;
@@ -218,7 +209,7 @@ std::string WorkerWrong(const Cell& cell, bool fails) {
     cell.ArrangeFirst(stage);
     const std::string expected = cell.command.trace;
     const std::string trace    = stage.RunWorker();
-    stage.Expect(stage.struck && !stage.blocked, "the fault did not strike, or for ever");
+    stage.Expect(stage.struck && !stage.link->blocked, "the fault did not strike, or for ever");
     const std::string start = fails && !expected.empty() ? expected : "ochvv";
     stage.Expect(trace.starts_with(start) && trace.find("vvz") != std::string::npos, "trace " + trace);
     stage.Expect(stage.state.status == kValuesAvailable, "status at the end");
@@ -292,10 +283,10 @@ TEST(FaultMatrix, EveryFaultAtEveryCommandOnEveryLink) {
 /// none is waited for without limit.
 std::string LifeFrom(std::uint32_t start, Transport transport) {
     Stage stage(transport);
-    World().now  = start;
-    stage.delays = [](const Bytes&) { return 150U; };
-    stage.Strike(Hex("A5 0A"), 1, [](Stage& struck, Reply& reply) {
-        if (struck.transport != Transport::kIrda) reply.blocks.clear();
+    World().now = start;
+    stage.usual = [](const Bytes&) { return StrikeList{{FaultKind::kDelay, 150, kLastBlock}}; };
+    stage.SpoilReply(Hex("A5 0A"), 1, [](const Stage& struck, const Reply&) {
+        return struck.link->transport == Transport::kIrda ? StrikeList{} : StrikeList{{FaultKind::kSilence}};
     });
     const std::string trace = stage.RunWorker();
     return trace + ", " + std::to_string(World().now - start) + " ms" + stage.Wrong();

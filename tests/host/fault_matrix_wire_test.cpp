@@ -5,12 +5,9 @@
 
 #include "fault_stage.h"
 #include "instrument/opening.h"
-#include "platform/memory/memory_irda_socket.h"
 
 namespace nelto::test {
 namespace {
-
-using platform::memory::TheIrdaWorld;
 
 enum Section : std::size_t { kOpen, kConfiguration, kHeatingCheck, kValues, kClose };
 
@@ -39,7 +36,7 @@ bool SameTable(const ChannelTable& a, const ChannelTable& b) { return std::range
 class Talk {
 public:
     Talk(Transport transport, std::size_t block, std::size_t look) : stage(transport, block) {
-        stage.most_a_look = look;
+        stage.link->wire.most_read = look;
         for (const Section section : kSections) {
             Prepare(section);
             stage.replies.clear();
@@ -65,8 +62,8 @@ public:
         if (section == kClose) stage.EnterSlaveMode();
         stage.requests.clear();
         stage.replies.clear();
-        stage.blocked = false;
-        table         = section == kValues ? whole[kConfiguration] : ChannelTable{};
+        stage.link->closes_at_end = false;
+        table                     = section == kValues ? whole[kConfiguration] : ChannelTable{};
     }
     std::uint32_t Run(Section section) {
         switch (section) {
@@ -82,7 +79,7 @@ public:
     /// The section with the reply to its exchange `index` spoilt.
     std::uint32_t RunSpoilt(Section section, std::size_t index, Stage::Spoil spoil) {
         Prepare(section);
-        stage.Strike({}, index + 1, std::move(spoil));
+        stage.SpoilReply({}, index + 1, std::move(spoil));
         return Run(section);
     }
 
@@ -174,20 +171,20 @@ struct Tally {
 
 /// What becomes of the section with this bit of this block flipped.
 bool PassesFlipped(Talk& talk, Section section, std::size_t index, std::size_t block, std::size_t bit) {
-    const auto flip = [=](Stage&, Reply& reply) {
-        reply.blocks[block][bit / 8] ^= static_cast<std::uint8_t>(1U << (bit % 8));
-    };
-    const std::uint32_t result = talk.RunSpoilt(section, index, flip);
-    if (talk.stage.transport != Transport::kIrda || bit < 32)
+    const simulator::Strike flip{FaultKind::kFlipBit, static_cast<std::uint32_t>(bit),
+                                 static_cast<std::uint32_t>(block)};
+    const std::uint32_t result =
+        talk.RunSpoilt(section, index, [=](const Stage&, const Reply&) { return StrikeList{flip}; });
+    if (talk.stage.link->transport != Transport::kIrda || bit < 32)
         return FailedAsStated(section, index, result, talk, false);
     return IsOtherButTrue(section, index, result, talk, kWholeSize);
 }
 
 /// True when the flipped length over infrared announces more than comes, and no more than there is room for.
-bool IsEndless(const Talk& talk, Section section, const Bytes& block, std::size_t bit) {
-    if (talk.stage.transport != Transport::kIrda || bit / 8 < 2 || bit / 8 > 3) return false;
-    const std::size_t length = block.size() ^ (std::size_t{1} << (bit - 16));
-    return length > block.size() && length <= (section == kClose ? 12U : 4096U);
+bool IsEndless(const Talk& talk, Section section, std::size_t size, std::size_t bit) {
+    if (talk.stage.link->transport != Transport::kIrda || bit / 8 < 2 || bit / 8 > 3) return false;
+    const std::size_t length = size ^ (std::size_t{1} << (bit - 16));
+    return length > size && length <= (section == kClose ? 12U : 4096U);
 }
 
 struct Wire {
@@ -214,16 +211,16 @@ void WithEveryReply(const std::string& what, const SpoilReply& spoil_reply) {
             for (std::size_t index = 0; index < replies.size(); ++index)
                 spoil_reply(talk, tally, section, index, replies[index]);
         }
-        EXPECT_FALSE(talk.stage.blocked);
+        EXPECT_FALSE(talk.stage.link->blocked);
         tally.Print((what + ", " + wire.name).c_str());
     }
 }
 
 TEST(FaultMatrix, EveryBitOfEveryReply) {
     WithEveryReply("every bit", [](Talk& talk, Tally& tally, Section section, std::size_t index, const Reply& reply) {
-        for (std::size_t block = 0; block < reply.blocks.size(); ++block) {
-            for (std::size_t bit = 0; bit < reply.blocks[block].size() * 8; ++bit) {
-                if (IsEndless(talk, section, reply.blocks[block], bit)) {
+        for (std::size_t block = 0; block < reply.frames.size(); ++block) {
+            for (std::size_t bit = 0; bit < reply.frames[block] * 8; ++bit) {
+                if (IsEndless(talk, section, reply.frames[block], bit)) {
                     ++tally.endless;
                 } else {
                     tally.Count(PassesFlipped(talk, section, index, block, bit), "bit", section, index, bit);
@@ -238,20 +235,18 @@ TEST(FaultMatrix, EveryBitOfEveryReply) {
 TEST(FaultMatrix, EveryReplyCutAtEveryByte) {
     const char* const what = "every cut and short answer";
     WithEveryReply(what, [](Talk& talk, Tally& tally, Section section, std::size_t index, const Reply& whole) {
-        const bool infrared = talk.stage.transport == Transport::kIrda;
-        for (std::size_t size = 0; size < whole.blocks.back().size(); ++size) {
-            const auto cut = [=](Stage&, Reply& reply) {
-                reply.blocks.back().resize(size);
-                if (!infrared) return;
-                if (size != 0) TheIrdaWorld().pieces.emplace_back(reply.blocks[0]);
-                TheIrdaWorld().pieces.emplace_back(Bytes{});  // the analyser is gone
-                reply.blocks.clear();
-            };
-            const std::uint32_t result = talk.RunSpoilt(section, index, cut);
+        const bool infrared    = talk.stage.link->transport == Transport::kIrda;
+        const std::size_t last = whole.frames.back();
+        for (std::size_t size = 0; size < last; ++size) {
+            const simulator::Strike cut{FaultKind::kCutBlock, static_cast<std::uint32_t>(last - size), kLastBlock};
+            const std::uint32_t result = talk.RunSpoilt(section, index, [=](const Stage& stage, const Reply&) {
+                stage.link->closes_at_end = true;
+                return StrikeList{cut};
+            });
             tally.Count(FailedAsStated(section, index, result, talk, infrared), "cut at byte", section, index, size);
         }
         for (std::size_t size = infrared ? 4 : 0; size < whole.message.size(); ++size) {
-            const auto shorten         = [=](const Stage& stage, Reply& reply) { stage.Resize(reply, size); };
+            const auto shorten = [=](const Stage&, const Reply& reply) { return StrikeList{reply.Resized(size)}; };
             const std::uint32_t result = talk.RunSpoilt(section, index, shorten);
             tally.Count(IsOtherButTrue(section, index, result, talk, size), "answer of size", section, index, size);
         }

@@ -5,14 +5,9 @@
 #include <utility>
 
 #include "instrument/opening.h"
-#include "platform/memory/memory_event.h"
-#include "platform/memory/memory_irda_socket.h"
 #include "platform/wide_text.h"
 
 namespace nelto::test {
-
-using platform::memory::TheIrdaWorld;
-
 namespace {
 
 Stage* the_stage = nullptr;
@@ -111,57 +106,37 @@ bool BeginsWith(const Bytes& request, const Bytes& beginning) {
            std::equal(beginning.begin(), beginning.end(), request.begin());
 }
 
-Stage::Stage(Transport link, std::size_t block_limit, const std::wstring& driver_version)
-    : transport(link), analyser_(Data()), block_limit_(block_limit) {
+simulator::Strike Reply::Resized(std::size_t size) const {
+    const bool shorter = size < message.size();
+    return {.kind   = shorter ? FaultKind::kShortAnswer : FaultKind::kLongAnswer,
+            .amount = static_cast<std::uint32_t>(shorter ? message.size() - size : size - message.size())};
+}
+
+Stage::Stage(Transport transport, std::size_t block_limit, const std::wstring& driver_version)
+    : analyser_(Data()), block_limit_(block_limit), sent_(kMeasured) {
     platform::memory::ResetWorld();
-    platform::memory::ResetIrdaWorld();
-    the_stage           = this;
+    the_stage       = this;
+    const auto sink = [this](const std::string& line) { Expect(!line.ends_with("no answer"), line); };
+    link = std::make_unique<AnalyserOnLink>(transport, std::shared_ptr<Responder>(std::shared_ptr<void>(), this),
+                                            block_limit, sink, driver_version);
     state.heating_check = 1;
-    state.communication = link == Transport::kSerial ? kPort : link == Transport::kUsb ? kUsb : kIrda;
-    sent_.resize(kMeasured);
-    std::function<void()> deliver = [] {};
-    if (link == Transport::kSerial) World().serial_ports[L"COM5"].device = this;
-    if (link == Transport::kUsb) {
-        library = std::make_unique<FakeD2xx>(driver_version);
-        library->Attach(2, "1", this);
-        deliver = World().on_wait;
-    }
-    TheIrdaWorld().device_list = platform::memory::MakeIrdaDeviceList({"NELTO T780"});
-    TheIrdaWorld().on_request  = [this](const Bytes& request) { Take(request); };
-    TheIrdaWorld().on_idle     = [this] { GiveInfrared(); };
-    World().on_wait            = [this, deliver] {
-        deliver();
+    state.communication = link->Communication();
+    World().on_wait     = [this, deliver = World().on_wait] {
+        if (deliver) deliver();
         Tick();
     };
 }
 
 Stage::~Stage() {
+    link.reset();
     World().on_wait = nullptr;
     the_stage       = nullptr;
 }
 
-void Stage::Strike(const Bytes& request, std::size_t count, Spoil spoil) {
+void Stage::SpoilReply(const Bytes& request, std::size_t count, Spoil spoil) {
     struck_request_ = request;
     struck_count_   = count;
     spoil_          = std::move(spoil);
-}
-
-void Stage::Resize(Reply& reply, std::size_t size) const {
-    reply.message.resize(size);
-    if (transport == Transport::kIrda && size >= 4) {
-        reply.message[2] = static_cast<std::uint8_t>(size);
-        reply.message[3] = static_cast<std::uint8_t>(size >> 8);
-    }
-    reply.blocks =
-        transport == Transport::kIrda ? std::vector<Bytes>{reply.message} : ReplyBlocks(reply.message, block_limit_);
-}
-
-void Stage::BreakLink() {
-    if (library != nullptr) {
-        library->Fail("FT_GetQueueStatus", FakeD2xx::kIoError, library->driver.CallsOf("FT_GetQueueStatus") + 1, 1);
-    } else {
-        broken_ = true;
-    }
 }
 
 std::string Stage::RunWorker(std::uint32_t limit_ms) {
@@ -169,7 +144,8 @@ std::string Stage::RunWorker(std::uint32_t limit_ms) {
     limit_ms_ = limit_ms;
     Expect(AcquisitionWorker(state, &OpenObserved) == 0, "worker result");
     Check();
-    CheckNothingLeft();
+    const std::size_t left = link->Held();
+    Expect((left != 0) == leaks_by_design, std::to_string(left) + " things left open");
     return trace_;
 }
 
@@ -182,97 +158,29 @@ void Stage::Note(char step) {
     statuses.push_back(state.status);
 }
 
-void Stage::NoteValuesRead() { shown_ = sent_; }
-
-std::size_t Stage::Write(std::span<const std::uint8_t> bytes) {
-    if (broken_) return 0;
-    if (IsGone()) return bytes.size();
-    Block block;
-    if (std::ranges::equal(bytes, kProgramAck)) {
-        SendNextBlock();
-    } else if (ParseBlock(bytes, block) == BlockFault::kNone && block.count == 1) {
-        Take({block.payload.begin(), block.payload.end()});
-    } else {
-        Expect(false, "request out of frame");
-    }
-    return bytes.size();
-}
-
-void Stage::Take(const Bytes& request) {
+StrikeList Stage::Strikes(simulator::Bytes beginning, std::uint64_t now_ms) {
     Check();
+    const Bytes request(beginning.begin(), beginning.end());
     requests.push_back(request);
-    Reply reply{.message    = analyser_.Answer(request, Now()).value(),
-                .delay_ms   = delays ? delays(request) : 0,
-                .unasked_ms = pauses ? std::optional(pauses(request)) : std::nullopt};
-    Resize(reply, reply.message.size());
+    Reply reply{.message = analyser_.Answer(request, now_ms).value()};
+    const std::size_t size = reply.message.size();
+    if (link->transport == Transport::kIrda) reply.frames = {size};
+    for (std::size_t from = 0; from < size && reply.frames.size() * block_limit_ == from; from += block_limit_)
+        reply.frames.push_back(std::min(block_limit_, size - from) + kBlockOverhead);
     replies.push_back(reply);
+
+    StrikeList strikes = usual ? usual(request) : StrikeList();
+    for (std::uint32_t block = 0; block_ms != 0 && block < reply.frames.size(); ++block)
+        strikes.push_back({.kind = FaultKind::kDelay, .amount = block_ms, .block = block});
     const bool counts = struck_request_.empty() || BeginsWith(request, struck_request_);
     if (counts && struck_count_ != 0 && --struck_count_ == 0) {
         struck    = true;
         struck_at = World().now;
         if (stops_at_strike) state.stop_request = 1;
-        spoil_(*this, reply);
+        strikes = spoil_(*this, reply);
     }
-    if (transport == Transport::kIrda) output_.clear();  // a reply that could not be received went with its connection
-    NoteSent(reply);
-    if (IsGone()) return;
-    blocks_.assign(reply.blocks.begin(), reply.blocks.end());
-    delay_ms_ = reply.delay_ms;
-    if (reply.repeats_block && blocks_.size() > 1) blocks_.push_front(blocks_.front());
-    if (reply.unasked_ms) return SendUnasked(*reply.unasked_ms);
-    SendNextBlock(reply.repeats_block && blocks_.size() == 1 ? 2 : 1);
-}
-
-void Stage::SendUnasked(std::uint32_t pause_ms) {
-    busy_until_ = std::max(Now(), busy_until_) + std::exchange(delay_ms_, 0);
-    while (!blocks_.empty()) {
-        SendNextBlock();
-        if (!blocks_.empty()) busy_until_ += pause_ms;
-    }
-}
-
-void Stage::SendNextBlock(std::uint32_t times) {
-    if (blocks_.empty()) return;
-    const Bytes block = blocks_.front();
-    blocks_.pop_front();
-    busy_until_ = std::max(Now(), busy_until_) + block_ms + (blocks_.empty() ? delay_ms_ : 0);
-    for (std::uint32_t i = 0; i < times; ++i) output_.push_back({busy_until_, block});
-}
-
-std::size_t Stage::Read(std::span<std::uint8_t> bytes) {
-    bytes            = bytes.first(std::min(bytes.size(), most_a_look));
-    std::size_t size = 0;
-    while (!IsGone() && !output_.empty() && output_.front().due <= Now()) {
-        Bytes& front           = output_.front().bytes;
-        const std::size_t part = std::min(front.size(), bytes.size() - size);
-        std::copy_n(front.begin(), part, bytes.begin() + static_cast<std::ptrdiff_t>(size));
-        front.erase(front.begin(), front.begin() + static_cast<std::ptrdiff_t>(part));
-        size += part;
-        if (!front.empty()) break;
-        output_.pop_front();
-        if (reads_one_block) break;
-    }
-    return size;
-}
-
-/// What was sent to a closed port is lost; what is sent later arrives.
-void Stage::Opened() {
-    broken_ = false;
-    while (!output_.empty() && output_.front().due <= Now()) output_.pop_front();
-}
-
-void Stage::GiveInfrared() {
-    while (!IsGone() && !output_.empty() && output_.front().due > Now()) platform::SleepMilliseconds(1);
-    if (IsGone() || output_.empty()) {
-        // Broken: the call fails; gone: the other side has closed; else it would wait for ever.
-        if (!broken_ && IsGone()) TheIrdaWorld().pieces.emplace_back(Bytes{});
-        if (!IsGone()) blocked = true;
-        broken_ = false;
-        output_.clear();
-        return;
-    }
-    TheIrdaWorld().pieces.emplace_back(output_.front().bytes);
-    output_.pop_front();
+    NoteSent(strikes);
+    return strikes;
 }
 
 void Stage::Tick() {
@@ -285,13 +193,20 @@ void Stage::Tick() {
     if (limit_ms_ != 0 && (done || now - started_ > limit_ms_)) state.stop_request = 1;
     if (stopped_at == 0 && stops_when && stops_when()) stopped_at = now;
     if (stopped_at != 0) state.stop_request = 1;
+    if (noise_at == 0 || now < noise_at) return;
+    link->wire.AddNoise({0x55});
+    noise_at = 0;
 }
 
-void Stage::NoteSent(const Reply& reply) {
-    const bool infrared   = transport == Transport::kIrda;
-    const Bytes& message  = infrared && !reply.blocks.empty() ? reply.blocks[0] : reply.message;
-    const std::uint8_t by = requests.back()[0];
-    if (by != 0xC2 && by != 0x9C) return;
+void Stage::NoteSent(const StrikeList& strikes) {
+    if (requests.back()[0] != 0xC2 && requests.back()[0] != 0x9C) return;
+    Bytes message = replies.back().message;
+    for (const simulator::Strike& strike : strikes) {
+        simulator::StrikeMessage(strike, message);
+        // Elsewhere a checksum keeps such an answer away.
+        if (link->transport == Transport::kIrda && strike.kind == FaultKind::kFlipBit)
+            simulator::StrikeFrame(strike, message);
+    }
     for (std::size_t i = 0; i < sent_.size() && 4 + 15 * (i + 1) <= message.size(); ++i) {
         sent_[i] = 0;
         for (std::size_t byte = 4; byte-- > 0;) sent_[i] = (sent_[i] << 8) | message[4 + 15 * i + 4 + byte];
@@ -337,13 +252,6 @@ std::vector<float> Stage::HeatingCheckValues() const {
     const Measurement measurement = state.measurement.Copy();
     for (const ChannelRecord& record : UsedRecords(measurement.heating_check)) values.push_back(record.value);
     return values;
-}
-
-void Stage::CheckNothingLeft() {
-    const std::size_t left = World().serial_ports[L"COM5"].open_handles + World().open_files +
-                             TheIrdaWorld().open_sockets + TheIrdaWorld().references +
-                             (library == nullptr || library->AllReleased() ? 0 : 1);
-    Expect((left != 0) == leaks_by_design, std::to_string(left) + " things left open");
 }
 
 }  // namespace nelto::test

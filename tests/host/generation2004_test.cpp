@@ -152,7 +152,7 @@ TEST_F(UsbOpening, AnAnalyserIsIdentifiedSetUpAndClosed) {
     EXPECT_EQ(KindFound(), kKind780);
     EXPECT_EQ(connection_->SubType(), 2u);
     EXPECT_STREQ(state_.last_error, "");
-    EXPECT_TRUE(library_.AllReleased());
+    EXPECT_EQ(library_.Held(), 0U);
 
     EXPECT_EQ(peer_.requests, (std::vector<Bytes>{Hex("42"), Hex("33 0E 05 09 00 DB 07 03 07"), Hex("85"), Hex("90")}));
     EXPECT_EQ(LogText(kBaseLogName, "07.03.2011 14:05:09 "),  // World's calendar
@@ -184,7 +184,7 @@ TEST_F(UsbOpening, OnlyTheModelsOfGeneration2004AreAccepted) {
         EXPECT_STREQ(state_.last_error, last_error);
         if (*last_error != '\0') EXPECT_TRUE(LogHas(kBaseLogName, last_error));
         EXPECT_TRUE(LogHas(kBaseLogName, "Connection closed (USB to nelto 780 2004)"));
-        EXPECT_TRUE(library_.AllReleased());
+        EXPECT_EQ(library_.Held(), 0U);
     }
 }
 
@@ -197,7 +197,7 @@ TEST_F(UsbOpening, ClockAndSubTypeAreNeeded) {
     peer_.answers.erase(Hex("33"));
     EXPECT_EQ(KindFound(), 0U);
     EXPECT_STREQ(state_.last_error, "Nelto 780 Open: Error synchronizing clock");
-    EXPECT_TRUE(library_.AllReleased());
+    EXPECT_EQ(library_.Held(), 0U);
 }
 
 TEST_F(UsbOpening, DeviceType2IsTriedBefore16AndNoOther) {
@@ -212,7 +212,7 @@ TEST_F(UsbOpening, DeviceType2IsTriedBefore16AndNoOther) {
     library_.Attach(2, "3", &preferred);
     EXPECT_EQ(KindFound(), kKind780);
     EXPECT_FALSE(preferred.requests.empty());
-    EXPECT_TRUE(library_.AllReleased());
+    EXPECT_EQ(library_.Held(), 0U);
 }
 
 TEST_F(Generation2004Test, AStopEndsTheOpeningBeforeTheNextRequest) {

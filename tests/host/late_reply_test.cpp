@@ -59,6 +59,12 @@ const LateRow kLateRows[] = {
     {"records just late, unasked", "A5 09", 3010, nullptr, 0, {1}, false, false, 20},
 };
 
+/// The last block late, or the first one and those behind it by themselves, so long after one another.
+StrikeList Late(std::uint32_t delay, std::optional<std::uint32_t> unasked = {}) {
+    if (!unasked) return {{FaultKind::kDelay, delay, kLastBlock}};
+    return {{FaultKind::kDelay, delay}, {FaultKind::kUnasked, *unasked}};
+}
+
 TEST(LateReply, NeverStandsUnderAnotherIdentInTheHeatingCheck) {
     for (const Transport transport : {Transport::kSerial, Transport::kUsb}) {
         for (const LateRow& row : kLateRows) {
@@ -67,18 +73,17 @@ TEST(LateReply, NeverStandsUnderAnotherIdentInTheHeatingCheck) {
             Stage stage(transport, row.unasked ? 7 : 40);
             const auto connection = Nelto780Open(stage.state);
             ASSERT_NE(connection, nullptr);
-            stage.reads_one_block = row.bunched;
-            const Bytes slow      = row.slow == nullptr ? Bytes{} : Hex(row.slow);
-            stage.delays          = [&](const Bytes& request) {
-                return BeginsWith(request, slow) ? row.slow_by : row.bunched ? 0U : 20U;
+            stage.link->wire.reads_one_block = row.bunched;
+            const Bytes slow                 = row.slow == nullptr ? Bytes{} : Hex(row.slow);
+            stage.usual                      = [&](const Bytes& request) {
+                return Late(BeginsWith(request, slow) ? row.slow_by : row.bunched ? 0U : 20U);
             };
-            stage.Strike(row.request == nullptr ? Bytes{} : Hex(row.request), row.request == nullptr ? 0 : 1,
-                         [&](Stage& struck, Reply& reply) {
-                             if (row.noise) struck.AddNoise(4000);
-                             if (row.delay == kNever) reply.blocks.clear();
-                             reply.delay_ms   = row.delay;
-                             reply.unasked_ms = row.unasked;
-                         });
+            stage.SpoilReply(row.request == nullptr ? Bytes{} : Hex(row.request), row.request == nullptr ? 0 : 1,
+                             [&](Stage& struck, const Reply&) {
+                                 if (row.noise) struck.noise_at = World().now + 4000;
+                                 return row.delay == kNever ? StrikeList{{FaultKind::kSilence}}
+                                                            : Late(row.delay, row.unasked);
+                             });
             ChannelTable table{};
             EXPECT_EQ(connection->ReadHeatingCheck(table), 0U);
             Values values;
@@ -92,14 +97,12 @@ TEST(LateReply, NeverStandsUnderAnotherIdentInTheHeatingCheck) {
 }
 
 /// How replies to a request come.
-using Times = std::function<std::uint32_t(const Bytes& request)>;
+using Times = std::function<StrikeList(const Bytes& request)>;
 
-/// View idents and values of the heating check. With `pauses`, blocks of so many bytes come by themselves.
-std::set<std::pair<std::uint32_t, float>> ReadResults(Transport transport, const Times& delays,
-                                                      const Times& pauses = {}, std::size_t block = 40) {
+/// View idents and values of the heating check.
+std::set<std::pair<std::uint32_t, float>> ReadResults(Transport transport, const Times& times, std::size_t block = 40) {
     Stage stage(transport, block);
-    stage.delays          = delays;
-    stage.pauses          = pauses;
+    stage.usual           = times;
     const auto connection = Nelto780Open(stage.state);
     ChannelTable table{};
     if (connection == nullptr) return {};
@@ -126,21 +129,20 @@ constexpr RandomRow kRandomRows[] = {
 TEST(LateReply, NeverStandsUnderAnotherIdentWhateverTheDelays) {
     std::mt19937 asked(20110307), unasked(20110307);
     for (const Transport transport : {Transport::kSerial, Transport::kUsb}) {
-        const auto truth = ReadResults(transport, [](const Bytes&) { return 20U; });
+        const auto truth = ReadResults(transport, [](const Bytes&) { return Late(20); });
         ASSERT_EQ(truth.size(), 7U);
         for (const RandomRow& row : kRandomRows) {
             auto& random     = row.pause == 0 ? asked : unasked;
-            bool late        = false;
-            const auto below = [&](std::uint32_t end) {
-                return late ? static_cast<std::uint32_t>(random() % end) : 20;
+            const auto times = [&](const Bytes& request) {
+                const bool late  = request.front() == 0xA5 && random() % row.every == 0;
+                const auto below = [&](std::uint32_t end) {
+                    return late ? static_cast<std::uint32_t>(random() % end) : 20;
+                };
+                const std::uint32_t delay = below(row.longest);
+                return row.pause == 0 ? Late(delay) : Late(delay, below(row.pause));
             };
-            const auto delay = [&](const Bytes& request) {
-                late = request.front() == 0xA5 && random() % row.every == 0;
-                return below(row.longest);
-            };
-            const auto pause = [&](const Bytes&) { return below(row.pause); };
             for (int run = 0; run < row.runs; ++run) {
-                const auto results = ReadResults(transport, delay, row.pause != 0 ? Times(pause) : Times(), row.block);
+                const auto results = ReadResults(transport, times, row.block);
                 ASSERT_TRUE(std::ranges::includes(truth, results))
                     << "run " << run << ", blocks of " << row.block << ", up to " << row.longest << " ms late, "
                     << row.pause << " ms between them";
@@ -154,7 +156,7 @@ TEST(LateReply, IsWaitedForUntilAStop) {
         Stage stage(transport);
         const auto connection = Nelto780Open(stage.state);
         ASSERT_NE(connection, nullptr);
-        stage.Strike(Hex("A5 0A"), 1, [](Stage&, Reply& reply) { reply.blocks.clear(); });
+        stage.SpoilReply(Hex("A5 0A"), 1, [](Stage&, const Reply&) { return StrikeList{{FaultKind::kSilence}}; });
         stage.stops_when = [start = World().now] { return World().now - start >= 4500; };
         ChannelTable table{};
         EXPECT_EQ(connection->ReadHeatingCheck(table), 0U);
@@ -171,7 +173,7 @@ TEST(LateReply, DoesNotKeepAnAnalyserInSlaveMode) {
             Stage stage(transport);
             const auto connection = Nelto780Open(stage.state);
             ASSERT_NE(connection, nullptr);
-            stage.Strike(Hex("A5 0A"), 1, [=](Stage&, Reply& reply) { reply.delay_ms = delay; });
+            stage.SpoilReply(Hex("A5 0A"), 1, [=](Stage&, const Reply&) { return Late(delay); });
             stage.stops_when = [&] { return stage.struck && World().now - stage.struck_at >= 3040; };
             ChannelTable table{};
             EXPECT_EQ(connection->ReadHeatingCheck(table), 0U);

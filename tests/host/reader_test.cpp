@@ -10,7 +10,7 @@ namespace nelto::reader {
 namespace {
 
 using ReaderTest = test::HostTest;
-using rigs::World;
+using doubles::World;
 
 constexpr Moment kNow       = {{2011, 3, 7, 14, 5, 9}, -90};
 const std::string kTime     = "2011-03-07T14:05:09-01:30";

@@ -13,7 +13,7 @@
 
 namespace nelto::test {
 
-using namespace rigs;
+using namespace doubles;
 using platform::memory::AlwaysFail;
 using platform::memory::Call;
 

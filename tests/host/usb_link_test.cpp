@@ -107,7 +107,7 @@ TEST_F(UsbDevices, AFailureAtALaterDeviceLosesTheWholeListing) {
         library.Attach(9, "2");
         library.Fail("FT_ListDevices", 6, failing_call);
         EXPECT_EQ(List(9), Listing(2006, {}));
-        EXPECT_TRUE(library.AllReleased());
+        EXPECT_EQ(library.Held(), 0U);
     }
 }
 
@@ -155,7 +155,7 @@ TEST_F(UsbDevices, ListsTheTypeInTheOrderOfTheDevicesAsFarAsTheyFit) {
         library.Attach(2, "99999999999");  // more than 32 bits hold
         EXPECT_EQ(List(type, capacity).second, serials);
         EXPECT_EQ(library.most_open, 1u);
-        EXPECT_TRUE(library.AllReleased());
+        EXPECT_EQ(library.Held(), 0U);
     }
 }
 
@@ -172,7 +172,7 @@ TEST_F(UsbDevices, OnlyOldLibrariesCompareTheSerialNumberOnOpening) {
         library.Attach(9, "111");
         library.Attach(9, "222").told_serial = "99";
         EXPECT_EQ(TryOpen(library, 9, serial), opened) << serial;
-        EXPECT_TRUE(library.AllReleased());
+        EXPECT_EQ(library.Held(), 0U);
     }
 }
 
@@ -217,7 +217,7 @@ protected:
     }
     void TearDown() override {
         EXPECT_EQ(NeltoUSBClose(link_), kUsbOk);
-        EXPECT_TRUE(library_.AllReleased());
+        EXPECT_EQ(library_.Held(), 0U);
     }
 
     std::uint32_t Transceive(const Bytes& request, std::size_t capacity = 4096, std::uint32_t timeout_ms = 200) {
@@ -356,7 +356,7 @@ protected:
     }
     void TearDown() override {
         own_.Close();
-        EXPECT_TRUE(library_.AllReleased());
+        EXPECT_EQ(library_.Held(), 0U);
     }
 
     std::atomic<std::uint32_t> stop_{0};

@@ -69,6 +69,7 @@ bool SetBlocking(IrdaSocket socket) {
 
 bool ListIrdaDevices(IrdaSocket socket, std::span<std::uint8_t> list) {
     CheckOpen(socket);
+    if (TheIrdaWorld().on_list) TheIrdaWorld().on_list();
     TheIrdaWorld().list_space                    = list.size();
     const std::vector<std::uint8_t>& device_list = TheIrdaWorld().device_list;
     std::copy_n(device_list.begin(), std::min(device_list.size(), list.size()), list.begin());
@@ -77,6 +78,7 @@ bool ListIrdaDevices(IrdaSocket socket, std::span<std::uint8_t> list) {
 
 bool ConnectIrda(IrdaSocket socket, const IrdaDeviceId& device, const IrdaName& service) {
     CheckOpen(socket);
+    ++TheIrdaWorld().connections;
     TheIrdaWorld().device = device;
     TheIrdaWorld().service.assign(service.begin(), std::ranges::find(service, '\0'));
     return !Fails(Call::kConnect) && TheIrdaWorld().connect_error == 0;

@@ -21,6 +21,8 @@ struct IrdaWorld {
     std::uint32_t connect_error = 0;
     std::vector<std::uint8_t> device_list;  // copied to the front of the program's buffer
 
+    /// Called when the program asks for the list; may change it.
+    std::function<void()> on_list;
     std::deque<IrdaPiece> pieces;  // what the receive calls give, one after the other; when empty they fail
     /// Called with each request that was sent whole; may add pieces.
     std::function<void(const std::vector<std::uint8_t>& request)> on_request;
@@ -31,6 +33,7 @@ struct IrdaWorld {
     // What the program did.
     std::uint32_t references   = 0;  // on Winsock
     std::uint32_t open_sockets = 0;
+    std::uint32_t connections  = 0;  // so far
     std::size_t list_space     = 0;
     IrdaDeviceId device{};
     std::string service;

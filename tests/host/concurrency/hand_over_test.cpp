@@ -11,6 +11,7 @@
 #include <thread>
 #include <utility>
 
+#include "analyser_on_link.h"
 #include "core/acquisition_worker.h"
 #include "core/dialog_view.h"
 #include "core/manual_values.h"
@@ -21,7 +22,7 @@
 namespace nelto::test {
 namespace {
 
-using namespace rigs;
+using namespace doubles;
 
 constexpr std::size_t kChannels          = 30;
 constexpr std::uint32_t kFirstIdent      = 0x0A01;  // from here on the program has no labels of its own
@@ -157,14 +158,12 @@ TEST(HandOver, GivesTheDialogWholeMeasurementsAndTakesItsEdits) {
     World().keeps_texts = false;
     World().texts       = {{608, L"Bluetooth"}};
     const auto analyser = std::make_shared<CountingAnalyser>();
-    simulator::BlockSession session(analyser, 120, [](const std::string&) {});
-    SessionPort port(session);
+    const AnalyserOnLink link(Transport::kSerial, analyser);
     CheckingReceiver receiver;
-    World().serial_ports[L"COM5"].device = &port;
     World().serial_ports[L"COM7"].device = &receiver;
 
     ProgramState state;
-    state.communication      = 5;
+    state.communication      = link.Communication();
     state.heating_check      = 1;
     state.serial_output      = 1;
     state.serial_output_port = 7;

@@ -1,0 +1,70 @@
+// An analyser of the simulator at the far end of one link: a COM port, a converter behind the D2XX library, or infrared.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "block_session.h"
+#include "fake_d2xx.h"
+#include "infrared_session.h"
+#include "session_port.h"
+#include "transport/link.h"
+
+namespace nelto::doubles {
+
+/// A line that keeps what comes late from one opening to the next; only what has come by then is lost.
+class Wire final : public SessionPort {
+public:
+    using SessionPort::SessionPort;
+
+    std::size_t Write(std::span<const std::uint8_t> bytes) override {
+        return is_broken ? 0 : SessionPort::Write(bytes);
+    }
+    std::size_t Read(std::span<std::uint8_t> bytes) override { return is_broken ? 0 : SessionPort::Read(bytes); }
+    void Opened() override {
+        is_broken = false;
+        while (Fetch()) pending_.clear();
+    }
+    void Closed() override {}
+
+    bool is_broken = false;  // until the next opening
+};
+
+/// One at a time. The world stays in place while it is there; over USB its `on_wait` is in use.
+class AnalyserOnLink {
+public:
+    static constexpr std::uint32_t kPort = 5;
+
+    AnalyserOnLink(
+        Transport transport, std::shared_ptr<simulator::Responder> analyser, std::size_t payload_limit = 120,
+        const simulator::EventSink& events = [](const std::string&) {},
+        const std::wstring& driver_version = L"3.02.11");
+    ~AnalyserOnLink();
+    AnalyserOnLink(const AnalyserOnLink&)            = delete;
+    AnalyserOnLink& operator=(const AnalyserOnLink&) = delete;
+
+    /// The setting by which the program comes here.
+    [[nodiscard]] std::uint32_t Communication() const;
+    /// Handles, sockets, files, devices, events and loads of the driver's library that the program has not released.
+    [[nodiscard]] std::size_t Held() const;
+    /// The link fails the program once; a COM port is dead until it is opened anew.
+    void Break();
+
+    const Transport transport;
+    Wire wire{blocks_};                // serial and USB
+    std::unique_ptr<FakeD2xx> driver;  // USB
+    /// Over infrared the other side closes where nothing more would ever come, instead of leaving the program waiting.
+    bool closes_at_end = false;
+    bool blocked       = false;  // a receive call over infrared would never have returned
+
+private:
+    void PutIntoInfraredWorld();
+    void TakeInfrared(const simulator::Message& request);
+    void GiveInfrared();
+
+    simulator::BlockSession blocks_;
+    simulator::InfraredSession infrared_;
+    std::uint32_t connection_ = 0;
+};
+
+}  // namespace nelto::doubles
