@@ -84,14 +84,13 @@ void AnalyserOnLink::TakeInfrared(const simulator::Message& request) {
 void AnalyserOnLink::GiveInfrared() {
     const std::uint64_t now  = RunningMilliseconds();
     const bool has_come      = infrared_.CanReceive(now);
-    const bool never_comes   = !infrared_.CanReceive(now + kLongerThanAny);
-    TheIrdaWorld().is_silent = !has_come && !never_comes;
-    if (TheIrdaWorld().is_silent) return;
-    blocked = blocked || (never_comes && !closes_at_end);
-    if (never_comes && !closes_at_end) return;
+    const bool comes         = infrared_.CanReceive(now + kLongerThanAny);
+    TheIrdaWorld().is_silent = !has_come && comes;
+    blocked                  = blocked || !comes;
+    if (!has_come) return;
     simulator::Message piece(512);
     std::size_t size = 0;
-    if (has_come) static_cast<void>(infrared_.Receive(piece, size, now));
+    static_cast<void>(infrared_.Receive(piece, size, now));
     piece.resize(size);  // none: the other side has closed
     TheIrdaWorld().pieces.emplace_back(std::move(piece));
 }

@@ -35,9 +35,7 @@ public:
     const Transport transport;
     SessionPort wire{blocks_};         // serial and USB
     std::unique_ptr<FakeD2xx> driver;  // USB
-    /// Over infrared the other side closes where nothing more would ever come, instead of leaving the program waiting.
-    bool closes_at_end = false;
-    bool blocked       = false;  // a receive call over infrared would never have returned
+    bool blocked = false;              // a receive call over infrared would never have returned
 
 private:
     void PutIntoInfraredWorld();
