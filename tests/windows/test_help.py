@@ -11,7 +11,6 @@ from pathlib import Path
 import harness
 import program_session
 from program_session import PROGRAM, ROOT
-from serial_peer import Analyser780, SerialPeer
 
 LANGUAGE_IDS = {"de": 0x0407, "en": 0x0409}
 SHOWN_TEXTS = [*range(600, 613), *range(620, 625), *range(630, 635), *range(650, 653), *range(660, 663), *range(665, 668),
@@ -106,18 +105,3 @@ class HelpButton(harness.WindowsTestCase):
                 box = session.wait_until(lambda: self.message_box(session, 1), "the message box")
                 self.assertEqual(box["caption"], caption)
                 self.assertIn(text + rf"C:\Messgerät & analyser\{file_name(language)}", box["texts"])
-
-    def test_ok_takes_the_focus_when_values_arrived_behind_the_message(self):
-        peer = SerialPeer(Analyser780())
-        self.addCleanup(peer.close)
-        peer.distort = lambda frame: b""
-        session = self.begin("en", [])
-        session.ask("regset", "Communication", "dword", 5)
-        session.prefix.connect_port(5, peer.path)
-        session.start(program=self.place / PROGRAM.name)
-        session.ask("post", program_session.HELP)
-        session.wait_until(lambda: self.message_box(session), "the message box")
-        peer.distort = lambda frame: frame
-        session.wait_until(lambda: session.enabled(program_session.OK), "the values")
-        self.assertIsNotNone(self.message_box(session, 1))
-        session.wait_until(lambda: session.ask("focus") == program_session.OK, "the focus on OK")
