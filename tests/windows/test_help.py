@@ -48,8 +48,10 @@ class HelpFiles(harness.FileTestCase):
             for topic in topics[-1]:
                 text = (folder / topic).read_text("cp1252")
                 self.assertIn("charset=windows-1252", text)
-                links = re.findall(r'(?:href|src)="([^"#]+)', text)
-                self.assertEqual([link for link in links if not (folder / link).is_file()], [], topic)
+                for page, _, place in (link.partition("#") for link in re.findall(r'(?:href|src)="(.+?)"', text)):
+                    target = folder / (page or topic)
+                    self.assertTrue(target.is_file(), target)
+                    self.assertTrue(not place or f'id="{place}"' in target.read_text("cp1252"), place)
         self.assertEqual(*topics)
         self.assertGreater(len(topics[0]), 10)
 
@@ -67,28 +69,6 @@ class HelpFiles(harness.FileTestCase):
         self.assertEqual(list(scratch.iterdir()), [])
         for language in LANGUAGE_IDS:
             self.assertEqual((made / file_name(language)).read_bytes(), (PROGRAM.parent / file_name(language)).read_bytes())
-
-    def test_faults_in_the_sources_fail_the_build(self):
-        for name, old, new, complaint in (
-            ("index.html", 'href="connect.html"', 'href="nowhere.html"', "there is no nowhere.html"),
-            ("index.html", 'src="images/values.png"', 'src="images/none.png"', "there is no images/none.png"),
-            ("infrared.html", "#infrared", "#infrarot", "there is no troubleshooting.html#infrarot"),
-            ("help.hhc", 'value="logs.html"', 'value="usb.html"', "logs.html is not in the contents"),
-            ("help.hhp", "usb.html", "usb.html\nnone.html", "none.html does not exist"),
-            ("index.html", "</h1>", "\u2264</h1>", "can't encode"),
-        ):
-            with self.subTest(complaint):
-                root = self.folder()
-                (root / "tools").mkdir()
-                shutil.copy(ROOT / "tools/make-help", root / "tools")
-                shutil.copytree(ROOT / "docs/help", root / "docs/help")
-                source = root / "docs/help/de" / name
-                text = source.read_text("utf-8")
-                self.assertIn(old, text)
-                source.write_text(text.replace(old, new, 1), "utf-8")
-                run = subprocess.run([root / "tools/make-help", root / "made"], capture_output=True, text=True, check=False)
-                self.assertEqual(run.returncode, 1)
-                self.assertIn(complaint, run.stderr)
 
 
 class HelpButton(harness.WindowsTestCase):
