@@ -41,6 +41,7 @@ private:
     void PutIntoInfraredWorld();
     void TakeInfrared(const simulator::Message& request);
     void GiveInfrared();
+    void WaitForInfrared();
 
     simulator::BlockSession blocks_;
     simulator::InfraredSession infrared_;
