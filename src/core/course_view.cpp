@@ -7,7 +7,7 @@ namespace nelto {
 
 CourseRow CourseRowOf(const CourseSeries& series, const CourseStatistics& statistics, wchar_t decimal_separator) {
     const auto text = [&](const std::optional<float>& number) {
-        return CourseValueText(number.value_or(kGap), series.Name().resolution, decimal_separator);
+        return NumberText(number.value_or(kGap), series.Name().resolution, decimal_separator);
     };
     return {std::wstring(platform::TextIn(series.Name().label)),
             text(statistics.now),
@@ -15,20 +15,7 @@ CourseRow CourseRowOf(const CourseSeries& series, const CourseStatistics& statis
             text(statistics.minimum),
             text(statistics.mean),
             text(statistics.maximum),
-            CourseUnitText(series)};
-}
-
-std::wstring CourseValueText(float value, std::uint32_t resolution, wchar_t decimal_separator) {
-    std::array<wchar_t, kValueTextSize> text{};
-    FormatValue(value, resolution, text);
-    UseDecimalSeparator(text, decimal_separator);
-    return std::wstring(platform::TextIn(text));
-}
-
-std::wstring CourseUnitText(const CourseSeries& series) {
-    std::array<wchar_t, kValueTextSize> text{};
-    UnitText(series.Key().unit, text);
-    return std::wstring(platform::TextIn(text));
+            UnitText(series.Key().unit)};
 }
 
 std::wstring ClockText(LocalSecond moment, bool with_seconds) {

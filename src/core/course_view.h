@@ -26,11 +26,6 @@ using CourseRow = std::array<std::wstring, kCourseColumnCount>;
 [[nodiscard]] CourseRow CourseRowOf(const CourseSeries& series, const CourseStatistics& statistics,
                                     wchar_t decimal_separator);
 
-/// The number as the series is shown, and "-" for a gap.
-[[nodiscard]] std::wstring CourseValueText(float value, std::uint32_t resolution, wchar_t decimal_separator);
-
-[[nodiscard]] std::wstring CourseUnitText(const CourseSeries& series);
-
 /// "19:53:01", or without the seconds.
 [[nodiscard]] std::wstring ClockText(LocalSecond moment, bool with_seconds);
 

@@ -1,16 +1,12 @@
 #include "core/measurement.h"
 
 #include <algorithm>
+#include <mutex>
 #include <string_view>
 
 #include "platform/wide_text.h"
 
 namespace nelto {
-namespace {
-
-using platform::ShortLockGuard;
-
-}  // namespace
 
 std::wstring_view SerialNumberOf(const Measurement& measurement) {
     const auto record = std::ranges::find(measurement.channels, kSerialNumber, &ChannelRecord::view_ident);
@@ -31,17 +27,17 @@ bool IsSameAnalyser(const Measurement& measurement, const Measurement& other) {
 }
 
 Measurement SharedMeasurement::Copy() const {
-    const ShortLockGuard guard(lock_);
+    const std::scoped_lock guard(lock_);
     return current_;
 }
 
 void SharedMeasurement::Publish(const Measurement& measurement) {
-    const ShortLockGuard guard(lock_);
+    const std::scoped_lock guard(lock_);
     Store(measurement);
 }
 
 bool SharedMeasurement::Edit(const Measurement& copy) {
-    const ShortLockGuard guard(lock_);
+    const std::scoped_lock guard(lock_);
     if (Busy() || copy.version != current_.version) return false;
     Store(copy);
     return true;

@@ -130,7 +130,7 @@ void CoursePlot::LookAt(std::optional<std::uint32_t> index) {
 
 /// What is plotted, and the values only when the user looks at them: a text that changed each second would be read out each second.
 void CoursePlot::TellText() const {
-    std::wstring text           = StringText(IDS_COURSE);
+    std::wstring text           = LoadText(IDS_COURSE);
     const CoursePicture picture = Picture();
     for (const CourseKey& key : picture.keys) {
         const CourseSeries* series = FindSeries(recorder_, key);

@@ -6,7 +6,6 @@
 #include <array>
 #include <cstdint>
 
-#include "core/output_text.h"
 #include "core/value_text.h"
 #include "ui/window_text.h"
 
@@ -87,7 +86,7 @@ void CorrectRow(HWND list, std::size_t row, std::span<const std::wstring> texts)
 }
 
 void InsertColumn(HWND list, std::size_t column, std::uint32_t text_id, int width) {
-    std::wstring text = StringText(text_id);
+    std::wstring text = LoadText(text_id);
     LVCOLUMNW description{};
     description.mask     = LVCF_TEXT | LVCF_WIDTH | LVCF_SUBITEM;
     description.cx       = width;

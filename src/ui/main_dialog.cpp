@@ -163,7 +163,7 @@ bool MainDialog::StaysBusy() const {
 
 void MainDialog::ShowStatus(const StatusView& view) {
     ShowOk(view.ok);
-    if (view.text_id != 0) ShowStatusText(dialog_, StringText(view.text_id));
+    if (view.text_id != 0) ShowStatusText(dialog_, LoadText(view.text_id));
     SetControlText(dialog_, IDC_CONNECTION, ConnectionText(state_.communication));
     if (view.repaint) InvalidateRect(dialog_, nullptr, TRUE);
 }

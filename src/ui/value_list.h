@@ -5,7 +5,7 @@
 
 #include <span>
 
-#include "core/dialog_view.h"
+#include "core/value_text.h"
 
 namespace nelto::ui {
 

@@ -1,11 +1,11 @@
 #include "instrument/generation2010/text_mapper.h"
 
 #include <algorithm>
+#include <array>
 
 #include "core/channel_table.h"
 #include "core/instrument.h"
 #include "instrument/greek_letters.h"
-#include "platform/text_service.h"
 #include "platform/wide_text.h"
 
 namespace nelto {
@@ -45,8 +45,7 @@ TextMapper::TextMapper(std::uint32_t kind, const BaseLog& log) {
         get_fuel_string_  = FindString("GetFuelString");
         get_units_string_ = FindString("GetUnitsString");
     }
-    platform::UserLocaleTag(language_tag_);
-    log.Write(language_tag_.data());
+    log.Write(language_tag_.c_str());
 }
 
 TextMapper::~TextMapper() {
@@ -69,7 +68,7 @@ std::wstring TextMapper::Ask(GetString function, std::uint32_t number) const {
     if (function == nullptr) return {};
     MapperText text{};
     MapperText scratch{};
-    function(language_tag_.data(), number, text.data(), scratch.data(), kChannelTextSize);
+    function(language_tag_.c_str(), number, text.data(), scratch.data(), kChannelTextSize);
     return std::wstring(platform::TextIn(text));
 }
 
