@@ -6,8 +6,8 @@
 
 #include "core/course_view.h"
 #include "core/value_text.h"
+#include "platform/byte_text.h"
 #include "platform/files.h"
-#include "platform/utf8.h"
 #include "platform/wide_text.h"
 
 namespace nelto {

@@ -8,11 +8,6 @@
 
 namespace nelto {
 
-std::wstring_view SerialNumberOf(const Measurement& measurement) {
-    const auto record = std::ranges::find(measurement.channels, kSerialNumber, &ChannelRecord::view_ident);
-    return record == measurement.channels.end() ? std::wstring_view() : platform::TextIn(record->text);
-}
-
 void TakeSpecialChannels(Measurement& measurement) {
     for (const ChannelRecord& record : measurement.channels) {
         if (record.view_ident == kFuel) measurement.oil_fuel = record.value == 1.0F;
@@ -20,10 +15,12 @@ void TakeSpecialChannels(Measurement& measurement) {
     }
 }
 
-bool IsSameAnalyser(const Measurement& measurement, const Measurement& other) {
-    return measurement.kind == other.kind &&
-           platform::TextIn(measurement.device_name) == platform::TextIn(other.device_name) &&
-           !SerialNumberOf(measurement).empty() && SerialNumberOf(measurement) == SerialNumberOf(other);
+AnalyserIdentity IdentityOf(const Measurement& measurement) {
+    const auto record = std::ranges::find(measurement.channels, kSerialNumber, &ChannelRecord::view_ident);
+    const auto serial = record == measurement.channels.end() ? std::wstring_view() : platform::TextIn(record->text);
+    return {.kind          = measurement.kind,
+            .device_name   = std::wstring(platform::TextIn(measurement.device_name)),
+            .serial_number = std::wstring(serial)};
 }
 
 Measurement SharedMeasurement::Copy() const {

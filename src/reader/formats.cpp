@@ -12,7 +12,7 @@
 #include "core/exchange_file.h"
 #include "core/manual_values.h"
 #include "core/value_text.h"
-#include "platform/utf8.h"
+#include "platform/byte_text.h"
 #include "platform/wide_text.h"
 
 namespace nelto::reader {

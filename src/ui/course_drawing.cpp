@@ -5,9 +5,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "core/course_points.h"
-#include "core/course_scale.h"
-#include "core/course_statistics.h"
+#include "core/course_strip.h"
 #include "core/course_view.h"
 #include "core/value_text.h"
 #include "platform/wide_text.h"

@@ -4,7 +4,6 @@
 #include <array>
 #include <vector>
 
-#include "core/course_statistics.h"
 #include "core/course_view.h"
 #include "ui/list_cells.h"
 #include "ui/resource.h"

@@ -5,10 +5,8 @@
 
 #include "core/course_choice.h"
 #include "core/course_csv.h"
-#include "core/course_points.h"
 #include "core/course_recorder.h"
-#include "core/course_scale.h"
-#include "core/course_statistics.h"
+#include "core/course_strip.h"
 #include "core/course_view.h"
 #include "core/value_text.h"
 #include "platform/wide_text.h"
