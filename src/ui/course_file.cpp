@@ -19,11 +19,9 @@ using Path = std::array<wchar_t, 1024>;
 /// The library with the dialog is loaded when it is first asked for: nothing else needs it.
 bool AskForPath(HWND owner, Path& path) {
     using platform::LibraryHandle;
-    const LibraryHandle dialogs = platform::LoadLibraryToStay(L"comdlg32.dll");
-    if (dialogs == LibraryHandle::kNone) return false;
-    const auto ask =
-        reinterpret_cast<decltype(&::GetSaveFileNameW)>(platform::FindFunction(dialogs, "GetSaveFileNameW"));
-    if (ask == nullptr) return false;
+    const LibraryHandle dialogs       = platform::LoadLibraryToStay(L"comdlg32.dll");
+    decltype(&::GetSaveFileNameW) ask = nullptr;
+    if (dialogs == LibraryHandle::kNone || !platform::FindFunction(dialogs, "GetSaveFileNameW", ask)) return false;
     const std::wstring filter = LoadText(IDS_COURSE_FILTER) + L'\0' + L"*.csv" + L'\0';
     OPENFILENAMEW request{};
     request.lStructSize = sizeof request;

@@ -10,9 +10,9 @@
 #include "ui/course_list.h"
 #include "ui/course_plot.h"
 #include "ui/dialog_icons.h"
-#include "ui/list_cells.h"
 #include "ui/modeless_keys.h"
 #include "ui/resource.h"
+#include "ui/value_list.h"
 #include "ui/window_place.h"
 #include "ui/window_text.h"
 

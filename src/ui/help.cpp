@@ -40,10 +40,9 @@ std::wstring NotFoundText(std::wstring_view path) {
 bool OpenDocument(HWND dialog, const wchar_t* path) {
     constexpr INT_PTR kHighestError = 32;
     using platform::LibraryHandle;
-    const LibraryHandle shell = platform::LoadLibraryToStay(L"shell32.dll");
-    if (shell == LibraryHandle::kNone) return false;
-    const auto execute = reinterpret_cast<decltype(&::ShellExecuteW)>(platform::FindFunction(shell, "ShellExecuteW"));
-    if (execute == nullptr) return false;
+    const LibraryHandle shell          = platform::LoadLibraryToStay(L"shell32.dll");
+    decltype(&::ShellExecuteW) execute = nullptr;
+    if (shell == LibraryHandle::kNone || !platform::FindFunction(shell, "ShellExecuteW", execute)) return false;
     const HINSTANCE result = execute(dialog, L"open", path, nullptr, nullptr, SW_SHOWNORMAL);
     return reinterpret_cast<INT_PTR>(result) > kHighestError;
 }

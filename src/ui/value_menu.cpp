@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <string>
 
-#include "ui/list_cells.h"
 #include "ui/resource.h"
+#include "ui/value_list.h"
 #include "ui/window_text.h"
 
 namespace nelto::ui {

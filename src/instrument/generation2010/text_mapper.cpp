@@ -41,9 +41,9 @@ TextMapper::TextMapper(std::uint32_t kind, const BaseLog& log) {
     if (library_ == platform::LibraryHandle::kNone) {
         log.Write(L"IDTEXTMAPPER_T780.DLL not found");  // in these words whichever library is missing
     } else {
-        get_view_string_  = FindString("GetViewString");
-        get_fuel_string_  = FindString("GetFuelString");
-        get_units_string_ = FindString("GetUnitsString");
+        platform::FindFunction(library_, "GetViewString", get_view_string_);
+        platform::FindFunction(library_, "GetFuelString", get_fuel_string_);
+        platform::FindFunction(library_, "GetUnitsString", get_units_string_);
     }
     log.Write(language_tag_.c_str());
 }
@@ -58,10 +58,6 @@ std::wstring TextMapper::ViewText(std::uint32_t ident_2010) const {
 
 std::wstring TextMapper::FuelText(std::uint32_t fuel_id) const {
     return WithoutGreekLetters(Ask(get_fuel_string_, fuel_id)).substr(0, kChannelTextSize - 1);
-}
-
-TextMapper::GetString TextMapper::FindString(const char* name) const {
-    return reinterpret_cast<GetString>(platform::FindFunction(library_, name));
 }
 
 std::wstring TextMapper::Ask(GetString function, std::uint32_t number) const {

@@ -34,7 +34,6 @@ private:
     using GetString = std::uint32_t(NELTO_LIBRARY_CALL*)(const wchar_t* language, std::uint32_t number, wchar_t* text,
                                                          wchar_t* scratch, std::uint32_t capacity);
 
-    [[nodiscard]] GetString FindString(const char* name) const;
     [[nodiscard]] std::wstring Ask(GetString function, std::uint32_t number) const;
 
     platform::LibraryHandle library_ = platform::LibraryHandle::kNone;
