@@ -48,17 +48,15 @@ void Library::Unload() {
 
 platform::LibraryHandle Library::Release() { return std::exchange(handle_, platform::LibraryHandle::kNone); }
 
-bool Load(Purpose purpose, Library& library, Identification& identification, DeviceFunctions& functions) {
-    library = Library(platform::LoadLibraryByName(kLibraryName));
-    if (!library.IsLoaded()) return false;
-    if (!ReadIdentification(identification)) {
+bool Load(Purpose purpose, Driver& driver) {
+    driver.library = Library(platform::LoadLibraryByName(kLibraryName));
+    if (!driver.library.IsLoaded()) return false;
+    if (!ReadIdentification(driver.identification)) {
         // Deliberately left loaded: a library whose version cannot be read is never unloaded.
-        static_cast<void>(library.Release());
+        static_cast<void>(driver.library.Release());
         return false;
     }
-    if (FindDeviceFunctions(library.Handle(), purpose, functions)) return true;
-    library.Unload();
-    return false;
+    return FindDeviceFunctions(driver.library.Handle(), purpose, driver.functions);
 }
 
 bool FindLinkFunctions(platform::LibraryHandle library, LinkFunctions& functions) {
