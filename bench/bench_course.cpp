@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "core/course_recorder.h"
-#include "core/course_statistics.h"
+#include "core/course_view.h"
 #include "figures.h"
 
 namespace {

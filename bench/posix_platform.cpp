@@ -157,11 +157,11 @@ std::string ToAnsi(std::wstring_view text) {
     return bytes;
 }
 
-std::size_t LoadText(std::uint32_t, std::span<wchar_t> text) { return CopyText(text, L""); }
+std::wstring LoadText(std::uint32_t) { return {}; }
 
 wchar_t DecimalSeparator() { return L'.'; }
 
-void UserLocaleTag(std::span<wchar_t> tag) { CopyText(tag, L"en-US"); }
+std::wstring UserLocaleTag() { return L"en-US"; }
 
 SerialHandle OpenSerialPort(const wchar_t* path, std::uint32_t& error) {
     const auto found     = Ports().find(path);

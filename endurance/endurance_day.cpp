@@ -24,6 +24,7 @@
 #include "core/acquisition_worker.h"
 #include "core/dialog_view.h"
 #include "core/serial_output.h"
+#include "core/value_text.h"
 #include "endurance_rigs.h"
 #include "instrument/opening.h"
 

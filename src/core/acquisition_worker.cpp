@@ -73,8 +73,10 @@ std::uint32_t Worker::ReadConfiguration(Instrument& instrument) {
     LabelChannelTable(fresh.channels);
     TakeSpecialChannels(fresh);
     // Another analyser may have been configured meanwhile, without values.
+    const AnalyserIdentity identity = IdentityOf(fresh);
     for (const Measurement& known : {state_.measurement.Copy(), configured_}) {
-        if (IsSameAnalyser(fresh, known)) fresh.heating_check = known.heating_check;
+        // One without a serial number is never known again.
+        if (!identity.serial_number.empty() && IdentityOf(known) == identity) fresh.heating_check = known.heating_check;
     }
     configured_   = fresh;
     is_published_ = false;

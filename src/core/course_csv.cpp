@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "core/course_view.h"
-#include "core/output_text.h"
+#include "core/value_text.h"
+#include "platform/byte_text.h"
 #include "platform/files.h"
-#include "platform/utf8.h"
 #include "platform/wide_text.h"
 
 namespace nelto {
@@ -31,7 +31,7 @@ std::wstring Quoted(std::wstring text) {
 }
 
 std::wstring NameOf(const CourseSeries& series) {
-    const std::wstring unit = CourseUnitText(series);
+    const std::wstring unit = UnitText(series.Key().unit);
     std::wstring name(platform::TextIn(series.Name().label));
     if (!unit.empty()) name.append(L" [").append(unit).append(L"]");
     return Quoted(std::move(name));
@@ -83,7 +83,7 @@ private:
         const float value          = series.At(second);
         if (value == cell.value) return cell.text;
         cell.value = value;
-        cell.text  = CourseValueText(value, series.Name().resolution, separators_.decimal);
+        cell.text  = NumberText(value, series.Name().resolution, separators_.decimal);
         if (cell.text == kNothingShown) cell.text.clear();
         return cell.text;
     }

@@ -4,8 +4,6 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "platform/wide_text.h"
-
 namespace nelto {
 namespace {
 
@@ -28,7 +26,8 @@ void CourseRecorder::Advance(std::uint32_t tick, const platform::CalendarTime& t
 
 void CourseRecorder::Record(const Measurement& measurement) {
     if (measurement.version == version_) return;
-    if (!IsOfSameAnalyser(measurement)) Interrupt();
+    const AnalyserIdentity identity = IdentityOf(measurement);
+    if (identity != analyser_) Interrupt();
     // After an interruption one second at least stays empty; the measurement is still there in the next.
     if (!is_joined_ && version_ != 0 && now_ <= last_ + 1) return;
     MakeRoom();
@@ -36,22 +35,11 @@ void CourseRecorder::Record(const Measurement& measurement) {
     for (const ChannelRecord& record : UsedRecords(measurement.channels)) {
         if (IsCourseValue(record) && IsHandedOn(record, measurement)) RecordValue(record);
     }
-    RememberAnalyser(measurement);
+    analyser_ = identity;
     if (version_ == 0) begin_ = now_;
     version_   = measurement.version;
     last_      = now_;
     is_joined_ = true;
-}
-
-bool CourseRecorder::IsOfSameAnalyser(const Measurement& measurement) const {
-    return measurement.kind == kind_ && platform::TextIn(measurement.device_name) == device_name_ &&
-           SerialNumberOf(measurement) == serial_number_;
-}
-
-void CourseRecorder::RememberAnalyser(const Measurement& measurement) {
-    kind_          = measurement.kind;
-    device_name_   = platform::TextIn(measurement.device_name);
-    serial_number_ = SerialNumberOf(measurement);
 }
 
 void CourseRecorder::HoldLastValues() {

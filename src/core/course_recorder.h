@@ -51,8 +51,6 @@ private:
         LocalSecond ahead    = 0;
     };
 
-    [[nodiscard]] bool IsOfSameAnalyser(const Measurement& measurement) const;
-    void RememberAnalyser(const Measurement& measurement);
     void HoldLastValues();
     void RecordValue(const ChannelRecord& record);
     void Set(CourseSeries& series, std::uint32_t second, float value);
@@ -71,9 +69,7 @@ private:
     std::uint32_t last_    = 0;
     std::uint32_t version_ = 0;  // of the measurement taken last; 0 before the first
     bool is_joined_        = false;
-    std::uint32_t kind_    = 0;
-    std::wstring device_name_;
-    std::wstring serial_number_;
+    AnalyserIdentity analyser_;
 };
 
 }  // namespace nelto

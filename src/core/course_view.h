@@ -1,13 +1,31 @@
-// What the window of the courses shows as text.
+// What the window of the courses shows of one quantity: what a technician reads off its course, and as which text.
 #pragma once
 
 #include <array>
+#include <cstddef>
+#include <optional>
+#include <span>
 #include <string>
 
 #include "core/course_recorder.h"
-#include "core/course_statistics.h"
 
 namespace nelto {
+
+/// The mean of the last half minute needs so many of its seconds.
+constexpr std::size_t kMeanSeconds      = 30;
+constexpr std::size_t kLeastMeanSeconds = 25;
+
+/// Each is missing where there are no values for it.
+struct CourseStatistics {
+    std::optional<float> now;      // the latest of the last seconds that a value stands for
+    std::optional<float> mean_30;  // of the last 30 seconds
+    std::optional<float> minimum;
+    std::optional<float> mean;
+    std::optional<float> maximum;
+};
+
+/// `values` are the seconds of the span, the last one is now; a gap is not a number and does not count.
+[[nodiscard]] CourseStatistics Summarise(std::span<const float> values);
 
 enum CourseColumn : std::uint32_t {
     kCourseChannel,
@@ -25,11 +43,6 @@ using CourseRow = std::array<std::wstring, kCourseColumnCount>;
 
 [[nodiscard]] CourseRow CourseRowOf(const CourseSeries& series, const CourseStatistics& statistics,
                                     wchar_t decimal_separator);
-
-/// The number as the series is shown, and "-" for a gap.
-[[nodiscard]] std::wstring CourseValueText(float value, std::uint32_t resolution, wchar_t decimal_separator);
-
-[[nodiscard]] std::wstring CourseUnitText(const CourseSeries& series);
 
 /// "19:53:01", or without the seconds.
 [[nodiscard]] std::wstring ClockText(LocalSecond moment, bool with_seconds);

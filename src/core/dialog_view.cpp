@@ -52,19 +52,6 @@ OkChange ChangeOfOk(std::uint32_t status, bool ok_enabled) {
     return OkChange::kNone;
 }
 
-std::wstring LoadedText(std::uint32_t text_id) {
-    std::array<wchar_t, 64> text{};
-    platform::LoadText(text_id, text);
-    return std::wstring(platform::TextIn(text));
-}
-
-void AddRow(std::vector<ListRow>& rows, const ChannelRecord& record, wchar_t decimal_separator) {
-    std::array<wchar_t, kValueTextSize> unit{};
-    UnitText(record.unit, unit);
-    rows.push_back({std::wstring(platform::TextIn(record.label)), RecordValueText(record, decimal_separator),
-                    std::wstring(platform::TextIn(unit))});
-}
-
 std::optional<float> NumberOf(const ChannelTable& channels, std::uint32_t view_ident) {
     const auto records = UsedRecords(channels);
     const auto record  = std::ranges::find(records, view_ident, &ChannelRecord::view_ident);
@@ -74,10 +61,7 @@ std::optional<float> NumberOf(const ChannelTable& channels, std::uint32_t view_i
 
 std::optional<std::wstring> FieldText(std::optional<float> number, wchar_t decimal_separator) {
     if (!number) return {};
-    std::array<wchar_t, kValueTextSize> text{};
-    FormatValue(*number, kOneDecimal, text);
-    UseDecimalSeparator(text, decimal_separator);
-    return std::wstring(platform::TextIn(text));
+    return NumberText(*number, kOneDecimal, decimal_separator);
 }
 
 }  // namespace
@@ -93,16 +77,14 @@ StatusView ViewStatus(std::uint32_t status, std::uint32_t shown_status, bool ok_
 }
 
 std::wstring DeviceText(const Measurement& measurement) {
-    if (measurement.device_name[0] == L'\0') return LoadedText(kDeviceText);
+    if (measurement.device_name[0] == L'\0') return platform::LoadText(kDeviceText);
     return std::wstring(platform::TextIn(measurement.device_name));
 }
 
 std::wstring ConnectionText(std::uint32_t communication) {
-    if (communication == kUsb) return LoadedText(kUsbText);
-    if (communication == kIrda) return LoadedText(kIrdaText);
-    std::array<wchar_t, 128> text{};
-    platform::FormatText(text, L"%ls COM%u", LoadedText(kBluetoothText).c_str(), communication);
-    return std::wstring(platform::TextIn(text));
+    if (communication == kUsb) return platform::LoadText(kUsbText);
+    if (communication == kIrda) return platform::LoadText(kIrdaText);
+    return platform::LoadText(kBluetoothText) + L" COM" + std::to_wstring(communication);
 }
 
 std::uint32_t LargePicture(std::uint32_t status, std::uint32_t instrument_kind) {
@@ -112,21 +94,6 @@ std::uint32_t LargePicture(std::uint32_t status, std::uint32_t instrument_kind) 
 }
 
 std::uint32_t SmallPicture(std::uint32_t status) { return FindStatus(status).small_picture; }
-
-std::vector<const ChannelRecord*> ListedRecords(const Measurement& measurement) {
-    std::vector<const ChannelRecord*> records;
-    for (const ChannelRecord& record : UsedRecords(measurement.channels)) {
-        if (IsHandedOn(record, measurement)) records.push_back(&record);
-    }
-    for (const ChannelRecord& record : UsedRecords(measurement.heating_check)) records.push_back(&record);
-    return records;
-}
-
-std::vector<ListRow> ListRows(const Measurement& measurement, wchar_t decimal_separator) {
-    std::vector<ListRow> rows;
-    for (const ChannelRecord* record : ListedRecords(measurement)) AddRow(rows, *record, decimal_separator);
-    return rows;
-}
 
 TypedFields ViewTypedFields(const ChannelTable& channels, wchar_t decimal_separator) {
     const auto field = [&](std::uint32_t view_ident) {

@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "core/program_state.h"
 
@@ -38,16 +37,6 @@ struct StatusView {
 [[nodiscard]] std::uint32_t LargePicture(std::uint32_t status, std::uint32_t instrument_kind);
 /// 0 for a status without a picture.
 [[nodiscard]] std::uint32_t SmallPicture(std::uint32_t status);
-
-enum ListColumn : std::uint32_t { kChannelColumn, kValueColumn, kUnitColumn, kColumnCount };
-
-/// The texts of one list row by ListColumn.
-using ListRow = std::array<std::wstring, kColumnCount>;
-
-/// The records that have a row, row by row: the channels first. Smoke channels have one only with oil as fuel.
-[[nodiscard]] std::vector<const ChannelRecord*> ListedRecords(const Measurement& measurement);
-
-[[nodiscard]] std::vector<ListRow> ListRows(const Measurement& measurement, wchar_t decimal_separator);
 
 /// Entries of the oil derivative field, by position.
 enum OilDerivativeEntry : std::uint32_t { kOilUnanswered, kOilNo, kOilYes };

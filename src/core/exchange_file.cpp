@@ -4,7 +4,6 @@
 #include <array>
 #include <span>
 
-#include "core/output_text.h"
 #include "core/value_text.h"
 #include "platform/byte_text.h"
 #include "platform/files.h"
@@ -119,19 +118,8 @@ constexpr std::array kHeatingCheckRows = {
 };
 // clang-format on
 
-/// Adds one line, or nothing for a record without a key.
-void AddLine(std::wstring& lines, std::uint32_t key, const ChannelRecord& record, wchar_t decimal_separator) {
-    if (key == 0) return;
-    std::array<wchar_t, 16> prefix{};
-    platform::FormatText(prefix, L"%04u=", key);
-    lines += platform::TextIn(prefix);
-    lines += OnOneLine(RecordValueText(record, decimal_separator));
-    lines += L'\n';
-}
-
-}  // namespace
-
-std::uint32_t ExchangeKey(std::uint32_t view_ident, std::uint32_t unit) {
+/// By view ident and unit code.
+std::uint32_t ChannelKey(std::uint32_t view_ident, std::uint32_t unit) {
     const auto row          = std::ranges::find_if(kExchangeRows, [=](const ExchangeRow& candidate) {
         return candidate.view_ident == view_ident && (candidate.unit == unit || candidate.unit == kAnyUnit);
     });
@@ -142,20 +130,33 @@ std::uint32_t ExchangeKey(std::uint32_t view_ident, std::uint32_t unit) {
     return key;
 }
 
-std::uint32_t HeatingCheckExchangeKey(std::uint32_t view_ident) {
+std::uint32_t HeatingCheckKey(std::uint32_t view_ident) {
     const auto row = std::ranges::find(kHeatingCheckRows, view_ident, &HeatingCheckRow::view_ident);
     return row == kHeatingCheckRows.end() ? 0 : row->key;
+}
+
+}  // namespace
+
+std::vector<KeyedRecord> KeyedRecords(const Measurement& measurement) {
+    std::vector<KeyedRecord> records;
+    for (const ChannelRecord& record : UsedRecords(measurement.channels)) {
+        if (IsHandedOn(record, measurement)) records.push_back({record, ChannelKey(record.view_ident, record.unit)});
+    }
+    for (const ChannelRecord& record : UsedRecords(measurement.heating_check)) {
+        records.push_back({record, HeatingCheckKey(record.view_ident)});
+    }
+    return records;
 }
 
 std::wstring ExchangeText(const std::wstring& caller_word, wchar_t decimal_separator, const Measurement& measurement) {
     std::wstring lines;
     if (!caller_word.empty()) lines += caller_word + L'\n';
-    for (const ChannelRecord& record : UsedRecords(measurement.channels)) {
-        if (!IsHandedOn(record, measurement)) continue;
-        AddLine(lines, ExchangeKey(record.view_ident, record.unit), record, decimal_separator);
-    }
-    for (const ChannelRecord& record : UsedRecords(measurement.heating_check)) {
-        AddLine(lines, HeatingCheckExchangeKey(record.view_ident), record, decimal_separator);
+    for (const auto& [record, key] : KeyedRecords(measurement)) {
+        if (key == 0) continue;
+        std::array<wchar_t, 16> prefix{};
+        platform::FormatText(prefix, L"%04u=", key);
+        lines += platform::TextIn(prefix);
+        lines += OnOneLine(RecordValueText(record, decimal_separator)) + L'\n';
     }
     return lines;
 }

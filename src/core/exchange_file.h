@@ -3,17 +3,20 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "core/program_state.h"
 
 namespace nelto {
 
-/// Exchange key of a channel record by view ident and unit code; 0 for a record that is not exchanged. Says each look-up to the
-/// debugger.
-[[nodiscard]] std::uint32_t ExchangeKey(std::uint32_t view_ident, std::uint32_t unit);
+/// A record with its exchange key, 0 for one that is not exchanged.
+struct KeyedRecord {
+    const ChannelRecord& record;
+    std::uint32_t key;
+};
 
-/// Exchange key of a heating-check record; 0 for a record that is not exchanged.
-[[nodiscard]] std::uint32_t HeatingCheckExchangeKey(std::uint32_t view_ident);
+/// What the dialog lists, in its order. Says each look-up of a channel's key to the debugger.
+[[nodiscard]] std::vector<KeyedRecord> KeyedRecords(const Measurement& measurement);
 
 /// The whole file as wide text with "\n" line ends: caller word, channel lines, heating-check lines.
 [[nodiscard]] std::wstring ExchangeText(const std::wstring& caller_word, wchar_t decimal_separator,

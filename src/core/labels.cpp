@@ -83,9 +83,7 @@ constexpr std::array kHeatingCheckLabels = {
 void LabelRecord(ChannelRecord& record, std::span<const LabelRow> rows) {
     const auto row = std::ranges::find(rows, record.view_ident, &LabelRow::view_ident);
     if (row == rows.end()) return;
-    std::array<wchar_t, kChannelTextSize> text{};
-    platform::LoadText(row->text_id, text);
-    platform::CopyText(std::span(record.label).first(kLabelLimit + 1), platform::TextIn(text));
+    platform::CopyText(std::span(record.label).first(kLabelLimit + 1), platform::LoadText(row->text_id));
 }
 
 }  // namespace

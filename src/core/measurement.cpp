@@ -1,21 +1,12 @@
 #include "core/measurement.h"
 
 #include <algorithm>
+#include <mutex>
 #include <string_view>
 
 #include "platform/wide_text.h"
 
 namespace nelto {
-namespace {
-
-using platform::ShortLockGuard;
-
-}  // namespace
-
-std::wstring_view SerialNumberOf(const Measurement& measurement) {
-    const auto record = std::ranges::find(measurement.channels, kSerialNumber, &ChannelRecord::view_ident);
-    return record == measurement.channels.end() ? std::wstring_view() : platform::TextIn(record->text);
-}
 
 void TakeSpecialChannels(Measurement& measurement) {
     for (const ChannelRecord& record : measurement.channels) {
@@ -24,24 +15,26 @@ void TakeSpecialChannels(Measurement& measurement) {
     }
 }
 
-bool IsSameAnalyser(const Measurement& measurement, const Measurement& other) {
-    return measurement.kind == other.kind &&
-           platform::TextIn(measurement.device_name) == platform::TextIn(other.device_name) &&
-           !SerialNumberOf(measurement).empty() && SerialNumberOf(measurement) == SerialNumberOf(other);
+AnalyserIdentity IdentityOf(const Measurement& measurement) {
+    const auto record = std::ranges::find(measurement.channels, kSerialNumber, &ChannelRecord::view_ident);
+    const auto serial = record == measurement.channels.end() ? std::wstring_view() : platform::TextIn(record->text);
+    return {.kind          = measurement.kind,
+            .device_name   = std::wstring(platform::TextIn(measurement.device_name)),
+            .serial_number = std::wstring(serial)};
 }
 
 Measurement SharedMeasurement::Copy() const {
-    const ShortLockGuard guard(lock_);
+    const std::scoped_lock guard(lock_);
     return current_;
 }
 
 void SharedMeasurement::Publish(const Measurement& measurement) {
-    const ShortLockGuard guard(lock_);
+    const std::scoped_lock guard(lock_);
     Store(measurement);
 }
 
 bool SharedMeasurement::Edit(const Measurement& copy) {
-    const ShortLockGuard guard(lock_);
+    const std::scoped_lock guard(lock_);
     if (Busy() || copy.version != current_.version) return false;
     Store(copy);
     return true;

@@ -4,7 +4,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <string_view>
+#include <string>
 
 #include "core/channel_table.h"
 #include "platform/lock.h"
@@ -29,11 +29,16 @@ void TakeSpecialChannels(Measurement& measurement);
     return measurement.oil_fuel || !IsSmokeChannel(channel.view_ident);
 }
 
-/// The analyser's serial number; empty where it tells none.
-[[nodiscard]] std::wstring_view SerialNumberOf(const Measurement& measurement);
+/// By what one analyser is told from another.
+struct AnalyserIdentity {
+    std::uint32_t kind = 0;
+    std::wstring device_name;
+    std::wstring serial_number;  // empty where it tells none
 
-/// True when kind, device name and serial number are the same. An analyser without a serial number is never known again.
-[[nodiscard]] bool IsSameAnalyser(const Measurement& measurement, const Measurement& other);
+    bool operator==(const AnalyserIdentity& other) const = default;
+};
+
+[[nodiscard]] AnalyserIdentity IdentityOf(const Measurement& measurement);
 
 /// The hand-over of the measurement between the two threads, whole in both directions. While the worker reads, the busy flag is
 /// raised, and what stands here is the measurement before.

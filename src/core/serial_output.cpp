@@ -5,7 +5,6 @@
 #include <string_view>
 #include <utility>
 
-#include "core/output_text.h"
 #include "core/value_text.h"
 #include "platform/output_port.h"
 #include "platform/serial_port.h"

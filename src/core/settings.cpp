@@ -1,15 +1,18 @@
 #include "core/settings.h"
 
 #include <array>
+#include <limits>
 
-#include "core/command_line.h"
 #include "platform/files.h"
+#include "platform/number_text.h"
 #include "platform/registry.h"
 #include "platform/text_service.h"
 #include "platform/wide_text.h"
 
 namespace nelto {
 namespace {
+
+constexpr std::wstring_view kFuelOption = L"6420=";
 
 /// The temporary directory ends in a backslash and the name begins with one: both are
 /// kept on purpose.
@@ -21,6 +24,19 @@ void NameExchangeFile(std::span<wchar_t> path) {
 }
 
 }  // namespace
+
+std::wstring CallerWord(std::wstring_view command_line) {
+    return std::wstring(command_line.substr(0, command_line.find(L' ')));
+}
+
+std::int32_t FuelChoice(std::wstring_view command_line) {
+    if (command_line.size() <= kFuelOption.size()) return kNoFuelChoice;
+    // The last character is left out of the search, so that one at least follows the option.
+    const std::size_t option = command_line.substr(0, command_line.size() - 1).find(kFuelOption);
+    if (option == std::wstring_view::npos) return kNoFuelChoice;
+    return static_cast<std::int32_t>(platform::LeadingNumber(command_line.substr(option + kFuelOption.size()),
+                                                             std::numeric_limits<std::int32_t>::max()));
+}
 
 void StartProgram(ProgramState& state, std::wstring_view command_line) {
     state.communication      = platform::RegReadDword(kCommunicationSetting, 0);

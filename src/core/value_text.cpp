@@ -71,25 +71,22 @@ int RoundHalfAwayFromZero(float value) {
 
 }  // namespace
 
-void FormatValue(float value, std::uint32_t resolution, std::span<wchar_t> text) {
-    platform::CopyText(text, L"-");
-    if (!std::isfinite(value)) return;
+std::wstring NumberText(float value, std::uint32_t resolution, wchar_t decimal_separator) {
+    const auto row = std::ranges::find(kDecimalFormats, resolution, &DecimalFormat::resolution);
+    if (!std::isfinite(value) || (resolution != kWholeNumber && row == kDecimalFormats.end())) return L"-";
+    std::array<wchar_t, kValueTextSize> text{};
     if (resolution == kWholeNumber) {
         platform::FormatText(text, L"%d", RoundHalfAwayFromZero(value));
-        return;
+    } else {
+        platform::FormatText(text, row->format, static_cast<double>(value));
     }
-    const auto row = std::ranges::find(kDecimalFormats, resolution, &DecimalFormat::resolution);
-    if (row == kDecimalFormats.end()) return;
-    platform::FormatText(text, row->format, static_cast<double>(value));
+    std::ranges::replace(text, L'.', decimal_separator);
+    return std::wstring(platform::TextIn(text));
 }
 
-void UnitText(std::uint32_t unit, std::span<wchar_t> text) {
+std::wstring UnitText(std::uint32_t unit) {
     const auto row = std::ranges::find(kUnitTexts, unit, &UnitRow::unit);
-    if (row == kUnitTexts.end()) {
-        platform::FormatText(text, L"Unit %u", unit);
-        return;
-    }
-    platform::CopyText(text, row->text);
+    return row == kUnitTexts.end() ? L"Unit " + std::to_wstring(unit) : row->text;
 }
 
 float ParseNumber(std::wstring_view text) {
@@ -116,18 +113,35 @@ float ParseNumber(std::wstring_view text) {
     return value;
 }
 
-void UseDecimalSeparator(std::span<wchar_t> text, wchar_t decimal_separator) {
-    std::ranges::replace(text, L'.', decimal_separator);
-}
-
 std::wstring RecordValueText(const ChannelRecord& record, wchar_t decimal_separator) {
     if (record.value_type == kNoValue) return L"-";
     if (record.value_type == kText) return std::wstring(platform::TextIn(record.text));
     if (record.value_type != kNumber) return {};
-    std::array<wchar_t, kValueTextSize> text{};
-    FormatValue(record.value, record.resolution, text);
-    UseDecimalSeparator(text, decimal_separator);
-    return std::wstring(platform::TextIn(text));
+    return NumberText(record.value, record.resolution, decimal_separator);
+}
+
+std::vector<const ChannelRecord*> ListedRecords(const Measurement& measurement) {
+    std::vector<const ChannelRecord*> records;
+    for (const ChannelRecord& record : UsedRecords(measurement.channels)) {
+        if (IsHandedOn(record, measurement)) records.push_back(&record);
+    }
+    for (const ChannelRecord& record : UsedRecords(measurement.heating_check)) records.push_back(&record);
+    return records;
+}
+
+std::vector<ListRow> ListRows(const Measurement& measurement, wchar_t decimal_separator) {
+    std::vector<ListRow> rows;
+    for (const ChannelRecord* record : ListedRecords(measurement)) {
+        rows.push_back({std::wstring(platform::TextIn(record->label)), RecordValueText(*record, decimal_separator),
+                        UnitText(record->unit)});
+    }
+    return rows;
+}
+
+std::wstring OnOneLine(std::wstring text) {
+    std::ranges::replace_if(
+        text, [](wchar_t character) { return character < L' ' || character == 0x7F; }, L' ');
+    return text;
 }
 
 }  // namespace nelto

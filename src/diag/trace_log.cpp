@@ -54,13 +54,10 @@ void ZivLogBytes(const wchar_t* heading, std::span<const std::uint8_t> bytes) {
 }
 
 void BaseLog::Start() {
-    path_    = LogPathOf(kBaseLogName);
-    started_ = true;
+    path_ = LogPathOf(kBaseLogName);
     StartTraceFile(path_.data());
 }
 
-void BaseLog::Write(const wchar_t* text) const {
-    if (started_) WriteTraceLine(path_.data(), text);
-}
+void BaseLog::Write(const wchar_t* text) const { WriteTraceLine(path_.data(), text); }
 
 }  // namespace nelto

@@ -52,8 +52,7 @@ public:
     }
 
 private:
-    LogPath path_{};
-    bool started_ = false;
+    LogPath path_{};  // empty before the start, and when no logs are kept
 };
 
 }  // namespace nelto

@@ -1,7 +1,5 @@
 #include "instrument/analyser.h"
 
-#include "instrument/generation2004/heating_check.h"
-
 namespace nelto {
 
 bool Analyser::Prepare(const char*& error) {
@@ -22,14 +20,6 @@ bool Analyser::Prepare(const char*& error) {
     StartUp();
     session_.log.Write(L"Nelto 780 Open OK");
     return true;
-}
-
-std::uint32_t Analyser::ReadHeatingCheck(ChannelTable& heating_check) {
-    if (session_.link == nullptr) return kTransportFailure;
-    ChannelTable results{};
-    const std::uint32_t result = ReadHeatingCheck2004(session_, heating_check, results);
-    if (result == kDone) heating_check = results;
-    return result;
 }
 
 std::uint32_t Analyser::Close() {

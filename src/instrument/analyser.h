@@ -16,9 +16,6 @@ public:
     [[nodiscard]] std::uint32_t Kind() const final { return kind_; }
     [[nodiscard]] std::uint32_t SubType() const final { return sub_type_; }
 
-    /// By the commands of generation 2004, whatever the analyser's own.
-    std::uint32_t ReadHeatingCheck(ChannelTable& heating_check) final;
-
     /// What follows identification: sets the clock, reads the sub type, starts up. False on failure, with the reason in `error`, or
     /// when a stop is requested meanwhile.
     [[nodiscard]] bool Prepare(const char*& error);

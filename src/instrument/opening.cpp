@@ -13,6 +13,7 @@
 namespace nelto {
 namespace {
 
+/// Over infrared the analyser is not asked: the kind stays 780 and the sub type 0.
 bool OpenOverIrda(Opening& opening) {
     IrdaOpenResult result = kIrdaOpenOk;
     opening.session.link  = IrdaLink::Open(opening.session.stop_request, result);
@@ -24,14 +25,12 @@ bool OpenOverIrda(Opening& opening) {
     return true;
 }
 
-/// Over infrared the analyser is not asked: the kind stays 780 and the sub type 0.
-bool IdentifyOverIrda(Opening&) { return true; }
-
-OpeningWay WayOver(Transport transport) {
-    switch (transport) {
-        case Transport::kUsb: return {OpenOverUsb, IdentifyOverUsb};
-        case Transport::kIrda: return {OpenOverIrda, IdentifyOverIrda};
-        default: return {OpenOverSerial, IdentifyOverSerial};
+/// False on failure, having said why; with a link all the same where it was found and no analyser that is known answers on it.
+bool OpenLink(Opening& opening) {
+    switch (opening.session.transport) {
+        case Transport::kUsb: return OpenOverUsb(opening);
+        case Transport::kIrda: return OpenOverIrda(opening);
+        default: return OpenOverSerial(opening);
     }
 }
 
@@ -49,11 +48,9 @@ std::unique_ptr<Instrument> Nelto780Open(std::uint32_t communication, const std:
     opening.session.log.Start();
     opening.session.log.Write(L"Nelto780Open");
 
-    const OpeningWay way     = WayOver(opening.session.transport);
-    const bool is_open       = way.open(opening);
-    const bool is_identified = is_open && way.identify(opening);
+    const bool is_identified = OpenLink(opening);
     failure                  = {opening.error, opening.obstacle};
-    if (!is_open) return nullptr;
+    if (!is_identified && opening.session.link == nullptr) return nullptr;
     std::unique_ptr<Analyser> analyser = MakeAnalyser(std::move(opening.session), opening.kind);
     if (is_identified && analyser->Prepare(failure.text)) return analyser;
     analyser->Close();

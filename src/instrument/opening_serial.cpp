@@ -23,7 +23,7 @@ constexpr std::uint32_t kSettlePassLength = 100;  // milliseconds
 /// An analyser of generation 2004 answers with its model in letters.
 struct ModelRow {
     std::size_t answer_length;
-    std::string_view model;  // bytes 4 to 7
+    std::string_view model;
     std::uint32_t kind;
     const wchar_t* log_line;
 };
@@ -50,7 +50,7 @@ constexpr std::array kCodes = {
 };
 
 bool Matches(const ModelRow& row, std::span<const std::uint8_t> answer) {
-    return answer.size() == row.answer_length && std::ranges::equal(answer.subspan(4, 4), row.model);
+    return NamesModel(answer, row.answer_length, row.model);
 }
 
 bool Matches(const CodeRow& row, std::span<const std::uint8_t> answer) {
@@ -93,25 +93,8 @@ void SwitchToPipe(Session& session, platform::SerialHandle port) {
     session.library_handle = pipe.value;
 }
 
-}  // namespace
-
-bool OpenOverSerial(Opening& opening) {
-    std::uint32_t error        = 0;
-    auto link                  = SerialLink::Open(opening.communication, opening.session.stop_request, &error);
-    const std::uint32_t result = link == nullptr ? kSerialOpenFailed : kSerialOk;
-    SayReturnCode(result);
-    Settle(opening.session);
-    if (link == nullptr) {
-        opening.session.is_cut = opening.session.StopRequested();  // the call may have been cancelled
-        opening.obstacle       = ObstacleOf(error);
-        return opening.Failed(L"Instrument opening via Bluetooth failed, Error code %u", result,
-                              "open analyzer connection via Bluetooth SPP failed");
-    }
-    opening.session.link = std::move(link);
-    opening.session.log.Write(L"Instrument opened via Bluetooth");
-    return true;
-}
-
+/// An analyser of generation 2010 is handed to the maker's library, which takes the port over and gives a handle of its own for it.
+/// Where it does not, the port is closed and the analyser left without a handle: its first library call tells why.
 bool IdentifyOverSerial(Opening& opening) {
     Session& session = opening.session;
     if (session.StopRequested()) return false;
@@ -133,6 +116,25 @@ bool IdentifyOverSerial(Opening& opening) {
         return true;
     }
     return opening.Failed(L"GET_IDENT [Bluetooth] failed: wrong ident", "GET_IDENT [Bluetooth] failed: wrong ident");
+}
+
+}  // namespace
+
+bool OpenOverSerial(Opening& opening) {
+    std::uint32_t error        = 0;
+    auto link                  = SerialLink::Open(opening.communication, opening.session.stop_request, &error);
+    const std::uint32_t result = link == nullptr ? kSerialOpenFailed : kSerialOk;
+    SayReturnCode(result);
+    Settle(opening.session);
+    if (link == nullptr) {
+        opening.session.is_cut = opening.session.StopRequested();  // the call may have been cancelled
+        opening.obstacle       = ObstacleOf(error);
+        return opening.Failed(L"Instrument opening via Bluetooth failed, Error code %u", result,
+                              "open analyzer connection via Bluetooth SPP failed");
+    }
+    opening.session.link = std::move(link);
+    opening.session.log.Write(L"Instrument opened via Bluetooth");
+    return IdentifyOverSerial(opening);
 }
 
 }  // namespace nelto

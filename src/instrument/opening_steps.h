@@ -1,7 +1,11 @@
-// The steps of an opening that every transport has its own way of.
+// What the openings over the transports have in common.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <span>
+#include <string_view>
 
 #include "core/instrument.h"
 #include "instrument/session.h"
@@ -40,13 +44,9 @@ struct Opening {
     Obstacle obstacle  = Obstacle::kNone;
 };
 
-/// A step returns false when it fails, having said why.
-using OpeningStep = bool (*)(Opening& opening);
-
-/// How one transport opens its link, and finds out which analyser answers on it. What a failed `open` has taken, it has given back.
-struct OpeningWay {
-    OpeningStep open;
-    OpeningStep identify;
-};
+/// True for the answer of an analyser of generation 2004 that tells this model: so long, and with its letters from byte 4 on.
+[[nodiscard]] inline bool NamesModel(std::span<const std::uint8_t> answer, std::size_t length, std::string_view model) {
+    return answer.size() == length && std::ranges::equal(answer.subspan(4, model.size()), model);
+}
 
 }  // namespace nelto

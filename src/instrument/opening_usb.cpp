@@ -1,29 +1,18 @@
 #include "instrument/opening_usb.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <memory>
 #include <span>
-#include <string_view>
 
 #include "instrument/generation2004/commands.h"
-#include "instrument/opening_emusb.h"
+#include "instrument/generation2010/library_functions.h"
 #include "transport/usb_link.h"
 
 namespace nelto {
 namespace {
 
 constexpr std::array<std::uint32_t, 2> kDeviceTypes = {2, 16};  // in the order in which they are tried
-
-constexpr std::size_t kIdentAnswerLength          = 9;
-constexpr std::array<std::string_view, 2> kModels = {"T780", "T790"};  // bytes 4 to 7
-
-bool IsModel2004(std::span<const std::uint8_t> answer) {
-    if (answer.size() != kIdentAnswerLength) return false;
-    return std::ranges::any_of(
-        kModels, [answer](std::string_view model) { return std::ranges::equal(answer.subspan(4, 4), model); });
-}
 
 /// The first device of the types that is attached and opens.
 std::unique_ptr<Link> OpenFirstDevice(StopRequest stop_request, Obstacle& obstacle) {
@@ -35,29 +24,137 @@ std::unique_ptr<Link> OpenFirstDevice(StopRequest stop_request, Obstacle& obstac
     return nullptr;
 }
 
-}  // namespace
-
-bool OpenOverUsb(Opening& opening) {
-    opening.session.link = OpenFirstDevice(opening.session.stop_request, opening.obstacle);
-    if (opening.session.link == nullptr) return OpenOverEmUsb(opening);
-    opening.session.log.Write(L"Instrument nelto 780 (2004)/nelto 790 opened (via USB)");
-    return true;
-}
-
-bool IdentifyOverUsb(Opening& opening) {
-    if (opening.session.link == nullptr) return true;
+bool IdentifyOverFtdi(Opening& opening) {
     DirectAnswer answer;
     std::size_t received = 0;
     if (opening.session.Transceive(kGetIdent, answer, received, kGetIdentTimeoutUsb) != LinkStatus::kOk) {
         return opening.Failed(L"GET_IDENT [nelto 780 2004] failed: instrument is switched off",
                               "GET_IDENT [nelto 780 2004] failed: instrument is switched off");
     }
-    if (!IsModel2004(std::span(answer).first(received))) {
+    const auto ident = std::span(answer).first(received);
+    if (!NamesModel(ident, 9, "T780") && !NamesModel(ident, 9, "T790")) {
         return opening.Failed(L"GET_IDENT [nelto 780 2004] failed: wrong ident",
                               "GET_IDENT [nelto 780 2004] failed: wrong ident");
     }
     opening.session.log.Write(L"GET_IDENT [nelto 780 2004] OK");
     return true;
+}
+
+constexpr std::uint32_t kFirstDevice   = 0;
+constexpr std::uint32_t kIdent745Basic = 746;
+
+/// The USB products under which a 780 of firmware 2010 appears.
+constexpr std::array<std::uint32_t, 2> kProductsOf780 = {20, 4116};
+
+struct ProductRow {
+    std::uint32_t product;
+    std::uint32_t kind;
+    const wchar_t* log_line;
+};
+
+/// The other products, in the order in which they are looked for.
+constexpr std::array kProducts = {
+    ProductRow{37, kKind745, L"nelto 745 found"},
+    ProductRow{15, kKind760, L"nelto 760 found"},
+    ProductRow{36, kKind752, L"nelto 752 found"},
+    ProductRow{49, kKind711, L"nelto 710 version 2018 found"},
+};
+
+struct StepFailure {
+    const wchar_t* log_line;  // null for none
+    const char* last_error;
+};
+
+struct OpenFailures {
+    StepFailure serial_number;
+    StepFailure open;
+};
+
+constexpr OpenFailures kFailuresOf780 = {
+    .serial_number = {L"[1] Instrument nelto 780 (2010): GetSerialNumber failed",
+                      "get serial number from USB Segger (nelto780) failed"},
+    .open          = {L"Instrument nelto 780 (2010): OpenBySerialNumber failed",
+                      "open by serial number Segger USB to nelto 780 failed"},
+};
+
+constexpr OpenFailures kFailures = {
+    .serial_number = {nullptr, "get USB serial number failed (Segger USB)"},
+    .open          = {nullptr, "open by serial number Segger USB failed"},
+};
+
+/// Whatever the library returns, only the number that it sets counts.
+std::uint32_t DeviceCount(std::uint32_t product) {
+    RoomyNumber2010<std::uint32_t> count;
+    CallLibrary(library::kGetNumberOfDevices, product, &count);
+    return count.value;
+}
+
+bool Failed(Opening& opening, const StepFailure& failure) {
+    if (failure.log_line != nullptr) opening.session.log.Write(failure.log_line);
+    opening.error = failure.last_error;
+    return false;
+}
+
+/// Opens the one device of the product that was counted last.
+bool OpenCountedDevice(Opening& opening, const OpenFailures& failures) {
+    LibraryText<kUsbSerialCapacity> serial_number{};  // handed on as it came
+    if (CallLibrary(library::kGetUsbSerialNumber, kFirstDevice, serial_number.data(), kUsbSerialCapacity) != 0) {
+        return Failed(opening, failures.serial_number);
+    }
+    RoomyNumber2010<library::Handle> device;
+    if (CallLibrary(library::kOpenBySerialNumber, serial_number.data(), &device) != 0) {
+        opening.obstacle = Obstacle::kInUse;  // it has just been counted
+        return Failed(opening, failures.open);
+    }
+    opening.session.library_handle = device.value;
+    return true;
+}
+
+bool Open780(Opening& opening, std::uint32_t product) {
+    opening.session.log.Write(L"Instrument nelto 780 (2010): Try to open via USB");
+    opening.kind = kKind781;
+    StartLibraryLog();
+    DeviceCount(product);  // the serial number is that of the product counted last
+    if (!OpenCountedDevice(opening, kFailuresOf780)) return false;
+    opening.session.log.Write(L"Instrument nelto 780 (2010) opened (via USB)");
+    return true;
+}
+
+bool FindProduct(Opening& opening) {
+    for (const ProductRow& row : kProducts) {
+        if (DeviceCount(row.product) != 1) continue;
+        opening.session.log.Write(row.log_line);
+        opening.kind = row.kind;
+        return true;
+    }
+    return false;
+}
+
+bool OpenProduct(Opening& opening) {
+    StartLibraryLog();
+    if (!OpenCountedDevice(opening, kFailures)) return false;
+    RoomyNumber2010<std::uint32_t> ident;
+    CallDevice(opening.session, library::kGetIdent, &ident);
+    opening.session.log.WriteF(L"nelto 745 or nelto 760 with ident %u opened via USB", ident.value);
+    if (ident.value == kIdent745Basic) opening.kind = kKind746;
+    return true;
+}
+
+}  // namespace
+
+bool OpenOverEmUsb(Opening& opening) {
+    const std::array<std::uint64_t, 2> counts = {DeviceCount(kProductsOf780[0]), DeviceCount(kProductsOf780[1])};
+    if (counts[0] + counts[1] == 1) return Open780(opening, kProductsOf780[counts[0] != 0 ? 0 : 1]);
+    if (FindProduct(opening)) return OpenProduct(opening);
+    return opening.Failed(L"no nelto fluegas instrument (nelto 745/780) found at USB",
+                          "no supported nelto analyzer found at USB");
+}
+
+bool OpenOverUsb(Opening& opening) {
+    opening.session.link = OpenFirstDevice(opening.session.stop_request, opening.obstacle);
+    if (opening.session.link == nullptr) return OpenOverEmUsb(opening);
+    opening.session.log.Write(L"Instrument nelto 780 (2004)/nelto 790 opened (via USB)");
+    return IdentifyOverFtdi(opening);
 }
 
 }  // namespace nelto

@@ -5,9 +5,10 @@
 
 namespace nelto {
 
+/// An analyser behind an FTDI converter is known by its answer.
 [[nodiscard]] bool OpenOverUsb(Opening& opening);
 
-/// What the maker's library has opened is known by its product number already.
-[[nodiscard]] bool IdentifyOverUsb(Opening& opening);
+/// What the maker's library opens is known by its product number already.
+[[nodiscard]] bool OpenOverEmUsb(Opening& opening);
 
 }  // namespace nelto

@@ -21,4 +21,7 @@ struct CalendarTime {
 
 [[nodiscard]] CalendarTime LocalTime();
 
+/// By how many minutes local time is ahead of universal time now.
+[[nodiscard]] std::int32_t MinutesAheadOfUniversalTime();
+
 }  // namespace nelto::platform

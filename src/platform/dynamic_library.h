@@ -17,8 +17,15 @@ enum class LibraryHandle : std::uintptr_t { kNone = 0 };
 /// current directory, where anybody may have put a file of that name. Any thread.
 [[nodiscard]] LibraryHandle LoadLibraryToStay(const wchar_t* name);
 
-/// Address of an exported function, or null. The caller casts it to the function's true type.
+/// Address of an exported function, or null.
 [[nodiscard]] void* FindFunction(LibraryHandle library, const char* name);
+
+/// The same with the function's true type. False, and null, when there is none.
+template <typename Function>
+bool FindFunction(LibraryHandle library, const char* name, Function& function) {
+    function = reinterpret_cast<Function>(FindFunction(library, name));
+    return function != nullptr;
+}
 
 void UnloadLibrary(LibraryHandle library);
 

@@ -5,7 +5,7 @@
 
 namespace nelto::platform {
 
-/// Held for a copy of some kilobytes at most, never across a wait: the other thread spins meanwhile.
+/// Held for a copy of some kilobytes at most, never across a wait: the other thread spins meanwhile. For std::scoped_lock.
 class ShortLock {
 public:
     void lock() {
@@ -18,17 +18,6 @@ private:
     static void GiveWay();
 
     std::atomic_flag held_;
-};
-
-class ShortLockGuard {
-public:
-    explicit ShortLockGuard(ShortLock& lock) : lock_(lock) { lock_.lock(); }
-    ~ShortLockGuard() { lock_.unlock(); }
-    ShortLockGuard(const ShortLockGuard&)            = delete;
-    ShortLockGuard& operator=(const ShortLockGuard&) = delete;
-
-private:
-    ShortLock& lock_;
 };
 
 }  // namespace nelto::platform

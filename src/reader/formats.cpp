@@ -11,9 +11,8 @@
 #include "core/dialog_view.h"
 #include "core/exchange_file.h"
 #include "core/manual_values.h"
-#include "core/output_text.h"
 #include "core/value_text.h"
-#include "platform/utf8.h"
+#include "platform/byte_text.h"
 #include "platform/wide_text.h"
 
 namespace nelto::reader {
@@ -26,30 +25,6 @@ constexpr const char* kNull = "null";
 
 /// By AcquisitionStatus.
 constexpr std::array<const char*, 5> kStatusNames = {"searching", "reading", "values", "broken", "no_values"};
-
-/// A record on its way out, with its exchange key, 0 for none.
-struct Row {
-    const ChannelRecord& record;
-    std::uint32_t key;
-};
-
-/// What the dialog lists, in its order.
-std::vector<Row> RowsOf(const Measurement& measurement) {
-    std::vector<Row> rows;
-    for (const ChannelRecord& record : UsedRecords(measurement.channels)) {
-        if (IsHandedOn(record, measurement)) rows.push_back({record, ExchangeKey(record.view_ident, record.unit)});
-    }
-    for (const ChannelRecord& record : UsedRecords(measurement.heating_check)) {
-        rows.push_back({record, HeatingCheckExchangeKey(record.view_ident)});
-    }
-    return rows;
-}
-
-std::wstring UnitOf(const ChannelRecord& record) {
-    std::array<wchar_t, kValueTextSize> unit{};
-    UnitText(record.unit, unit);
-    return std::wstring(TextIn(unit));
-}
 
 /// The value as it is shown, with a point; empty where there is none.
 std::string ShownValue(const ChannelRecord& record) {
@@ -96,12 +71,13 @@ std::string NumberOf(const ChannelRecord& record) {
     return {digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), record.value).ptr};
 }
 
-std::string JsonValue(const Row& row) {
+std::string JsonValue(const KeyedRecord& row) {
     const ChannelRecord& record = row.record;
     return "{\"ident\":" + std::to_string(record.view_ident) +
            ",\"key\":" + (row.key == 0 ? kNull : std::to_string(row.key)) +
            ",\"name\":" + QuotedOrNull(ToUtf8(TextIn(record.label))) + ",\"value\":" + NumberOf(record) +
-           ",\"text\":" + QuotedOrNull(ShownValue(record)) + ",\"unit\":" + QuotedOrNull(ToUtf8(UnitOf(record))) +
+           ",\"text\":" + QuotedOrNull(ShownValue(record)) +
+           ",\"unit\":" + QuotedOrNull(ToUtf8(UnitText(record.unit))) +
            ",\"unit_code\":" + std::to_string(record.unit) + "}";
 }
 
@@ -170,8 +146,8 @@ std::string ExchangeLines(const Measurement& measurement, wchar_t decimal_separa
 
 std::string CsvHeader(const Measurement& measurement) {
     std::string header = "time";
-    for (const Row& row : RowsOf(measurement)) {
-        const std::wstring unit = UnitOf(row.record);
+    for (const KeyedRecord& row : KeyedRecords(measurement)) {
+        const std::wstring unit = UnitText(row.record.unit);
         const std::wstring name = std::wstring(TextIn(row.record.label)) + (unit.empty() ? L"" : L" [" + unit + L"]");
         header += ',' + CsvField(ToUtf8(OnOneLine(name)));
     }
@@ -180,14 +156,14 @@ std::string CsvHeader(const Measurement& measurement) {
 
 std::string CsvRow(const Moment& moment, const Measurement& measurement) {
     std::string line = TimeText(moment);
-    for (const Row& row : RowsOf(measurement)) line += ',' + CsvField(ShownValue(row.record));
+    for (const KeyedRecord& row : KeyedRecords(measurement)) line += ',' + CsvField(ShownValue(row.record));
     return line + '\n';
 }
 
 std::string JsonLine(const Moment& moment, std::uint32_t status, const Measurement& measurement) {
     std::string values;
     if (status == kValuesAvailable) {
-        for (const Row& row : RowsOf(measurement)) values += (values.empty() ? "" : ",") + JsonValue(row);
+        for (const KeyedRecord& row : KeyedRecords(measurement)) values += (values.empty() ? "" : ",") + JsonValue(row);
     }
     return R"({"time":")" + TimeText(moment) + R"(","status":")" +
            kStatusNames[std::min<std::size_t>(status, kNoValidValues)] + R"(","device":)" + JsonDevice(measurement) +

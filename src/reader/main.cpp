@@ -6,11 +6,11 @@
 #include "core/worker_thread.h"
 #include "diag/trace_log.h"
 #include "instrument/opening.h"
+#include "platform/byte_text.h"
+#include "platform/clock.h"
 #include "platform/console.h"
 #include "platform/registry.h"
 #include "platform/text_service.h"
-#include "platform/time_zone.h"
-#include "platform/utf8.h"
 #include "reader/options.h"
 #include "reader/reading.h"
 

@@ -9,15 +9,11 @@
 namespace nelto::d2xx {
 namespace {
 
+using platform::FindFunction;
+
 constexpr const wchar_t* kLibraryName        = L"FTD2XX.DLL";
 constexpr std::size_t kVersionSize           = 512;
 constexpr std::uint32_t kFirstWithDeviceInfo = 3;  // major version
-
-template <typename Function>
-bool Find(platform::LibraryHandle library, const char* name, Function& function) {
-    function = reinterpret_cast<Function>(platform::FindFunction(library, name));
-    return function != nullptr;
-}
 
 bool ReadIdentification(Identification& identification) {
     std::array<wchar_t, kVersionSize> version{};
@@ -29,11 +25,13 @@ bool ReadIdentification(Identification& identification) {
 
 bool FindDeviceFunctions(platform::LibraryHandle library, Purpose purpose, DeviceFunctions& functions) {
     // May be missing; whoever needs it looks whether it is there.
-    static_cast<void>(Find(library, "FT_GetDeviceInfo", functions.get_device_info));
-    const bool can_set_up = Find(library, "FT_SetBaudRate", functions.set_baud_rate) || purpose == Purpose::kList;
-    return Find(library, "FT_ListDevices", functions.list_devices) && Find(library, "FT_OpenEx", functions.open_ex) &&
-           Find(library, "FT_Close", functions.close) && Find(library, "FT_EE_Read", functions.read_eeprom) &&
-           can_set_up;
+    static_cast<void>(FindFunction(library, "FT_GetDeviceInfo", functions.get_device_info));
+    const bool can_set_up =
+        FindFunction(library, "FT_SetBaudRate", functions.set_baud_rate) || purpose == Purpose::kList;
+    return FindFunction(library, "FT_ListDevices", functions.list_devices) &&
+           FindFunction(library, "FT_OpenEx", functions.open_ex) &&
+           FindFunction(library, "FT_Close", functions.close) &&
+           FindFunction(library, "FT_EE_Read", functions.read_eeprom) && can_set_up;
 }
 
 }  // namespace
@@ -50,28 +48,27 @@ void Library::Unload() {
 
 platform::LibraryHandle Library::Release() { return std::exchange(handle_, platform::LibraryHandle::kNone); }
 
-bool Load(Purpose purpose, Library& library, Identification& identification, DeviceFunctions& functions) {
-    library = Library(platform::LoadLibraryByName(kLibraryName));
-    if (!library.IsLoaded()) return false;
-    if (!ReadIdentification(identification)) {
+bool Load(Purpose purpose, Driver& driver) {
+    driver.library = Library(platform::LoadLibraryByName(kLibraryName));
+    if (!driver.library.IsLoaded()) return false;
+    if (!ReadIdentification(driver.identification)) {
         // Deliberately left loaded: a library whose version cannot be read is never unloaded.
-        static_cast<void>(library.Release());
+        static_cast<void>(driver.library.Release());
         return false;
     }
-    if (FindDeviceFunctions(library.Handle(), purpose, functions)) return true;
-    library.Unload();
-    return false;
+    return FindDeviceFunctions(driver.library.Handle(), purpose, driver.functions);
 }
 
 bool FindLinkFunctions(platform::LibraryHandle library, LinkFunctions& functions) {
-    return Find(library, "FT_Write", functions.write) &&
-           Find(library, "FT_SetEventNotification", functions.set_event_notification) &&
-           Find(library, "FT_GetQueueStatus", functions.get_queue_status) && Find(library, "FT_Read", functions.read);
+    return FindFunction(library, "FT_Write", functions.write) &&
+           FindFunction(library, "FT_SetEventNotification", functions.set_event_notification) &&
+           FindFunction(library, "FT_GetQueueStatus", functions.get_queue_status) &&
+           FindFunction(library, "FT_Read", functions.read);
 }
 
 Close FindClose(platform::LibraryHandle library) {
     Close close = nullptr;
-    static_cast<void>(Find(library, "FT_Close", close));
+    static_cast<void>(FindFunction(library, "FT_Close", close));
     return close;
 }
 

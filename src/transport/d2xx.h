@@ -98,10 +98,16 @@ enum class Identification : std::uint8_t {
 
 enum class Purpose : std::uint8_t { kList, kOpen };
 
-/// Loads the library by its bare name into `library`, decides by the version of the copy in the system directory,
-/// whichever copy was loaded, how devices are identified, and finds the functions that `purpose` needs. False when
-/// anything is missing.
-[[nodiscard]] bool Load(Purpose purpose, Library& library, Identification& identification, DeviceFunctions& functions);
+/// The loaded library, and what is needed of it to look for devices.
+struct Driver {
+    Library library;
+    Identification identification = Identification::kEeprom;
+    DeviceFunctions functions;
+};
+
+/// Loads the library by its bare name, decides by the version of the copy in the system directory, whichever copy was
+/// loaded, how devices are identified, and finds the functions that `purpose` needs. False when anything is missing.
+[[nodiscard]] bool Load(Purpose purpose, Driver& driver);
 
 /// False when one is missing.
 [[nodiscard]] bool FindLinkFunctions(platform::LibraryHandle library, LinkFunctions& functions);

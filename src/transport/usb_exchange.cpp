@@ -121,8 +121,17 @@ std::ptrdiff_t ReadQueuedUsb(const UsbPort& port, std::span<std::uint8_t> room) 
     return Read(port, room.first(size)) ? static_cast<std::ptrdiff_t>(size) : -1;
 }
 
+LinkStatus UsbStatusOf(const BlockResult& result) {
+    switch (result.end) {
+        case BlockEnd::kComplete: return LinkStatus::kOk;
+        case BlockEnd::kExchangeFailed: return result.exchange;
+        case BlockEnd::kTooLong: return LinkStatus::kReplyTooLong;
+        case BlockEnd::kStopped: return LinkStatus::kStopped;
+        default: return LinkStatus::kProtocolFault;
+    }
+}
+
 LinkStatus UsbLine::Exchange(std::span<const std::uint8_t> frame, std::span<const std::uint8_t>& answer) {
-    if (!port_.open) return LinkStatus::kNotOpen;
     const ReceiveEvent event;
     if (!event.Register(port_) || !Send(port_, frame)) return LinkStatus::kDriverFailed;
     Reception reception(port_, event, patience_);

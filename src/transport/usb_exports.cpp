@@ -4,9 +4,12 @@
 
 #include <span>
 
-#include "transport/usb_port.h"
+#include "transport/usb_exchange.h"
 
 namespace {
+
+using nelto::LinkStatus;
+using nelto::UsbPort;
 
 static_assert(nelto::IsUsbDeviceType(NELTO_USB_TYPE_2) && nelto::IsUsbDeviceType(NELTO_USB_TYPE_9) &&
               nelto::IsUsbDeviceType(NELTO_USB_TYPE_16));
@@ -41,7 +44,18 @@ void Report(std::uint32_t* out, std::size_t value) {
     if (out != nullptr) *out = static_cast<std::uint32_t>(value);
 }
 
-nelto::UsbPort* LinkOf(NeltoUSBHandle handle) { return reinterpret_cast<nelto::UsbPort*>(handle); }
+UsbPort* PortOf(NeltoUSBHandle handle) { return reinterpret_cast<UsbPort*>(handle); }
+
+std::uint32_t ResultOf(LinkStatus status) {
+    switch (status) {
+        case LinkStatus::kOk: return nelto::kUsbOk;
+        case LinkStatus::kTimeOut: return nelto::kUsbTimeout;
+        case LinkStatus::kWrongStart: return nelto::kUsbWrongStart;
+        case LinkStatus::kDriverFailed: return nelto::kUsbDriverFailed;
+        case LinkStatus::kReplyTooLong: return nelto::kUsbReplyTooLong;
+        default: return nelto::kUsbProtocolFault;
+    }
+}
 
 }  // namespace
 
@@ -49,32 +63,40 @@ std::uint32_t NeltoUSBGetDevices(std::uint32_t device_type, std::uint32_t* seria
                                  std::uint32_t* count) {
     Report(count, 0);
     std::uint32_t stored       = 0;
-    const std::uint32_t result = nelto::NeltoUSBGetDevices(device_type, Room(serials, capacity), stored);
+    const std::uint32_t result = nelto::ListUsbDevices(device_type, Room(serials, capacity), stored);
     Report(count, stored);
     return result;
 }
 
 std::uint32_t NeltoUSBOpen(std::uint32_t device_type, std::uint32_t serial_number, NeltoUSBHandle* handle) {
     if (handle == nullptr) return nelto::kUsbNoHandle;
-    nelto::UsbPort* link       = nullptr;
-    const std::uint32_t result = nelto::NeltoUSBOpen(device_type, serial_number, link);
-    *handle                    = reinterpret_cast<NeltoUSBHandle>(link);
-    return result;
+    UsbPort* port              = nullptr;
+    const std::uint32_t result = nelto::OpenUsbPort(device_type, serial_number, port);
+    *handle                    = reinterpret_cast<NeltoUSBHandle>(port);
+    return result == nelto::kUsbHeldElsewhere ? std::uint32_t{nelto::kUsbDriverFailed} : result;
 }
 
 std::uint32_t NeltoUSBTransceive(NeltoUSBHandle handle, const std::uint8_t* request, std::uint32_t request_length,
                                  std::uint8_t* reply, std::uint32_t reply_capacity, std::uint32_t* reply_length,
                                  std::uint32_t timeout_ms) {
     Report(reply_length, 0);
-    std::size_t received       = 0;
-    const std::uint32_t result = nelto::NeltoUSBTransceive(LinkOf(handle), Room(request, request_length),
-                                                           Room(reply, reply_capacity), received, timeout_ms);
-    Report(reply_length, received);
+    if (handle == nullptr) return nelto::kUsbNoHandle;
+    UsbPort& port   = *PortOf(handle);
+    port.timeout_ms = timeout_ms;
+
+    nelto::UsbLine line(port);
+    nelto::StopPatience nobody_stops(nullptr, 0);
+    nelto::ReplyBuffer assembly{.storage = Room(reply, reply_capacity)};
+    const std::uint32_t result = ResultOf(nelto::UsbStatusOf(
+        nelto::ConverseInBlocks(line, nelto::kUsbPayloadLimit, nobody_stops, Room(request, request_length), assembly)));
+    if (result == nelto::kUsbOk) Report(reply_length, assembly.length);
     return result;
 }
 
-std::uint32_t NeltoUSBClose(NeltoUSBHandle handle) { return nelto::NeltoUSBClose(LinkOf(handle)); }
+std::uint32_t NeltoUSBClose(NeltoUSBHandle handle) { return nelto::CloseUsbPort(PortOf(handle)); }
 
 std::uint32_t NeltoUSBSetTimeout(NeltoUSBHandle handle, std::uint32_t timeout_ms) {
-    return nelto::NeltoUSBSetTimeout(LinkOf(handle), timeout_ms);
+    if (handle == nullptr) return nelto::kUsbNoHandle;
+    PortOf(handle)->timeout_ms = timeout_ms;
+    return nelto::kUsbOk;
 }

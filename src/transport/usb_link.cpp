@@ -31,9 +31,8 @@ LinkStatus UsbLink::Transceive(std::span<const std::uint8_t> request, std::span<
     StopPatience patience(stop_request_, kBlockStopPatience);
     UsbLine line(*port_, &patience);
     ReplyBuffer assembly{.storage = reply, .skip_repetitions = true};
-    const LinkStatus status =
-        UsbStatusOf(ConverseInBlocks(line, port_->packet_payload_limit, patience, request, assembly));
-    late_bytes_possible_ = status != LinkStatus::kOk;
+    const LinkStatus status = UsbStatusOf(ConverseInBlocks(line, kUsbPayloadLimit, patience, request, assembly));
+    late_bytes_possible_    = status != LinkStatus::kOk;
     if (status == LinkStatus::kOk) received = assembly.length;
     return status;
 }
@@ -54,6 +53,6 @@ bool UsbLink::WaitForSilence(std::uint32_t silence_ms) {
     return ListenUntilSilent(silence_ms, stop_request_, [this] { return DropQueued(); });
 }
 
-void UsbLink::Close() { NeltoUSBClose(std::exchange(port_, nullptr)); }
+void UsbLink::Close() { CloseUsbPort(std::exchange(port_, nullptr)); }
 
 }  // namespace nelto

@@ -8,39 +8,29 @@
 namespace nelto {
 namespace {
 
-constexpr std::uint32_t kFirstTimeout       = 250;  // milliseconds
 constexpr std::uint32_t kSlowDeviceType     = 9;
 constexpr std::uint32_t kSlowDeviceBaudRate = 57600;
 constexpr std::uint32_t kDeviceBaudRate     = 921600;
 
-/// The loaded library while devices are looked for.
-struct Search {
-    d2xx::Library library;
-    d2xx::Identification identification = d2xx::Identification::kEeprom;
-    d2xx::DeviceFunctions functions;
-};
-
-bool Load(d2xx::Purpose purpose, Search& search) {
-    return d2xx::Load(purpose, search.library, search.identification, search.functions);
-}
+using d2xx::Driver;
 
 /// What every device passes through. Returns 0, or why the device cannot be looked at.
-std::uint32_t LookAt(const Search& search, std::uint32_t index, UsbCandidate& candidate, UsbDeviceIdentity& identity) {
+std::uint32_t LookAt(const Driver& driver, std::uint32_t index, UsbCandidate& candidate, UsbDeviceIdentity& identity) {
     const std::uint32_t opened = candidate.Open(index);
-    return opened == kUsbOk ? candidate.Identify(search.identification, identity) : opened;
+    return opened == kUsbOk ? candidate.Identify(driver.identification, identity) : opened;
 }
 
 /// The old way skips analysers without a serial number, the new way lists them as 0; on purpose.
-bool IsListed(const Search& search, const UsbDeviceIdentity& identity, std::uint32_t device_type) {
+bool IsListed(const Driver& driver, const UsbDeviceIdentity& identity, std::uint32_t device_type) {
     if (!IsAnalyser(identity, device_type)) return false;
-    return search.identification == d2xx::Identification::kDeviceInfo || identity.serial_number != 0;
+    return driver.identification == d2xx::Identification::kDeviceInfo || identity.serial_number != 0;
 }
 
 /// The new way takes the first analyser of the type, whatever its serial number; on purpose.
-bool IsWanted(const Search& search, const UsbDeviceIdentity& identity, std::uint32_t device_type,
+bool IsWanted(const Driver& driver, const UsbDeviceIdentity& identity, std::uint32_t device_type,
               std::uint32_t serial_number) {
     if (!IsAnalyser(identity, device_type)) return false;
-    return search.identification == d2xx::Identification::kDeviceInfo || serial_number == 0 ||
+    return driver.identification == d2xx::Identification::kDeviceInfo || serial_number == 0 ||
            serial_number == identity.serial_number;
 }
 
@@ -55,17 +45,17 @@ bool IsHeldElsewhere(std::uint32_t failure) {
 }
 
 /// Leaves the first wanted device open in `device`.
-std::uint32_t FindDevice(const Search& search, std::uint32_t device_type, std::uint32_t serial_number,
+std::uint32_t FindDevice(const Driver& driver, std::uint32_t device_type, std::uint32_t serial_number,
                          d2xx::Device& device) {
     std::uint32_t attached = 0;
-    if (CountUsbDevices(search.functions, attached) != kUsbOk) return kUsbDriverFailed;
+    if (CountUsbDevices(driver.functions, attached) != kUsbOk) return kUsbDriverFailed;
     for (std::uint32_t index = 0; index < attached; ++index) {
-        UsbCandidate candidate(search.functions);
+        UsbCandidate candidate(driver.functions);
         UsbDeviceIdentity identity;
-        const std::uint32_t failure = LookAt(search, index, candidate, identity);
+        const std::uint32_t failure = LookAt(driver, index, candidate, identity);
         if (IsHeldElsewhere(failure)) return kUsbHeldElsewhere;
         if (failure != kUsbOk) return PlainResult(failure);
-        if (!IsWanted(search, identity, device_type, serial_number)) continue;
+        if (!IsWanted(driver, identity, device_type, serial_number)) continue;
         device = candidate.Release();
         return kUsbOk;
     }
@@ -73,64 +63,49 @@ std::uint32_t FindDevice(const Search& search, std::uint32_t device_type, std::u
 }
 
 /// Makes the open device ready for messages.
-std::uint32_t SetUp(const Search& search, std::uint32_t device_type, UsbPort& port) {
-    port.timeout_ms           = kFirstTimeout;
-    port.packet_payload_limit = kUsbPayloadLimit;
-    if (!d2xx::FindLinkFunctions(search.library.Handle(), port.functions)) return kUsbNotAvailable;
+std::uint32_t SetUp(const Driver& driver, std::uint32_t device_type, UsbPort& port) {
+    if (!d2xx::FindLinkFunctions(driver.library.Handle(), port.functions)) return kUsbNotAvailable;
     const std::uint32_t baud_rate = device_type == kSlowDeviceType ? kSlowDeviceBaudRate : kDeviceBaudRate;
-    return search.functions.set_baud_rate(port.device, baud_rate) == d2xx::kOk ? kUsbOk : kUsbDriverFailed;
+    return driver.functions.set_baud_rate(port.device, baud_rate) == d2xx::kOk ? kUsbOk : kUsbDriverFailed;
 }
 
 std::uint32_t RunOpenProcedure(std::uint32_t device_type, std::uint32_t serial_number, UsbPort& port) {
-    port.open = true;
-    Search search;
-    if (!Load(d2xx::Purpose::kOpen, search)) return kUsbNotAvailable;
-    std::uint32_t result = FindDevice(search, device_type, serial_number, port.device);
+    Driver driver;
+    if (!d2xx::Load(d2xx::Purpose::kOpen, driver)) return kUsbNotAvailable;
+    std::uint32_t result = FindDevice(driver, device_type, serial_number, port.device);
     if (result != kUsbOk) return result;
-    result = SetUp(search, device_type, port);
+    result = SetUp(driver, device_type, port);
     if (result != kUsbOk) {
-        static_cast<void>(search.functions.close(port.device));
+        static_cast<void>(driver.functions.close(port.device));
         return result;
     }
-    port.library = search.library.Release();  // unloaded by the close procedure
+    port.library = std::move(driver.library);
     return kUsbOk;
-}
-
-std::uint32_t RunCloseProcedure(UsbPort& port) {
-    const d2xx::Library library(std::exchange(port.library, platform::LibraryHandle::kNone));
-    const d2xx::Close close = d2xx::FindClose(library.Handle());
-    if (close == nullptr) return kUsbNotAvailable;
-    return close(port.device) == d2xx::kOk ? kUsbOk : kUsbDriverFailed;
 }
 
 }  // namespace
 
-std::uint32_t NeltoUSBGetDevices(std::uint32_t device_type, std::span<std::uint32_t> serials, std::uint32_t& count) {
+std::uint32_t ListUsbDevices(std::uint32_t device_type, std::span<std::uint32_t> serials, std::uint32_t& count) {
     count = 0;
     if (!IsUsbDeviceType(device_type)) return kUsbWrongDeviceType;
-    Search search;
-    if (!Load(d2xx::Purpose::kList, search)) return kUsbNotAvailable;
+    Driver driver;
+    if (!d2xx::Load(d2xx::Purpose::kList, driver)) return kUsbNotAvailable;
     std::uint32_t attached      = 0;
-    const std::uint32_t counted = CountUsbDevices(search.functions, attached);
+    const std::uint32_t counted = CountUsbDevices(driver.functions, attached);
     if (counted != kUsbOk) return counted;
 
     std::uint32_t stored = 0;
     for (std::uint32_t index = 0; index < attached; ++index) {
-        UsbCandidate candidate(search.functions);
+        UsbCandidate candidate(driver.functions);
         UsbDeviceIdentity identity;
-        const std::uint32_t failure = LookAt(search, index, candidate, identity);
+        const std::uint32_t failure = LookAt(driver, index, candidate, identity);
         if (failure != kUsbOk) return failure;
-        if (stored < serials.size() && IsListed(search, identity, device_type)) {
+        if (stored < serials.size() && IsListed(driver, identity, device_type)) {
             serials[stored++] = identity.serial_number;
         }
     }
     count = stored;
     return kUsbOk;
-}
-
-std::uint32_t NeltoUSBOpen(std::uint32_t device_type, std::uint32_t serial_number, UsbPort*& handle) {
-    const std::uint32_t result = OpenUsbPort(device_type, serial_number, handle);
-    return result == kUsbHeldElsewhere ? std::uint32_t{kUsbDriverFailed} : result;
 }
 
 std::uint32_t OpenUsbPort(std::uint32_t device_type, std::uint32_t serial_number, UsbPort*& handle) {
@@ -144,16 +119,12 @@ std::uint32_t OpenUsbPort(std::uint32_t device_type, std::uint32_t serial_number
     return kUsbOk;
 }
 
-std::uint32_t NeltoUSBClose(UsbPort* handle) {
+std::uint32_t CloseUsbPort(UsbPort* handle) {
     if (handle == nullptr) return kUsbNoHandle;
     const std::unique_ptr<UsbPort> port(handle);
-    return port->open ? RunCloseProcedure(*port) : std::uint32_t{kUsbNotAvailable};
-}
-
-std::uint32_t NeltoUSBSetTimeout(UsbPort* handle, std::uint32_t timeout_ms) {
-    if (handle == nullptr) return kUsbNoHandle;
-    handle->timeout_ms = timeout_ms;
-    return kUsbOk;
+    const d2xx::Close close = d2xx::FindClose(port->library.Handle());
+    if (close == nullptr) return kUsbNotAvailable;
+    return close(port->device) == d2xx::kOk ? kUsbOk : kUsbDriverFailed;
 }
 
 }  // namespace nelto

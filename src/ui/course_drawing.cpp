@@ -5,10 +5,9 @@
 #include <cstdlib>
 #include <vector>
 
-#include "core/course_points.h"
-#include "core/course_scale.h"
-#include "core/course_statistics.h"
+#include "core/course_strip.h"
 #include "core/course_view.h"
+#include "core/value_text.h"
 #include "platform/wide_text.h"
 #include "ui/gdi_objects.h"
 #include "ui/resource.h"
@@ -90,7 +89,7 @@ private:
     }
 
     void DrawEmpty(RECT whole) const {
-        const std::wstring text = StringText(picture_.recorder->Series().empty() ? IDS_COURSE_EMPTY : IDS_COURSE_HINT);
+        const std::wstring text = LoadText(picture_.recorder->Series().empty() ? IDS_COURSE_EMPTY : IDS_COURSE_HINT);
         DrawTextW(canvas_, text.c_str(), -1, &whole, DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX);
     }
 
@@ -122,7 +121,7 @@ private:
 
     [[nodiscard]] std::wstring TickText(const Strip& strip, int tick) const {
         const double value = strip.scale.low + tick * strip.scale.step;
-        return CourseValueText(static_cast<float>(value), strip.scale.resolution, picture_.decimal_separator);
+        return NumberText(static_cast<float>(value), strip.scale.resolution, picture_.decimal_separator);
     }
 
     [[nodiscard]] int Width(const std::wstring& text) const {
@@ -258,8 +257,8 @@ RECT DrawCourses(HDC canvas, SIZE area, const CoursePicture& picture) { return D
 std::wstring CourseTitle(const CoursePicture& picture, const CourseSeries& series) {
     std::wstring title(platform::TextIn(series.Name().label));
     const auto add = [&](float value) {
-        title.append(L"  ").append(CourseValueText(value, series.Name().resolution, picture.decimal_separator));
-        title.append(L" ").append(CourseUnitText(series));
+        title.append(L"  ").append(NumberText(value, series.Name().resolution, picture.decimal_separator));
+        title.append(L" ").append(UnitText(series.Key().unit));
     };
     if (!picture.looked_at) {
         std::vector<float> latest(kLongestHold + 1);

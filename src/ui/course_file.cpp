@@ -19,12 +19,10 @@ using Path = std::array<wchar_t, 1024>;
 /// The library with the dialog is loaded when it is first asked for: nothing else needs it.
 bool AskForPath(HWND owner, Path& path) {
     using platform::LibraryHandle;
-    const LibraryHandle dialogs = platform::LoadLibraryToStay(L"comdlg32.dll");
-    if (dialogs == LibraryHandle::kNone) return false;
-    const auto ask =
-        reinterpret_cast<decltype(&::GetSaveFileNameW)>(platform::FindFunction(dialogs, "GetSaveFileNameW"));
-    if (ask == nullptr) return false;
-    const std::wstring filter = StringText(IDS_COURSE_FILTER) + L'\0' + L"*.csv" + L'\0';
+    const LibraryHandle dialogs       = platform::LoadLibraryToStay(L"comdlg32.dll");
+    decltype(&::GetSaveFileNameW) ask = nullptr;
+    if (dialogs == LibraryHandle::kNone || !platform::FindFunction(dialogs, "GetSaveFileNameW", ask)) return false;
+    const std::wstring filter = LoadText(IDS_COURSE_FILTER) + L'\0' + L"*.csv" + L'\0';
     OPENFILENAMEW request{};
     request.lStructSize = sizeof request;
     request.hwndOwner   = owner;
@@ -63,8 +61,8 @@ void SaveCourseAs(HWND owner, const CourseRecorder& recorder, const std::wstring
     const std::uint32_t error        = SaveCourse(recorder, separators, path.data());
     SetCursor(cursor);
     if (error == 0) return;
-    const std::wstring text = StringText(IDS_COURSE_NOT_SAVED) + L"\n\n" + path.data() + L"\n" + ReasonText(error);
-    MessageBoxW(owner, text.c_str(), StringText(IDS_ERROR_CAPTION).c_str(), MB_OK | MB_ICONERROR);
+    const std::wstring text = LoadText(IDS_COURSE_NOT_SAVED) + L"\n\n" + path.data() + L"\n" + ReasonText(error);
+    MessageBoxW(owner, text.c_str(), LoadText(IDS_ERROR_CAPTION).c_str(), MB_OK | MB_ICONERROR);
 }
 
 }  // namespace nelto::ui

@@ -4,10 +4,9 @@
 #include <array>
 #include <vector>
 
-#include "core/course_statistics.h"
 #include "core/course_view.h"
-#include "ui/list_cells.h"
 #include "ui/resource.h"
+#include "ui/value_list.h"
 #include "ui/window_text.h"
 
 namespace nelto::ui {

@@ -87,11 +87,11 @@ void CoursePlot::Paint() {
     const HDC screen = BeginPaint(plot_, &paint);
     const SIZE size  = SizeOf(plot_);
     if (size.cx > 0 && size.cy > 0) {
-        const Buffer buffer(screen, size);
-        charts_          = DrawCourses(buffer.Canvas(), size, Picture());
+        const BitmapCanvas buffer(screen, CreateCompatibleBitmap(screen, size.cx, size.cy));
+        charts_          = DrawCourses(buffer.Context(), size, Picture());
         const RECT whole = {0, 0, size.cx, size.cy};
-        if (GetFocus() == plot_) DrawFocusRect(buffer.Canvas(), &whole);
-        BitBlt(screen, 0, 0, size.cx, size.cy, buffer.Canvas(), 0, 0, SRCCOPY);
+        if (GetFocus() == plot_) DrawFocusRect(buffer.Context(), &whole);
+        BitBlt(screen, 0, 0, size.cx, size.cy, buffer.Context(), 0, 0, SRCCOPY);
     }
     EndPaint(plot_, &paint);
 }
@@ -130,7 +130,7 @@ void CoursePlot::LookAt(std::optional<std::uint32_t> index) {
 
 /// What is plotted, and the values only when the user looks at them: a text that changed each second would be read out each second.
 void CoursePlot::TellText() const {
-    std::wstring text           = StringText(IDS_COURSE);
+    std::wstring text           = LoadText(IDS_COURSE);
     const CoursePicture picture = Picture();
     for (const CourseKey& key : picture.keys) {
         const CourseSeries* series = FindSeries(recorder_, key);

@@ -10,9 +10,9 @@
 #include "ui/course_list.h"
 #include "ui/course_plot.h"
 #include "ui/dialog_icons.h"
-#include "ui/list_cells.h"
 #include "ui/modeless_keys.h"
 #include "ui/resource.h"
+#include "ui/value_list.h"
 #include "ui/window_place.h"
 #include "ui/window_text.h"
 
@@ -77,7 +77,7 @@ void OpenCourseWindow::Initialise(HWND window) {
     window_ = window;
     keys_.emplace(window);
     icons_.Show(window);
-    SetWindowTextW(window, StringText(IDS_COURSE).c_str());
+    SetWindowTextW(window, LoadText(IDS_COURSE).c_str());
     SetControlTexts(window, kTexts);
     FillSpans();
     const WindowPlace made = PlaceOf(window);
@@ -93,9 +93,8 @@ void OpenCourseWindow::Initialise(HWND window) {
 void OpenCourseWindow::FillSpans() const {
     const HWND box = GetDlgItem(window_, IDC_COURSE_SPAN);
     for (std::size_t index = 0; index < kCourseSpans.size(); ++index) {
-        std::array<wchar_t, 16> text{};
-        platform::FormatText(text, L"%u min", kCourseSpans[index]);
-        SendMessageW(box, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text.data()));
+        const std::wstring text = std::to_wstring(kCourseSpans[index]) + L" min";
+        SendMessageW(box, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text.c_str()));
         if (kCourseSpans[index] == settings_.span_minutes) SendMessageW(box, CB_SETCURSEL, index, 0);
     }
 }
@@ -187,7 +186,7 @@ INT_PTR OpenCourseWindow::HandleMark(const NMLISTVIEW& change) {
     const CourseList::Change result = list_.HandleChange(change);
     if (result == CourseList::Change::kNone) return FALSE;
     const bool is_refused = result == CourseList::Change::kRefused;
-    SetControlText(window_, IDC_COURSE_HINT, StringText(is_refused ? IDS_COURSE_FULL : IDS_COURSE_HINT));
+    SetControlText(window_, IDC_COURSE_HINT, LoadText(is_refused ? IDS_COURSE_FULL : IDS_COURSE_HINT));
     if (is_refused) MessageBeep(MB_OK);
     if (!is_refused) plot_.Refresh();
     SetWindowLongPtrW(window_, DWLP_MSGRESULT, is_refused ? TRUE : FALSE);

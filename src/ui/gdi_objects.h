@@ -35,25 +35,23 @@ private:
     HGDIOBJ previous_;
 };
 
-/// A picture in memory that a window is painted from at once.
-class Buffer {
+/// A bitmap of our own and a device context to draw on it, or from it.
+class BitmapCanvas {
 public:
-    Buffer(HDC screen, SIZE size)
-        : canvas_(CreateCompatibleDC(screen)),
-          bitmap_(CreateCompatibleBitmap(screen, size.cx, size.cy)),
-          previous_(SelectObject(canvas_, bitmap_.Get())) {}
-    ~Buffer() {
-        SelectObject(canvas_, previous_);
-        DeleteDC(canvas_);
+    BitmapCanvas(HDC screen, HBITMAP bitmap)
+        : bitmap_(bitmap), context_(CreateCompatibleDC(screen)), previous_(SelectObject(context_, bitmap)) {}
+    ~BitmapCanvas() {
+        SelectObject(context_, previous_);
+        DeleteDC(context_);
     }
-    Buffer(const Buffer&)            = delete;
-    Buffer& operator=(const Buffer&) = delete;
+    BitmapCanvas(const BitmapCanvas&)            = delete;
+    BitmapCanvas& operator=(const BitmapCanvas&) = delete;
 
-    [[nodiscard]] HDC Canvas() const { return canvas_; }
+    [[nodiscard]] HDC Context() const { return context_; }
 
 private:
-    HDC canvas_;
     GdiObject<HBITMAP> bitmap_;
+    HDC context_;
     HGDIOBJ previous_;
 };
 

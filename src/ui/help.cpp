@@ -23,14 +23,14 @@ Path HelpPath() {
     Path path{};
     platform::CopyText(path, whole.substr(0, whole.rfind(L'\\')));
     platform::AppendText(path, L"\\");
-    platform::AppendText(path, StringText(IDS_HELP_FILE));
+    platform::AppendText(path, LoadText(IDS_HELP_FILE));
     return path;
 }
 
 /// Puts the path in the place of the text's "%s".
 std::wstring NotFoundText(std::wstring_view path) {
     constexpr std::wstring_view kPlace = L"%s";
-    std::wstring text                  = StringText(IDS_HELP_NOT_FOUND);
+    std::wstring text                  = LoadText(IDS_HELP_NOT_FOUND);
     const std::size_t at               = text.find(kPlace);
     if (at != std::wstring::npos) text.replace(at, kPlace.size(), path);
     return text;
@@ -40,10 +40,9 @@ std::wstring NotFoundText(std::wstring_view path) {
 bool OpenDocument(HWND dialog, const wchar_t* path) {
     constexpr INT_PTR kHighestError = 32;
     using platform::LibraryHandle;
-    const LibraryHandle shell = platform::LoadLibraryToStay(L"shell32.dll");
-    if (shell == LibraryHandle::kNone) return false;
-    const auto execute = reinterpret_cast<decltype(&::ShellExecuteW)>(platform::FindFunction(shell, "ShellExecuteW"));
-    if (execute == nullptr) return false;
+    const LibraryHandle shell          = platform::LoadLibraryToStay(L"shell32.dll");
+    decltype(&::ShellExecuteW) execute = nullptr;
+    if (shell == LibraryHandle::kNone || !platform::FindFunction(shell, "ShellExecuteW", execute)) return false;
     const HINSTANCE result = execute(dialog, L"open", path, nullptr, nullptr, SW_SHOWNORMAL);
     return reinterpret_cast<INT_PTR>(result) > kHighestError;
 }
@@ -53,7 +52,7 @@ bool OpenDocument(HWND dialog, const wchar_t* path) {
 void OpenHelp(HWND dialog) {
     const Path path = HelpPath();
     if (OpenDocument(dialog, path.data())) return;
-    MessageBoxW(dialog, NotFoundText(platform::TextIn(path)).c_str(), StringText(IDS_ERROR_CAPTION).c_str(),
+    MessageBoxW(dialog, NotFoundText(platform::TextIn(path)).c_str(), LoadText(IDS_ERROR_CAPTION).c_str(),
                 MB_OK | MB_ICONERROR);
 }
 

@@ -19,7 +19,6 @@
 #include "ui/course_window.h"
 #include "ui/dialog_icons.h"
 #include "ui/help.h"
-#include "ui/list_cells.h"
 #include "ui/manual_fields.h"
 #include "ui/pictures.h"
 #include "ui/resource.h"
@@ -36,8 +35,6 @@ constexpr UINT_PTR kRefreshTimer = 1;
 constexpr UINT kRefreshPeriod    = 1000;  // milliseconds
 constexpr int kBusyLooks         = 5;     // looks at busy tables in one refresh
 constexpr DWORD kBusyWait        = 10;    // milliseconds between two of them
-constexpr int kAccepted          = 1;
-constexpr int kCancelled         = 2;
 constexpr UINT kScalingChanged   = WM_APP;
 constexpr UINT kActivated        = WM_APP + 1;
 
@@ -89,7 +86,7 @@ private:
     void ShowHelp();
     void ReturnToDialog(bool ok_was_enabled) const;
     void Accept();
-    void Close(int result);
+    void Close();
     [[nodiscard]] HWND ValueList() const { return GetDlgItem(dialog_, IDC_VALUES); }
 
     HINSTANCE instance_;
@@ -163,7 +160,7 @@ bool MainDialog::StaysBusy() const {
 
 void MainDialog::ShowStatus(const StatusView& view) {
     ShowOk(view.ok);
-    if (view.text_id != 0) ShowStatusText(dialog_, StringText(view.text_id));
+    if (view.text_id != 0) ShowStatusText(dialog_, LoadText(view.text_id));
     SetControlText(dialog_, IDC_CONNECTION, ConnectionText(state_.communication));
     if (view.repaint) InvalidateRect(dialog_, nullptr, TRUE);
 }
@@ -223,7 +220,7 @@ bool MainDialog::HandleCommand(int command) {
         case IDC_OK:
         case IDOK: Accept(); return true;
         case IDC_CANCEL:
-        case IDCANCEL: Close(kCancelled); return true;
+        case IDCANCEL: Close(); return true;
         case IDC_SETTINGS: RunSettings(); return true;
         case IDC_HELP_FILE: ShowHelp(); return true;
         case IDM_COPY: CopyRows(ValueList()); return true;
@@ -300,15 +297,15 @@ void MainDialog::Accept() {
     if (state_.status == kValuesAvailable) FillTypedFieldsOnce(measurement);
     StoreManualValues(ReadManualFields(dialog_), measurement.channels);
     WriteExchangeFile(state_, measurement);
-    Close(kAccepted);
+    Close();
 }
 
-void MainDialog::Close(int result) {
+void MainDialog::Close() {
     course_.Close();
     KillTimer(dialog_, kRefreshTimer);  // a window above the dialog would let it go on
     worker_.Stop();
     serial_output_.Stop();
-    EndDialog(dialog_, result);
+    EndDialog(dialog_, 0);
 }
 
 /// The one open dialog. The dialog box is created with parameter 0, so its procedure finds the state here.

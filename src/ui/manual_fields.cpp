@@ -6,7 +6,6 @@
 #include <cwchar>
 
 #include "core/value_text.h"
-#include "platform/wide_text.h"
 #include "ui/resource.h"
 #include "ui/up_down.h"
 #include "ui/window_text.h"
@@ -23,8 +22,8 @@ constexpr std::array kSmokeFields = {IDC_SMOKE1, IDC_SMOKE2, IDC_SMOKE3};
 /// By OilDerivativeEntry.
 constexpr std::array<std::uint32_t, 3> kOilAnswers = {IDS_UNANSWERED, IDS_NO, IDS_YES};
 
-void AddEntry(HWND dialog, int field_id, const wchar_t* text) {
-    SendDlgItemMessageW(dialog, field_id, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text));
+void AddEntry(HWND dialog, int field_id, const std::wstring& text) {
+    SendDlgItemMessageW(dialog, field_id, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text.c_str()));
 }
 
 void Select(HWND dialog, int field_id, std::uint32_t entry) {
@@ -32,25 +31,19 @@ void Select(HWND dialog, int field_id, std::uint32_t entry) {
 }
 
 void FillSmokeField(HWND dialog, int field_id) {
-    std::array<wchar_t, 8> digit{};
-    for (unsigned number = 0; number <= 9; ++number) {
-        platform::FormatText(digit, L"%u", number);
-        AddEntry(dialog, field_id, digit.data());
-    }
+    for (wchar_t digit = L'0'; digit <= L'9'; ++digit) AddEntry(dialog, field_id, std::wstring(1, digit));
     SetControlText(dialog, field_id, L"0");
 }
 
 void FillOilField(HWND dialog) {
-    for (const std::uint32_t text_id : kOilAnswers) AddEntry(dialog, IDC_OIL_DERIVATIVE, StringText(text_id).c_str());
+    for (const std::uint32_t text_id : kOilAnswers) AddEntry(dialog, IDC_OIL_DERIVATIVE, LoadText(text_id));
     Select(dialog, IDC_OIL_DERIVATIVE, kOilUnanswered);
 }
 
 void PrepareTemperature(HWND dialog, wchar_t decimal_separator) {
-    std::array<wchar_t, kValueTextSize> text{};
-    FormatValue(kStartTemperature, kOneDecimal, text);
-    UseDecimalSeparator(text, decimal_separator);
+    const std::wstring text = NumberText(kStartTemperature, kOneDecimal, decimal_separator);
     AttachUpDown(dialog, IDC_HEAT_TEMPERATURE, kLowestTemperature, kHighestTemperature);
-    SetUpDownText(dialog, IDC_HEAT_TEMPERATURE, text.data(), kStartTemperature);
+    SetUpDownText(dialog, IDC_HEAT_TEMPERATURE, text, kStartTemperature);
 }
 
 }  // namespace
@@ -76,11 +69,11 @@ void FillManualFields(HWND dialog, const TypedFields& fields) {
     if (fields.oil_derivative) Select(dialog, IDC_OIL_DERIVATIVE, *fields.oil_derivative);
     if (const auto& text = fields.heat_carrier_temperature) {
         const long whole = std::wcstol(text->c_str(), nullptr, 10);
-        SetUpDownText(dialog, IDC_HEAT_TEMPERATURE, text->c_str(), static_cast<int>(whole));
+        SetUpDownText(dialog, IDC_HEAT_TEMPERATURE, *text, static_cast<int>(whole));
     }
 }
 
-std::wstring OilAnswerText(OilDerivativeEntry answer) { return StringText(kOilAnswers[answer]); }
+std::wstring OilAnswerText(OilDerivativeEntry answer) { return LoadText(kOilAnswers[answer]); }
 
 ManualValues ReadManualFields(HWND dialog) {
     ManualValues typed;

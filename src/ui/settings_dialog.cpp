@@ -11,8 +11,6 @@
 namespace nelto::ui {
 namespace {
 
-constexpr int kAccepted   = 1;
-constexpr int kCancelled  = 2;
 constexpr int kLowestPort = 1, kHighestPort = 255;
 
 constexpr std::array kTexts = {
@@ -92,12 +90,9 @@ bool SettingsDialog::HandleCommand(int command) {
         case IDC_BLUETOOTH: EnableUpDown(dialog_, IDC_BLUETOOTH_PORT, true); return true;
         case IDC_SERIAL_OUTPUT: SwitchSerialOutput(); return true;
         case IDC_OK:
-        case IDOK:
-            Apply();
-            EndDialog(dialog_, kAccepted);
-            return true;
+        case IDOK: Apply(); [[fallthrough]];
         case IDC_CANCEL:
-        case IDCANCEL: EndDialog(dialog_, kCancelled); return true;
+        case IDCANCEL: EndDialog(dialog_, 0); return true;
         default: return false;
     }
 }

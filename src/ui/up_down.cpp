@@ -2,8 +2,6 @@
 
 #include <commctrl.h>
 
-#include <string>
-
 #include "ui/window_text.h"
 
 namespace nelto::ui {
@@ -33,7 +31,7 @@ void AttachUpDown(HWND dialog, int field_id, int lowest, int highest) {
     SetControlText(dialog, field_id, text);  // the control may have put its own whole number there
 }
 
-void SetUpDownText(HWND dialog, int field_id, const wchar_t* text, int number) {
+void SetUpDownText(HWND dialog, int field_id, const std::wstring& text, int number) {
     SendMessageW(FindUpDown(dialog, field_id), UDM_SETPOS32, 0, number);
     SetControlText(dialog, field_id, text);
 }

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <string>
 
-#include "ui/list_cells.h"
 #include "ui/resource.h"
+#include "ui/value_list.h"
 #include "ui/window_text.h"
 
 namespace nelto::ui {
@@ -16,8 +16,8 @@ namespace {
 constexpr LPARAM kFromKeyboard = -1;
 
 void AppendEntry(HMENU menu, UINT command, std::uint32_t text_id, const wchar_t* key, bool is_enabled) {
-    std::wstring text = StringText(text_id);
-    if (key != nullptr) text.append(L"\t").append(StringText(IDS_CONTROL_KEY)).append(L"+").append(key);
+    std::wstring text = LoadText(text_id);
+    if (key != nullptr) text.append(L"\t").append(LoadText(IDS_CONTROL_KEY)).append(L"+").append(key);
     AppendMenuW(menu, is_enabled ? MF_STRING : MF_STRING | MF_GRAYED, command, text.c_str());
 }
 

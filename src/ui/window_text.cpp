@@ -1,14 +1,7 @@
 #include "ui/window_text.h"
 
-#include <array>
-
-#include "platform/text_service.h"
-#include "platform/wide_text.h"
-
 namespace nelto::ui {
 namespace {
-
-constexpr std::size_t kLongestText = 260;
 
 /// Looked up by name: where a Windows does not have these functions, the main screen's scaling is used.
 template <typename Function>
@@ -18,12 +11,6 @@ Function ScalingFunction(const char* name) {
 }
 
 }  // namespace
-
-std::wstring StringText(std::uint32_t text_id) {
-    std::array<wchar_t, kLongestText> text{};
-    platform::LoadText(text_id, text);
-    return std::wstring(platform::TextIn(text));
-}
 
 std::wstring ControlText(HWND dialog, int control_id) {
     const HWND control = GetDlgItem(dialog, control_id);
@@ -38,7 +25,7 @@ void SetControlText(HWND dialog, int control_id, const std::wstring& text) {
 }
 
 void SetControlTexts(HWND dialog, std::span<const ControlTextRow> rows) {
-    for (const ControlTextRow& row : rows) SetControlText(dialog, row.control_id, StringText(row.text_id));
+    for (const ControlTextRow& row : rows) SetControlText(dialog, row.control_id, LoadText(row.text_id));
 }
 
 RECT ControlPlace(HWND dialog, int control_id) {

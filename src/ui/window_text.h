@@ -7,10 +7,11 @@
 #include <span>
 #include <string>
 
+#include "platform/text_service.h"
+
 namespace nelto::ui {
 
-/// Text `text_id` of the string table, in the user's language.
-[[nodiscard]] std::wstring StringText(std::uint32_t text_id);
+using platform::LoadText;
 
 [[nodiscard]] std::wstring ControlText(HWND dialog, int control_id);
 

@@ -1,6 +1,6 @@
 // The command line. Each byte is one character; the first one chooses whether the others are single bytes or pairs.
-#include "core/command_line.h"
 #include "core/program_state.h"
+#include "core/settings.h"
 #include "fuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

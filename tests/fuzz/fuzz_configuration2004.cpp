@@ -1,7 +1,7 @@
 // The framed exchange, identification apart, and the online configuration of generation 2004. Input: see Conversation, then
 // the analyser's messages.
 #include "conversation.h"
-#include "instrument/generation2004/configuration.h"
+#include "instrument/generation2004/analyser_2004.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace nelto;
@@ -9,7 +9,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static ChannelTable table;
     test::Input input(data, size);
     test::Conversation conversation(input);
-    const std::uint32_t result = Nelto780GetOnlineConfiguration2004(conversation.Session(), table);
+    Analyser2004 analyser(std::move(conversation.Session()));
+    const std::uint32_t result = analyser.ReadConfiguration(table);
     Require(result == kDone || result == kBadAnswer);
     Require(!conversation.Stopped() || (result == kBadAnswer && conversation.Requests() == 0));
     test::CheckTable(table);

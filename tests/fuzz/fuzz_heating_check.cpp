@@ -1,14 +1,14 @@
-// The walk through the heating check's lists. Input: see Conversation, how many records of the table are taken, then the
+// The walk through the heating check's lists. Input: see Conversation, how many results are known from earlier, then the
 // analyser's messages.
 #include "conversation.h"
-#include "instrument/generation2004/heating_check.h"
+#include "instrument/generation2004/analyser_2004.h"
 
 namespace {
 
 using namespace nelto;
 using test::Require;
 
-constexpr std::uint32_t kTaken = 0xABCD;
+constexpr std::uint32_t kEarlier = 0xABCD;
 
 bool IsLabelled(const ChannelRecord& record) {
     std::array<wchar_t, kChannelTextSize> label{};
@@ -16,29 +16,30 @@ bool IsLabelled(const ChannelRecord& record) {
     return platform::TextIn(label) == platform::TextIn(record.label);
 }
 
+bool IsEarlier(const ChannelRecord& record) { return record.view_ident == kEarlier && record.value_type == kNoValue; }
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static ChannelTable table;
     test::Input input(data, size);
     test::Conversation conversation(input);
-    const std::size_t taken = input.Byte() % (kChannelCapacity + 1);
-    table                   = {};
-    for (ChannelRecord& record : std::span(table).first(taken)) record.view_ident = kTaken;
+    const std::size_t earlier = input.Byte() % (kChannelCapacity + 1);
+    table                     = {};
+    for (ChannelRecord& record : std::span(table).first(earlier)) record.view_ident = kEarlier;
 
-    static const ChannelTable earlier{};
-    const std::uint32_t result = ReadHeatingCheck2004(conversation.Session(), earlier, table);
+    Analyser2004 analyser(std::move(conversation.Session()));
+    const std::uint32_t result = analyser.ReadHeatingCheck(table);
     Require(result <= kBadAnswer);
     Require(!conversation.Stopped() || (result == kTransportFailure && conversation.Requests() == 0));
     test::CheckTable(table);
     const auto used = UsedRecords(table);
-    Require(used.size() >= taken && (result == kDone || used.size() == taken));
-    for (const ChannelRecord& record : used.first(taken))
-        Require(record.view_ident == kTaken && record.value_type == kNoValue);
-    for (const ChannelRecord& record : used.subspan(taken)) {
-        Require(record.value_type == kNumber && record.unit <= 0xFFFF && record.resolution <= 0xFF);
+    if (result != kDone) Require(used.size() == earlier && std::ranges::all_of(used, IsEarlier));
+    for (const ChannelRecord& record : used) {
+        if (IsEarlier(record)) continue;
+        Require(record.value_type == kNumber && record.unit <= 0xFFFF && record.resolution <= 0xFF &&
+                IsLabelled(record));
     }
-    if (used.size() > taken) Require(IsLabelled(used.back()));
     for (const ChannelRecord& record : std::span(table).subspan(used.size())) Require(record.label.front() == L'\0');
     return 0;
 }

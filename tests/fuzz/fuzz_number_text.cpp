@@ -5,7 +5,6 @@
 #include "core/dialog_view.h"
 #include "core/exchange_file.h"
 #include "core/manual_values.h"
-#include "core/output_text.h"
 #include "core/serial_output.h"
 #include "core/value_text.h"
 #include "fuzz.h"
@@ -31,10 +30,7 @@ void TryTypedNumber(const std::wstring& text, wchar_t separator) {
 }
 
 void TryValue(const ChannelRecord& record, wchar_t separator) {
-    static std::array<wchar_t, kValueTextSize> text;  // no NUL but what is written; none of the texts is long
-    std::fill_n(text.begin(), kLongestText, L'x');
-    FormatValue(record.value, record.resolution, text);
-    const std::wstring_view shown = platform::TextIn(text);
+    const std::wstring shown = NumberText(record.value, record.resolution, L'.');
     Require(!shown.empty() && shown.size() < kLongestText);
     const bool is_value = std::isfinite(record.value) &&
                           (record.resolution == 0 || (record.resolution >= 252 && record.resolution <= 255));
@@ -43,10 +39,7 @@ void TryValue(const ChannelRecord& record, wchar_t separator) {
     if (is_value && record.resolution != 0) Require(shown.size() - shown.find(L'.') == 257 - record.resolution);
     if (separator != L'.' && record.value_type == kNumber)
         Require(RecordValueText(record, separator).find(L'.') == std::wstring::npos);
-
-    std::fill_n(text.begin(), kLongestText, L'x');
-    UnitText(record.unit, text);
-    Require(platform::TextIn(text).size() <= 15);
+    Require(UnitText(record.unit).size() <= 15);
 }
 
 /// As many lines as there can be records, each a key, "=" and what follows.

@@ -4,6 +4,7 @@
 // Devices: driver version, a text; then for each call of the driver one byte that fails it (0xF0 and above), and what it gives.
 #include <vector>
 
+#include "NeltoUSB.h"
 #include "fake_d2xx.h"
 #include "peers.h"
 #include "platform/memory/memory_dynamic_library.h"
@@ -111,18 +112,20 @@ void TryReply(Input& input) {
     test::StepPeer peer(input);
     peer.on_failure = [&](std::uint32_t failure) { FailFrom(driver, peer, failure); };
     driver.Attach(2, "1", &peer);
-    UsbPort* port = nullptr;
-    Require(NeltoUSBOpen(2, 0, port) == kUsbOk);
-    UsbLink link(port, nullptr);
-    std::size_t length = 1;
+    NeltoUSBHandle port = nullptr;
+    Require(NeltoUSBOpen(2, 0, &port) == kUsbOk);
+    UsbLink link(reinterpret_cast<UsbPort*>(port), nullptr);
     // Each begins with what the one before has left behind.
-    const std::uint32_t result = NeltoUSBTransceive(port, request, reply, length, 1);
-    Require(result <= kUsbReplyTooLong && length <= capacity && (result == kUsbOk || length == 0));
+    std::uint32_t size         = 1;
+    const std::uint32_t result = NeltoUSBTransceive(port, request.data(), static_cast<std::uint32_t>(request.size()),
+                                                    reply.data(), static_cast<std::uint32_t>(capacity), &size, 1);
+    Require(result <= kUsbReplyTooLong && size <= capacity && (result == kUsbOk || size == 0));
+    std::size_t length = 1;
     for (int round = 0; round < 2; ++round) {
         const LinkStatus status = link.Transceive(request, reply, length, 1);
         Require(status != LinkStatus::kNotOpen && status != LinkStatus::kStopped);
         Require(length <= capacity && (status == LinkStatus::kOk || length == 0));
-        Require(test::OpenEvents() == 0 && port->open);
+        Require(test::OpenEvents() == 0);
     }
 }
 
@@ -139,14 +142,15 @@ void TryDevices(Input& input, std::uint8_t choice) {
 
     const std::uint32_t type = input.Byte() % 17u;
     std::vector<std::uint32_t> serials(input.Byte() % 4u);
-    std::uint32_t count        = 1;
-    const std::uint32_t listed = NeltoUSBGetDevices(type, serials, count);
+    std::uint32_t count = 1;
+    const std::uint32_t listed =
+        NeltoUSBGetDevices(type, serials.data(), static_cast<std::uint32_t>(serials.size()), &count);
     Require(count <= serials.size() && (listed == kUsbOk || count == 0) && open_count == 0);
     // A library whose version cannot be read stays loaded, on purpose.
     Require(test::TimesLoaded(kName) == 0 || !has_version);
 
-    UsbPort* link              = nullptr;
-    const std::uint32_t opened = NeltoUSBOpen(type, input.Byte() % 2u, link);
+    NeltoUSBHandle link        = nullptr;
+    const std::uint32_t opened = NeltoUSBOpen(type, input.Byte() % 2u, &link);
     Require(opened <= kUsbReplyTooLong && (opened == kUsbOk) == (link != nullptr) && open_count == (link != nullptr));
     if (link != nullptr) Require(NeltoUSBClose(link) <= kUsbDriverFailed);
     Require(test::TimesLoaded(kName) == 0 || !has_version);

@@ -7,10 +7,7 @@ std::uint32_t WriteTraceLine(const wchar_t*, const wchar_t*) { return 0; }
 bool StartProtocolFile() { return true; }
 void ZivLog(const wchar_t*) {}
 void ZivLogBytes(const wchar_t*, std::span<const std::uint8_t>) {}
-void BaseLog::Start() {
-    path_    = {};
-    started_ = true;
-}
+void BaseLog::Start() { path_ = {}; }
 void BaseLog::Write(const wchar_t*) const {}
 
 }  // namespace nelto

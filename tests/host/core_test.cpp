@@ -3,7 +3,6 @@
 #include <limits>
 #include <tuple>
 
-#include "core/command_line.h"
 #include "core/exchange_file.h"
 #include "core/labels.h"
 #include "core/serial_output.h"
@@ -38,9 +37,7 @@ TEST_F(CoreTest, FormatsAValueByItsResolution) {
         {1.5F, 256, L"-"},         {std::nanf(""), 0, L"-"},    {std::nanf(""), 255, L"-"},
     };
     for (const auto& [value, resolution, expected] : cases) {
-        std::array<wchar_t, kValueTextSize> text{};
-        FormatValue(value, resolution, text);
-        EXPECT_EQ(text.data(), expected) << value;
+        EXPECT_EQ(NumberText(value, resolution, L'.'), expected) << value;
     }
 }
 
@@ -50,9 +47,7 @@ TEST_F(CoreTest, NamesEveryUnitAndNumbersTheOthers) {
         {255, L""},      {3, L"Unit 3"},    {256, L"Unit 256"}, {209, L"Unit 209"},
     };
     for (const auto& [unit, expected] : cases) {
-        std::array<wchar_t, kValueTextSize> text{};
-        UnitText(unit, text);
-        EXPECT_EQ(std::wstring(text.data()), expected);
+        EXPECT_EQ(UnitText(unit), expected);
     }
 }
 

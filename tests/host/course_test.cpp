@@ -5,11 +5,10 @@
 
 #include "core/course_choice.h"
 #include "core/course_csv.h"
-#include "core/course_points.h"
 #include "core/course_recorder.h"
-#include "core/course_scale.h"
-#include "core/course_statistics.h"
+#include "core/course_strip.h"
 #include "core/course_view.h"
+#include "core/value_text.h"
 #include "platform/wide_text.h"
 #include "support.h"
 
@@ -234,8 +233,8 @@ TEST_F(CourseTest, ScalesAreRoundAndHoldTheirValues) {
         EXPECT_LT(std::abs((factor - 1) * (factor - 2) * (factor - 5)), 1e-6) << factor;
     }
     const CourseScale still = ChooseScale(20.9F, 20.9F, kOneDecimal, 5);
-    EXPECT_EQ(CourseValueText(static_cast<float>(still.low), still.resolution, L','), L"20,8");
-    EXPECT_EQ(CourseValueText(static_cast<float>(still.high), still.resolution, L','), L"21,0");
+    EXPECT_EQ(NumberText(static_cast<float>(still.low), still.resolution, L','), L"20,8");
+    EXPECT_EQ(NumberText(static_cast<float>(still.high), still.resolution, L','), L"21,0");
     EXPECT_EQ(TimeStep(2), 30U);
     EXPECT_EQ(TimeStep(120), 1800U);
 }

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <tuple>
 
+#include "core/value_text.h"
 #include "platform/wide_text.h"
 #include "support.h"
 

@@ -2,7 +2,7 @@
 #include <limits>
 
 #include "diag/trace_log.h"
-#include "platform/utf8.h"
+#include "platform/byte_text.h"
 #include "reader/reading.h"
 #include "support.h"
 

@@ -3,6 +3,7 @@
 #include <tuple>
 #include <utility>
 
+#include "NeltoUSB.h"
 #include "d2xx_exports.h"
 #include "fake_d2xx.h"
 #include "platform/memory/memory_dynamic_library.h"
@@ -25,25 +26,27 @@ constexpr std::uint32_t kAny   = 0;
 using Listing = std::pair<std::uint32_t, Serials>;         // result, serial numbers
 using Opened  = std::pair<std::uint32_t, std::ptrdiff_t>;  // result, listed serial number or -1 for none
 
-Listing List(std::uint32_t type, std::size_t capacity = 8) {
+Listing List(std::uint32_t type, std::uint32_t capacity = 8) {
     Serials serials(capacity + 1, 0xEEEEEEEE);
     std::uint32_t count        = 99;
-    const std::uint32_t result = NeltoUSBGetDevices(type, std::span(serials).first(capacity), count);
+    const std::uint32_t result = NeltoUSBGetDevices(type, serials.data(), capacity, &count);
     EXPECT_LE(count, capacity);
     EXPECT_EQ(serials.back(), 0xEEEEEEEE) << "stored beyond the capacity";
     serials.resize(count);
     return {result, serials};
 }
 
+std::uint32_t TimeoutOf(NeltoUSBHandle link) { return reinterpret_cast<const UsbPort*>(link)->timeout_ms; }
+
 /// Opens and closes again.
 Opened TryOpen(const FakeD2xx& library, std::uint32_t type, std::uint32_t serial = kAny) {
     UsbPort untouched{};
-    UsbPort* link              = &untouched;
-    const std::uint32_t result = NeltoUSBOpen(type, serial, link);
+    auto link                  = reinterpret_cast<NeltoUSBHandle>(&untouched);
+    const std::uint32_t result = NeltoUSBOpen(type, serial, &link);
     EXPECT_EQ(link != nullptr, result == kUsbOk);
     if (link == nullptr) return {result, -1};
     const std::ptrdiff_t listed = std::stoi(library.driver.OpenConverters().at(0)->ListedSerial());
-    EXPECT_EQ(link->timeout_ms, 250u);
+    EXPECT_EQ(TimeoutOf(link), 250u);
     EXPECT_EQ(NeltoUSBClose(link), kUsbOk);
     return {result, listed};
 }
@@ -137,7 +140,7 @@ TEST_F(UsbDevices, TheMajorVersionDecidesHowDevicesAreIdentified) {
 
 TEST_F(UsbDevices, ListsTheTypeInTheOrderOfTheDevicesAsFarAsTheyFit) {
     // Old libraries leave out what is no decimal number and do not know the told ones.
-    const std::tuple<std::wstring, std::uint32_t, std::size_t, Serials> rows[] = {
+    const std::tuple<std::wstring, std::uint32_t, std::uint32_t, Serials> rows[] = {
         {kOldVersion, 2, 8, {12345678, 4711, 0xFFFFFFFF}},
         {kNewVersion, 2, 8, {12345678, 0, 4712, 0xFFFFFFFF}},
         {kOldVersion, 9, 8, {77}},
@@ -199,8 +202,8 @@ TEST_F(UsbDevices, ClosingReleasesWhateverTheDriverSays) {
     for (const auto& [arrange, result, devices_left] : rows) {
         FakeD2xx library;
         library.Attach(2, "1");
-        UsbPort* link = nullptr;
-        ASSERT_EQ(NeltoUSBOpen(2, kAny, link), kUsbOk);
+        NeltoUSBHandle link = nullptr;
+        ASSERT_EQ(NeltoUSBOpen(2, kAny, &link), kUsbOk);
         arrange(library);
         EXPECT_EQ(NeltoUSBClose(link), result);
         EXPECT_EQ(library.TimesLoaded(), 0u);
@@ -213,18 +216,19 @@ class UsbMessages : public HostTest {
 protected:
     UsbMessages() {
         library_.Attach(2, "1", &peer_);
-        EXPECT_EQ(NeltoUSBOpen(2, kAny, link_), kUsbOk);
+        EXPECT_EQ(NeltoUSBOpen(2, kAny, &link_), kUsbOk);
     }
     void TearDown() override {
         EXPECT_EQ(NeltoUSBClose(link_), kUsbOk);
         EXPECT_EQ(library_.Held(), 0U);
     }
 
-    std::uint32_t Transceive(const Bytes& request, std::size_t capacity = 4096, std::uint32_t timeout_ms = 200) {
+    std::uint32_t Transceive(const Bytes& request, std::uint32_t capacity = 4096, std::uint32_t timeout_ms = 200) {
         reply_.assign(capacity + 1, 0xEE);
-        std::size_t length = 99;
+        std::uint32_t length = 99;
+        const auto size      = static_cast<std::uint32_t>(request.size());
         const std::uint32_t result =
-            NeltoUSBTransceive(link_, request, std::span(reply_).first(capacity), length, timeout_ms);
+            NeltoUSBTransceive(link_, request.data(), size, reply_.data(), capacity, &length, timeout_ms);
         EXPECT_EQ(reply_.back(), 0xEE) << "written beyond the capacity";
         EXPECT_EQ(platform::memory::OpenEvents(), 0u);
         if (result != kUsbOk) EXPECT_EQ(length, 0u);
@@ -249,7 +253,7 @@ protected:
         peer_.answers.clear();
         peer_.written.clear();
         std::array<std::uint8_t, kUsbAnswerSize> rest;
-        while (ReadQueuedUsb(*link_, rest) > 0) {}
+        while (ReadQueuedUsb(*reinterpret_cast<UsbPort*>(link_), rest) > 0) {}
         EXPECT_EQ(ReplyOf({kIdentPacket}), Hex("00 42 00 00 54 37 38 30 01"));
     }
 
@@ -259,7 +263,7 @@ protected:
 
     ScriptedPeer peer_;
     FakeD2xx library_;
-    UsbPort* link_ = nullptr;
+    NeltoUSBHandle link_ = nullptr;
     Bytes reply_;
 };
 
@@ -333,7 +337,7 @@ TEST_F(UsbMessages, DamagedAnswersHaveTheirResultAndLeaveTheLinkUsable) {
 }
 
 TEST_F(UsbMessages, RepliesFitTheCallersBufferOrFail) {
-    const std::tuple<std::size_t, std::size_t, std::uint32_t> rows[] = {
+    const std::tuple<std::size_t, std::uint32_t, std::uint32_t> rows[] = {
         {260, 256, kUsbReplyTooLong}, {256, 256, kUsbOk},       {257, 256, kUsbReplyTooLong},
         {4096, 4096, kUsbOk},         {1, 0, kUsbReplyTooLong}, {0, 0, kUsbOk}};
     for (const auto& [size, capacity, result] : rows) {
@@ -360,7 +364,7 @@ protected:
     }
 
     std::atomic<std::uint32_t> stop_{0};
-    UsbLink own_{std::exchange(link_, nullptr), &stop_};
+    UsbLink own_{reinterpret_cast<UsbPort*>(std::exchange(link_, nullptr)), &stop_};
 };
 
 TEST_F(UsbMessages, ARepeatedPacketIsTakenAsItComes) {
@@ -448,9 +452,9 @@ TEST_F(UsbMessages, TheTimeoutHoldsForEachPieceAndIsTheCalls) {
     const std::uint32_t start = World().now;
     EXPECT_EQ(Transceive(Hex("42"), 256, 150), kUsbTimeout);
     EXPECT_EQ(World().now - start, 150u);
-    EXPECT_EQ(link_->timeout_ms, 150u);
+    EXPECT_EQ(TimeoutOf(link_), 150u);
     EXPECT_EQ(NeltoUSBSetTimeout(link_, 70), kUsbOk);
-    EXPECT_EQ(link_->timeout_ms, 70u);
+    EXPECT_EQ(TimeoutOf(link_), 70u);
 }
 
 // clang-format off

@@ -132,14 +132,14 @@ std::string ToAnsi(std::wstring_view text) {
     return bytes;
 }
 
-std::size_t LoadText(std::uint32_t id, std::span<wchar_t> text) {
+std::wstring LoadText(std::uint32_t id) {
     const auto found = TheWorld().texts.find(id);
-    return CopyText(text, found == TheWorld().texts.end() ? std::wstring_view() : std::wstring_view(found->second));
+    return found == TheWorld().texts.end() ? std::wstring() : found->second;
 }
 
 wchar_t DecimalSeparator() { return TheWorld().decimal_separator; }
 
-void UserLocaleTag(std::span<wchar_t> tag) { CopyText(tag, TheWorld().locale_tag); }
+std::wstring UserLocaleTag() { return TheWorld().locale_tag; }
 
 std::uint32_t RegReadDword(const wchar_t* name, std::uint32_t fallback) {
     const auto found = TheWorld().registry.find(name);

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 
-#include "instrument/generation2004/configuration.h"
-#include "instrument/generation2004/exchange.h"
 #include "platform/clock.h"
+#include "platform/text_service.h"
+#include "platform/wide_text.h"
 
 namespace nelto {
 namespace {
@@ -28,13 +28,51 @@ void TakeValue(const ByteView& value_record, ChannelRecord& channel) {
     channel.resolution = value_record.Byte(10);
 }
 
+bool FramedHeaderIsGood(ByteView answer, std::uint8_t command) {
+    return answer.Byte(0) == 0 && answer.Byte(1) == command && answer.Byte(2) == 0 && answer.Byte(3) == 0;
+}
+
+/// Bytes 2 and 3 are not checked here: over infrared they hold the length of the frame.
+bool InfraredHeaderIsGood(ByteView answer, std::uint8_t command) {
+    if (answer.Byte(0) == 0 && answer.Byte(1) == command) return true;
+    std::array<wchar_t, 258> text{};
+    platform::FormatText(text, L"Invalid header %02x %02x %02x %02x", answer.Byte(0), answer.Byte(1), answer.Byte(2),
+                         answer.Byte(3));
+    platform::DebugOutput(text.data());
+    return false;
+}
+
+bool AnswerIsGood(Transport transport, ByteView answer, std::uint8_t command) {
+    const bool infrared = transport == Transport::kIrda;
+    if (answer.Size() < kAnswerHeaderSize) {
+        if (infrared) platform::DebugOutput(L"less 4");
+        return false;
+    }
+    return infrared ? InfraredHeaderIsGood(answer, command) : FramedHeaderIsGood(answer, command);
+}
+
 }  // namespace
 
-std::uint32_t Analyser2004::SetActiveFuel(std::int32_t /*fuel_number*/) { return kDone; }
-
-std::uint32_t Analyser2004::ReadConfiguration(ChannelTable& channels) {
-    return Nelto780GetOnlineConfiguration2004(session_, channels);
+bool Conversation2004::Ask(std::span<const std::uint8_t> command, std::uint32_t timeout_ms, std::size_t capacity) {
+    received_       = 0;
+    status_         = LinkStatus::kStopped;
+    session_.is_cut = session_.StopRequested();
+    if (session_.is_cut) return false;
+    const auto room   = std::span(storage_).first(std::min(capacity, storage_.size()));
+    std::size_t count = 0;
+    status_           = session_.Transceive(command, room, count, timeout_ms);
+    if (status_ != LinkStatus::kOk) return false;
+    const ByteView answer(room.first(std::min(count, room.size())));
+    if (!AnswerIsGood(session_.transport, answer, command.front())) return false;
+    received_ = answer.Size();
+    return true;
 }
+
+ByteView Conversation2004::Record(std::size_t index, std::size_t size) const {
+    return index < RecordCount(size) ? Payload().Part(index * size, size) : ByteView();
+}
+
+std::uint32_t Analyser2004::SetActiveFuel(std::int32_t /*fuel_number*/) { return kDone; }
 
 std::uint32_t Analyser2004::ReadValues(ChannelTable& channels) {
     Conversation2004 talk(session_);
@@ -72,7 +110,8 @@ std::uint32_t Analyser2004::SynchronizeClock() {
                                                  Low(now.year), Low(now.year >> 8), Low(now.month),  Low(now.day)};
     DirectAnswer answer{};
     std::size_t received = 0;
-    return Send(command, answer, received, kAnswerTimeout) == LinkStatus::kOk ? kDone : kTransportFailure;
+    return session_.Transceive(command, answer, received, kAnswerTimeout) == LinkStatus::kOk ? kDone
+                                                                                             : kTransportFailure;
 }
 
 std::uint32_t Analyser2004::GetSubType() {
@@ -84,7 +123,7 @@ std::uint32_t Analyser2004::GetSubType() {
         serial ? std::span<const std::uint8_t>(kGetDeviceTypeSerial) : std::span<const std::uint8_t>(kGetDeviceType);
     DirectAnswer answer{};
     std::size_t received = 0;
-    if (Send(command, answer, received, kAnswerTimeout) != LinkStatus::kOk) {
+    if (session_.Transceive(command, answer, received, kAnswerTimeout) != LinkStatus::kOk) {
         if (!serial) session_.Failed(L"GetSubType2004 error");
         return kTransportFailure;
     }
@@ -106,16 +145,16 @@ std::uint32_t Analyser2004::SetSlaveMode(bool on) {
 
     const std::array<std::uint8_t, 2> command = {kSetSlaveMode, static_cast<std::uint8_t>(on ? 1 : 0)};
     const auto reply = std::span(storage).first(infrared ? kInfraredSlaveModeAnswer : storage.size());
-    return Send(command, reply, received, kShortTimeout) == LinkStatus::kOk ? kDone : kModeChangeFailed;
+    return session_.Transceive(command, reply, received, kShortTimeout) == LinkStatus::kOk ? kDone : kModeChangeFailed;
 }
 
 /// When the user ends while an answer is owed, that one may come in the place of this; then it is asked for once more.
 LinkStatus Analyser2004::AskSlaveMode(std::span<std::uint8_t> room, std::size_t& received) {
     const bool is_owed      = session_.is_answer_owed && session_.StopRequested();
-    const LinkStatus status = Send(kGetSlaveMode, room, received, kShortTimeout);
+    const LinkStatus status = session_.Transceive(kGetSlaveMode, room, received, kShortTimeout);
     const bool is_this      = status == LinkStatus::kOk && received > 1 && room[1] == kGetSlaveMode.front();
     const bool is_lost      = status == LinkStatus::kDriverFailed || status == LinkStatus::kStopped;
-    return is_owed && !is_this && !is_lost ? Send(kGetSlaveMode, room, received, kShortTimeout) : status;
+    return is_owed && !is_this && !is_lost ? session_.Transceive(kGetSlaveMode, room, received, kShortTimeout) : status;
 }
 
 void Analyser2004::Release() {

@@ -1,7 +1,6 @@
 #include "instrument/generation2004/analyser_710.h"
 
 #include "diag/trace_log.h"
-#include "instrument/generation2004/commands.h"
 #include "platform/clock.h"
 
 namespace nelto {
@@ -50,7 +49,5 @@ std::uint32_t Analyser710::SetSlaveMode(bool /*on*/) {
     ZivLog(L"nelto 710 SetSlaveMode");
     return kDone;
 }
-
-void Analyser710::Release() { session_.link->Close(); }
 
 }  // namespace nelto

@@ -1,16 +1,16 @@
-// A 710 on a serial link: it takes the time of day and has no online channels.
+// A 710 on a serial link: it takes the time of day and has no online channels, but may have results of a heating check.
 #pragma once
 
 #include <array>
 #include <cstdint>
 
-#include "instrument/analyser.h"
+#include "instrument/generation2004/analyser_2004.h"
 
 namespace nelto {
 
-class Analyser710 final : public Analyser {
+class Analyser710 final : public Analyser2004 {
 public:
-    explicit Analyser710(Session session) : Analyser(std::move(session), kKind710) {}
+    explicit Analyser710(Session session) : Analyser2004(std::move(session), kKind710) {}
 
     /// It cannot: returns 1.
     std::uint32_t SetActiveFuel(std::int32_t fuel_number) override;
@@ -24,7 +24,6 @@ public:
     std::uint32_t SetSlaveMode(bool on) override;
 
 private:
-    void Release() override;
     [[nodiscard]] bool Set(const std::array<std::uint8_t, 5>& command);
 };
 

@@ -1,10 +1,9 @@
-#include "instrument/generation2004/configuration.h"
-
+// Which quantities a generation-2004 analyser shows.
 #include <algorithm>
 #include <array>
 #include <vector>
 
-#include "instrument/generation2004/exchange.h"
+#include "instrument/generation2004/analyser_2004.h"
 #include "instrument/greek_letters.h"
 #include "instrument/table_builder.h"
 #include "platform/wide_text.h"
@@ -239,8 +238,8 @@ bool ConfigurationReader::AddSmokePump() {
 
 }  // namespace
 
-std::uint32_t Nelto780GetOnlineConfiguration2004(Session& session, ChannelTable& channels) {
-    return ConfigurationReader(session, channels).Read() ? kDone : kBadAnswer;
+std::uint32_t Analyser2004::ReadConfiguration(ChannelTable& channels) {
+    return ConfigurationReader(session_, channels).Read() ? kDone : kBadAnswer;
 }
 
 }  // namespace nelto

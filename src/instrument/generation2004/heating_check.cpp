@@ -1,10 +1,9 @@
-#include "instrument/generation2004/heating_check.h"
-
+// The results of the analyser's heating check.
 #include <algorithm>
 #include <array>
 #include <vector>
 
-#include "instrument/generation2004/exchange.h"
+#include "instrument/generation2004/analyser_2004.h"
 #include "platform/wide_text.h"
 
 namespace nelto {
@@ -184,8 +183,11 @@ bool HeatingCheckReader::ReadList(const Reference& reference) {
 
 }  // namespace
 
-std::uint32_t ReadHeatingCheck2004(Session& session, const ChannelTable& earlier, ChannelTable& results) {
-    return HeatingCheckReader(session, earlier, results).Read();
+std::uint32_t Analyser2004::ReadHeatingCheck(ChannelTable& heating_check) {
+    ChannelTable results{};
+    const std::uint32_t result = HeatingCheckReader(session_, heating_check, results).Read();
+    if (result == kDone) heating_check = results;
+    return result;
 }
 
 }  // namespace nelto

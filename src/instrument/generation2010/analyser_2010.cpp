@@ -6,9 +6,9 @@
 #include <string_view>
 
 #include "instrument/generation2010/configuration.h"
-#include "instrument/generation2010/device_call.h"
 #include "instrument/generation2010/fuel.h"
 #include "instrument/generation2010/ident_translation.h"
+#include "instrument/generation2010/library_functions.h"
 #include "instrument/generation2010/value_records.h"
 #include "platform/clock.h"
 #include "platform/wide_text.h"
@@ -69,6 +69,8 @@ std::uint32_t Analyser2010::SetActiveFuel(std::int32_t fuel_number) {
 std::uint32_t Analyser2010::ReadConfiguration(ChannelTable& channels) {
     return GetOnlineConfiguration2010(session_, Kind(), *texts_, channels);
 }
+
+std::uint32_t Analyser2010::ReadHeatingCheck(ChannelTable& /*heating_check*/) { return kTransportFailure; }
 
 std::uint32_t Analyser2010::ReadValues(ChannelTable& channels) {
     RecordArray records;

@@ -18,6 +18,8 @@ public:
     std::uint32_t SetActiveFuel(std::int32_t fuel_number) override;
     /// Measurement cache, current values, fuel, device data.
     [[nodiscard]] std::uint32_t ReadConfiguration(ChannelTable& channels) override;
+    /// It has none: returns kTransportFailure.
+    std::uint32_t ReadHeatingCheck(ChannelTable& heating_check) override;
     /// Updates the channels that the analyser reports now; all others stay.
     [[nodiscard]] std::uint32_t ReadValues(ChannelTable& channels) override;
 

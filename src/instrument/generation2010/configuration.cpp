@@ -4,10 +4,9 @@
 #include <array>
 
 #include "core/instrument.h"
-#include "instrument/generation2010/device_call.h"
 #include "instrument/generation2010/fuel.h"
 #include "instrument/generation2010/ident_translation.h"
-#include "instrument/generation2010/measurement_cache.h"
+#include "instrument/generation2010/library_functions.h"
 #include "instrument/generation2010/value_records.h"
 #include "instrument/table_builder.h"
 #include "platform/wide_text.h"
@@ -58,7 +57,8 @@ private:
     /// A stop of the program takes effect between two steps.
     std::uint32_t Do(Step step) { return session_.StopRequested() ? std::uint32_t{kBadAnswer} : (this->*step)(); }
 
-    std::uint32_t AddMeasurementCache() { return GetMeasCache(session_, texts_, channels_); }
+    std::uint32_t AddMeasurementCache();
+    std::uint32_t AddCachePosition(std::uint32_t position);
     std::uint32_t AddCurrentValues();
     std::uint32_t ConfirmMeasurement();
     std::uint32_t AddFuel();
@@ -97,6 +97,38 @@ std::uint32_t ConfigurationReader::Read() {
     }
     session_.log.WriteF(L"Total Number of online channels %u", static_cast<unsigned>(channels_.Count()));
     session_.log.Write(L"done reading online configuration");
+    return kDone;
+}
+
+/// What the analyser remembers of its last measurements.
+std::uint32_t ConfigurationReader::AddMeasurementCache() {
+    RoomyNumber2010<std::uint32_t> counter;
+    if (CallDevice(session_, library::kGetMeasCacheCounter, &counter) != 0) {
+        return session_.Failed(L"Invalid response GetMeasCacheCounter");
+    }
+    const std::uint32_t positions = counter.value & 0xFF;  // the number is one byte, whatever stands behind it
+    session_.log.WriteF(L"MeasCache Counter %u", positions);
+    for (std::uint32_t position = 0; position < positions; ++position) {
+        if (session_.StopRequested()) return kBadAnswer;
+        if (const auto result = AddCachePosition(position); result != kDone) return result;
+    }
+    return kDone;
+}
+
+std::uint32_t ConfigurationReader::AddCachePosition(std::uint32_t position) {
+    RoomyNumber2010<std::uint32_t> number;
+    if (CallDevice(session_, library::kGetMeasCacheNumberOfValues, position, &number) != 0) {
+        return session_.Failed(L"Invalid response GetMeasCacheNumberOfValues");
+    }
+    session_.log.WriteF(L"MeasCache Position %u, number of values %u", position, number.value);
+
+    RecordArray records;
+    Unread2010 header{};
+    if (!records.Allocate(number.value) || CallDevice(session_, library::kGetMeasCacheValues, position, header.data(),
+                                                      records.Data(), records.Count()) != 0) {
+        return session_.Failed(L"Invalid response GetMeasCacheValues");
+    }
+    for (const ValueRecord2010& record : records.Records()) AddRecord2010(record, texts_, session_.log, channels_);
     return kDone;
 }
 

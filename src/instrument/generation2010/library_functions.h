@@ -6,6 +6,7 @@
 
 #include "diag/log_place.h"
 #include "instrument/generation2010/library_records.h"
+#include "instrument/session.h"
 
 namespace nelto {
 
@@ -104,6 +105,13 @@ std::uint32_t CallLibrary(const LibraryFunction<Arguments...>& function, std::ty
     std::uint32_t error = 0;
     void* const address = library::Find(function.family, function.name, error);
     return address == nullptr ? error : reinterpret_cast<Pointer>(address)(arguments...);
+}
+
+/// The same with the device handle of the connection as first argument.
+template <typename... Arguments>
+std::uint32_t CallDevice(Session& session, const LibraryFunction<DeviceHandle, Arguments...>& function,
+                         std::type_identity_t<Arguments>... arguments) {
+    return CallLibrary(function, static_cast<DeviceHandle>(session.library_handle), arguments...);
 }
 
 /// Lets the libraries keep a log of their own, where logs are wanted.

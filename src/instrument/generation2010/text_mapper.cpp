@@ -1,11 +1,11 @@
 #include "instrument/generation2010/text_mapper.h"
 
 #include <algorithm>
+#include <array>
 
 #include "core/channel_table.h"
 #include "core/instrument.h"
 #include "instrument/greek_letters.h"
-#include "platform/text_service.h"
 #include "platform/wide_text.h"
 
 namespace nelto {
@@ -41,12 +41,11 @@ TextMapper::TextMapper(std::uint32_t kind, const BaseLog& log) {
     if (library_ == platform::LibraryHandle::kNone) {
         log.Write(L"IDTEXTMAPPER_T780.DLL not found");  // in these words whichever library is missing
     } else {
-        get_view_string_  = FindString("GetViewString");
-        get_fuel_string_  = FindString("GetFuelString");
-        get_units_string_ = FindString("GetUnitsString");
+        platform::FindFunction(library_, "GetViewString", get_view_string_);
+        platform::FindFunction(library_, "GetFuelString", get_fuel_string_);
+        platform::FindFunction(library_, "GetUnitsString", get_units_string_);
     }
-    platform::UserLocaleTag(language_tag_);
-    log.Write(language_tag_.data());
+    log.Write(language_tag_.c_str());
 }
 
 TextMapper::~TextMapper() {
@@ -61,15 +60,11 @@ std::wstring TextMapper::FuelText(std::uint32_t fuel_id) const {
     return WithoutGreekLetters(Ask(get_fuel_string_, fuel_id)).substr(0, kChannelTextSize - 1);
 }
 
-TextMapper::GetString TextMapper::FindString(const char* name) const {
-    return reinterpret_cast<GetString>(platform::FindFunction(library_, name));
-}
-
 std::wstring TextMapper::Ask(GetString function, std::uint32_t number) const {
     if (function == nullptr) return {};
     MapperText text{};
     MapperText scratch{};
-    function(language_tag_.data(), number, text.data(), scratch.data(), kChannelTextSize);
+    function(language_tag_.c_str(), number, text.data(), scratch.data(), kChannelTextSize);
     return std::wstring(platform::TextIn(text));
 }
 

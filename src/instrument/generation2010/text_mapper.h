@@ -1,13 +1,13 @@
 // The maker's text libraries: names of views and fuels in the user's language.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <string>
 
 #include "diag/trace_log.h"
 #include "instrument/generation2010/library_records.h"
 #include "platform/dynamic_library.h"
+#include "platform/text_service.h"
 
 namespace nelto {
 
@@ -34,14 +34,13 @@ private:
     using GetString = std::uint32_t(NELTO_LIBRARY_CALL*)(const wchar_t* language, std::uint32_t number, wchar_t* text,
                                                          wchar_t* scratch, std::uint32_t capacity);
 
-    [[nodiscard]] GetString FindString(const char* name) const;
     [[nodiscard]] std::wstring Ask(GetString function, std::uint32_t number) const;
 
     platform::LibraryHandle library_ = platform::LibraryHandle::kNone;
     GetString get_view_string_       = nullptr;
     GetString get_fuel_string_       = nullptr;
     GetString get_units_string_      = nullptr;
-    std::array<wchar_t, 128> language_tag_{};
+    std::wstring language_tag_       = platform::UserLocaleTag();
 };
 
 }  // namespace nelto

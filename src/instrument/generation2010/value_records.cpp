@@ -5,8 +5,8 @@
 #include <bit>
 #include <new>
 
-#include "instrument/generation2010/device_call.h"
 #include "instrument/generation2010/ident_translation.h"
+#include "instrument/generation2010/library_functions.h"
 #include "platform/wide_text.h"
 
 namespace nelto {

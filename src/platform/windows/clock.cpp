@@ -21,6 +21,17 @@ CalendarTime LocalTime() {
             .second = now.wSecond};
 }
 
+std::int32_t MinutesAheadOfUniversalTime() {
+    TIME_ZONE_INFORMATION zone{};
+    LONG bias = 0;
+    switch (GetTimeZoneInformation(&zone)) {
+        case TIME_ZONE_ID_DAYLIGHT: bias = zone.DaylightBias; break;
+        case TIME_ZONE_ID_STANDARD: bias = zone.StandardBias; break;
+        default: break;
+    }
+    return static_cast<std::int32_t>(-(zone.Bias + bias));
+}
+
 void ShortLock::GiveWay() { SwitchToThread(); }
 
 }  // namespace nelto::platform

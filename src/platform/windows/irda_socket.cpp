@@ -38,33 +38,21 @@ struct Winsock {
     decltype(&::recv) recv;
     decltype(&::closesocket) closesocket;
     decltype(&::select) select;  // may be missing: then a receive call waits without being asked
-    bool is_complete = true;
+    bool is_complete;
 };
-
-template <typename Function>
-void Find(LibraryHandle library, const char* name, Function& function, bool& is_complete) {
-    function = reinterpret_cast<Function>(FindFunction(library, name));
-    if (function == nullptr) is_complete = false;
-}
 
 Winsock LoadWinsock() {
     Winsock winsock{};
     const LibraryHandle library = LoadLibraryToStay(L"wsock32.dll");
-    if (library == LibraryHandle::kNone) {
-        winsock.is_complete = false;
-        return winsock;
-    }
-    Find(library, "WSAStartup", winsock.startup, winsock.is_complete);
-    Find(library, "WSACleanup", winsock.cleanup, winsock.is_complete);
-    Find(library, "WSAGetLastError", winsock.get_last_error, winsock.is_complete);
-    Find(library, "socket", winsock.socket, winsock.is_complete);
-    Find(library, "ioctlsocket", winsock.ioctlsocket, winsock.is_complete);
-    Find(library, "getsockopt", winsock.getsockopt, winsock.is_complete);
-    Find(library, "connect", winsock.connect, winsock.is_complete);
-    Find(library, "send", winsock.send, winsock.is_complete);
-    Find(library, "recv", winsock.recv, winsock.is_complete);
-    Find(library, "closesocket", winsock.closesocket, winsock.is_complete);
-    winsock.select = reinterpret_cast<decltype(winsock.select)>(FindFunction(library, "select"));
+    if (library == LibraryHandle::kNone) return winsock;
+    FindFunction(library, "select", winsock.select);
+    winsock.is_complete =
+        FindFunction(library, "WSAStartup", winsock.startup) && FindFunction(library, "WSACleanup", winsock.cleanup) &&
+        FindFunction(library, "WSAGetLastError", winsock.get_last_error) &&
+        FindFunction(library, "socket", winsock.socket) && FindFunction(library, "ioctlsocket", winsock.ioctlsocket) &&
+        FindFunction(library, "getsockopt", winsock.getsockopt) && FindFunction(library, "connect", winsock.connect) &&
+        FindFunction(library, "send", winsock.send) && FindFunction(library, "recv", winsock.recv) &&
+        FindFunction(library, "closesocket", winsock.closesocket);
     return winsock;
 }
 

@@ -10,15 +10,11 @@ constexpr const wchar_t* kSettingsKey = L"Software\\Nelto\\NeltoStackWatcher";
 }  // namespace
 
 std::uint32_t RegReadDword(const wchar_t* name, std::uint32_t fallback) {
-    HKEY key = nullptr;
-    if (RegOpenKeyExW(HKEY_CURRENT_USER, kSettingsKey, 0, KEY_READ, &key) != ERROR_SUCCESS) return fallback;
-    DWORD number        = 0;
-    DWORD type          = 0;
-    DWORD size          = sizeof(number);
-    const LSTATUS query = RegQueryValueExW(key, name, nullptr, &type, reinterpret_cast<BYTE*>(&number), &size);
-    RegCloseKey(key);
-    if (query != ERROR_SUCCESS || type != REG_DWORD || size != sizeof(number)) return fallback;
-    return number;
+    DWORD number = 0;
+    DWORD size   = sizeof(number);
+    const LSTATUS query =
+        RegGetValueW(HKEY_CURRENT_USER, kSettingsKey, name, RRF_RT_REG_DWORD, nullptr, &number, &size);
+    return query == ERROR_SUCCESS && size == sizeof(number) ? number : fallback;
 }
 
 std::uint32_t RegWriteDword(const wchar_t* name, std::uint32_t number) {

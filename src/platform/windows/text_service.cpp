@@ -9,12 +9,10 @@
 namespace nelto::platform {
 namespace {
 
-constexpr int kLocaleTextSize = 128;
-
-std::array<wchar_t, kLocaleTextSize> LocaleText(LCID locale, LCTYPE type) {
-    std::array<wchar_t, kLocaleTextSize> text{};
-    GetLocaleInfoW(locale, type, text.data(), kLocaleTextSize);
-    return text;
+std::wstring LocaleText(LCTYPE type) {
+    std::array<wchar_t, 128> text{};
+    GetLocaleInfoW(LOCALE_USER_DEFAULT, type, text.data(), static_cast<int>(text.size()));
+    return std::wstring(TextIn(text));
 }
 
 }  // namespace
@@ -32,11 +30,10 @@ std::string ToAnsi(std::wstring_view text) {
     return bytes;
 }
 
-std::size_t LoadText(std::uint32_t id, std::span<wchar_t> text) {
-    if (text.empty()) return 0;
-    text.front()     = L'\0';
-    const int length = LoadStringW(GetModuleHandleW(nullptr), id, text.data(), static_cast<int>(text.size()));
-    return length > 0 ? static_cast<std::size_t>(length) : 0;
+std::wstring LoadText(std::uint32_t id) {
+    const wchar_t* text = nullptr;  // in the program's resources, not ended
+    const int length    = LoadStringW(GetModuleHandleW(nullptr), id, reinterpret_cast<wchar_t*>(&text), 0);
+    return length > 0 ? std::wstring(text, static_cast<std::size_t>(length)) : std::wstring();
 }
 
 wchar_t DecimalSeparator() {
@@ -45,10 +42,6 @@ wchar_t DecimalSeparator() {
     return separator[0];
 }
 
-void UserLocaleTag(std::span<wchar_t> tag) {
-    CopyText(tag, TextIn(LocaleText(LOCALE_USER_DEFAULT, LOCALE_SISO639LANGNAME)));
-    AppendText(tag, L"-");
-    AppendText(tag, TextIn(LocaleText(LOCALE_USER_DEFAULT, LOCALE_SISO3166CTRYNAME)));
-}
+std::wstring UserLocaleTag() { return LocaleText(LOCALE_SISO639LANGNAME) + L"-" + LocaleText(LOCALE_SISO3166CTRYNAME); }
 
 }  // namespace nelto::platform

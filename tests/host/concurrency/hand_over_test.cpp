@@ -16,6 +16,7 @@
 #include "core/dialog_view.h"
 #include "core/manual_values.h"
 #include "core/serial_output.h"
+#include "core/value_text.h"
 #include "instrument/opening.h"
 #include "serial_peers.h"
 

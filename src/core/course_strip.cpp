@@ -1,4 +1,4 @@
-#include "core/course_scale.h"
+#include "core/course_strip.h"
 
 #include <algorithm>
 #include <array>
@@ -35,6 +35,20 @@ CourseScale ScaleOf(double lowest, double highest, double step) {
     return scale;
 }
 
+void AddPoint(std::vector<CoursePoint>& points, int column, float value, bool begins) {
+    if (!begins && points.back().column == column && points.back().value == value) return;
+    points.push_back({.column = column, .value = value, .begins = begins});
+}
+
+/// The values of one column without a gap between them, at least one.
+void AddColumn(std::vector<CoursePoint>& points, int column, std::span<const float> values, bool begins) {
+    const auto [lowest, highest] = std::ranges::minmax(values);
+    AddPoint(points, column, values.front(), begins);
+    AddPoint(points, column, lowest, false);
+    AddPoint(points, column, highest, false);
+    AddPoint(points, column, values.back(), false);
+}
+
 }  // namespace
 
 CourseScale ChooseScale(float lowest, float highest, std::uint32_t resolution, int most_steps) {
@@ -59,6 +73,25 @@ std::uint32_t TimeStep(std::uint32_t span_minutes) {
     const auto fits   = [span_minutes](std::uint32_t step) { return span_minutes * 60 <= step * kSteps; };
     const auto* found = std::ranges::find_if(kRound, fits);
     return found == kRound.end() ? kRound.back() : *found;
+}
+
+void ReducePoints(std::span<const float> values, int columns, std::vector<CoursePoint>& points) {
+    points.clear();
+    bool after_gap = true;
+    for (std::size_t begin = 0; begin < values.size();) {
+        if (std::isnan(values[begin])) {
+            after_gap = true;
+            ++begin;
+            continue;
+        }
+        const int column = ColumnOf(begin, values.size(), columns);
+        std::size_t end  = begin + 1;
+        while (end < values.size() && !std::isnan(values[end]) && ColumnOf(end, values.size(), columns) == column)
+            ++end;
+        AddColumn(points, column, values.subspan(begin, end - begin), after_gap);
+        after_gap = false;
+        begin     = end;
+    }
 }
 
 }  // namespace nelto
