@@ -85,11 +85,7 @@ TemporaryDirectory::~TemporaryDirectory() {
     if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
 }
 
-void ConnectPort(std::uint32_t port_number, const std::string& tty) {
-    std::array<wchar_t, kSerialPathSize> path{};
-    SerialPath(port_number, path);
-    Ports()[std::wstring(TextIn(path))] = tty;
-}
+void ConnectPort(std::uint32_t port_number, const std::string& tty) { Ports()[SerialPath(port_number)] = tty; }
 
 std::vector<SerialExchangeCount>& SerialExchanges() {
     static std::vector<SerialExchangeCount> exchanges;

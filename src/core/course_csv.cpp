@@ -1,7 +1,6 @@
 #include "core/course_csv.h"
 
 #include <algorithm>
-#include <array>
 #include <vector>
 
 #include "core/course_view.h"
@@ -42,9 +41,7 @@ std::wstring TimeText(
     platform::TextFormat<std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t>
         format) {
     const platform::CalendarTime time = ToCalendarTime(moment);
-    std::array<wchar_t, 64> text{};
-    platform::FormatText(text, format, time.year, time.month, time.day, time.hour, time.minute, time.second);
-    return std::wstring(platform::TextIn(text));
+    return platform::Formatted(format, time.year, time.month, time.day, time.hour, time.minute, time.second);
 }
 
 /// The table, row by row.

@@ -84,7 +84,7 @@ std::wstring DeviceText(const Measurement& measurement) {
 std::wstring ConnectionText(std::uint32_t communication) {
     if (communication == kUsb) return platform::LoadText(kUsbText);
     if (communication == kIrda) return platform::LoadText(kIrdaText);
-    return platform::LoadText(kBluetoothText) + L" COM" + std::to_wstring(communication);
+    return platform::LoadText(kBluetoothText) + platform::Formatted(L" COM%u", communication);
 }
 
 std::uint32_t LargePicture(std::uint32_t status, std::uint32_t instrument_kind) {
