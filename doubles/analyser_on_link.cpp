@@ -66,34 +66,38 @@ void AnalyserOnLink::PutIntoInfraredWorld() {
         TheIrdaWorld().device_list = platform::memory::MakeIrdaDeviceList(infrared_.Devices(RunningMilliseconds()));
     };
     TheIrdaWorld().on_request = [this](const simulator::Message& request) { TakeInfrared(request); };
-    TheIrdaWorld().on_idle    = [this] { GiveInfrared(); };
+    TheIrdaWorld().on_idle    = [this] { WaitForInfrared(); };
 }
 
-/// What of an earlier reply has not been received is lost. A request to an analyser that is gone is, too.
+/// A request to an analyser that is gone is lost, and so is with its connection what nobody has received.
 void AnalyserOnLink::TakeInfrared(const simulator::Message& request) {
     const std::uint64_t now = RunningMilliseconds();
-    TheIrdaWorld().pieces.clear();
     if (connection_ != TheIrdaWorld().connections) {
         connection_ = TheIrdaWorld().connections;
+        TheIrdaWorld().pieces.clear();
         infrared_.Disconnect();
         if (!infrared_.Connect(0, kInfraredName, now)) return;
     }
     static_cast<void>(infrared_.Send(request, now));
+    GiveInfrared();
 }
 
 void AnalyserOnLink::GiveInfrared() {
-    const std::uint64_t now  = RunningMilliseconds();
-    const bool has_come      = infrared_.CanReceive(now);
-    const bool never_comes   = !infrared_.CanReceive(now + kLongerThanAny);
-    TheIrdaWorld().is_silent = !has_come && !never_comes;
-    if (TheIrdaWorld().is_silent) return;
-    blocked = blocked || (never_comes && !closes_at_end);
-    if (never_comes && !closes_at_end) return;
-    simulator::Message piece(512);
-    std::size_t size = 0;
-    if (has_come) static_cast<void>(infrared_.Receive(piece, size, now));
-    piece.resize(size);  // none: the other side has closed
-    TheIrdaWorld().pieces.emplace_back(std::move(piece));
+    const std::uint64_t now = RunningMilliseconds();
+    while (infrared_.CanReceive(now)) {
+        simulator::Message piece(512);
+        std::size_t size = 0;
+        static_cast<void>(infrared_.Receive(piece, size, now));
+        piece.resize(size);
+        TheIrdaWorld().pieces.emplace_back(std::move(piece));
+        if (size == 0) return;  // the other side has closed
+    }
+}
+
+void AnalyserOnLink::WaitForInfrared() {
+    GiveInfrared();
+    TheIrdaWorld().is_silent = infrared_.CanReceive(RunningMilliseconds() + kLongerThanAny);
+    blocked                  = blocked || (TheIrdaWorld().pieces.empty() && !TheIrdaWorld().is_silent);
 }
 
 }  // namespace nelto::doubles

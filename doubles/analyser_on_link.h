@@ -12,24 +12,6 @@
 
 namespace nelto::doubles {
 
-/// A line that keeps what comes late from one opening to the next; only what has come by then is lost.
-class Wire final : public SessionPort {
-public:
-    using SessionPort::SessionPort;
-
-    std::size_t Write(std::span<const std::uint8_t> bytes) override {
-        return is_broken ? 0 : SessionPort::Write(bytes);
-    }
-    std::size_t Read(std::span<std::uint8_t> bytes) override { return is_broken ? 0 : SessionPort::Read(bytes); }
-    void Opened() override {
-        is_broken = false;
-        while (Fetch()) pending_.clear();
-    }
-    void Closed() override {}
-
-    bool is_broken = false;  // until the next opening
-};
-
 /// One at a time. The world stays in place while it is there; over USB its `on_wait` is in use.
 class AnalyserOnLink {
 public:
@@ -51,16 +33,15 @@ public:
     void Break();
 
     const Transport transport;
-    Wire wire{blocks_};                // serial and USB
+    SessionPort wire{blocks_};         // serial and USB
     std::unique_ptr<FakeD2xx> driver;  // USB
-    /// Over infrared the other side closes where nothing more would ever come, instead of leaving the program waiting.
-    bool closes_at_end = false;
-    bool blocked       = false;  // a receive call over infrared would never have returned
+    bool blocked = false;              // a receive call over infrared would never have returned
 
 private:
     void PutIntoInfraredWorld();
     void TakeInfrared(const simulator::Message& request);
     void GiveInfrared();
+    void WaitForInfrared();
 
     simulator::BlockSession blocks_;
     simulator::InfraredSession infrared_;

@@ -8,18 +8,19 @@
 
 namespace nelto::doubles {
 
+/// The line keeps what comes late from one opening to the next; only what has come by then is lost.
 class SessionPort : public platform::memory::SerialDevice {
 public:
     /// `session` must outlive the port.
     explicit SessionPort(simulator::ByteSession& session) : session_(session) {}
 
     std::size_t Write(std::span<const std::uint8_t> bytes) override {
-        const auto taken = bytes.first(std::min(bytes.size(), most_written));
+        const auto taken = bytes.first(is_broken ? 0 : std::min(bytes.size(), most_written));
         session_.Receive(taken, platform::memory::RunningMilliseconds());
         return taken.size();
     }
     std::size_t Read(std::span<std::uint8_t> bytes) override {
-        bytes            = bytes.first(std::min(bytes.size(), most_read));
+        bytes            = bytes.first(is_broken ? 0 : std::min(bytes.size(), most_read));
         std::size_t size = 0;
         while (size < bytes.size() && Fetch()) {
             size += TakeFront(pending_, bytes.subspan(size));
@@ -27,9 +28,9 @@ public:
         }
         return size;
     }
-    void Closed() override {
-        session_.Reset();
-        pending_.clear();
+    void Opened() override {
+        is_broken = false;
+        while (Fetch()) pending_.clear();
     }
 
     /// Puts bytes on the line that nobody has sent, before whatever has not been fetched yet.
@@ -46,8 +47,9 @@ public:
     std::size_t most_written = SIZE_MAX;  // of one call
     std::size_t most_read    = SIZE_MAX;  // that one look finds
     bool reads_one_block     = false;     // at a time, even if more have come
+    bool is_broken           = false;     // until the next opening
 
-protected:
+private:
     /// False when nothing has come.
     bool Fetch() {
         if (pending_.empty())
@@ -55,10 +57,8 @@ protected:
         return !pending_.empty();
     }
 
-    simulator::Message pending_;
-
-private:
     simulator::ByteSession& session_;
+    simulator::Message pending_;
 };
 
 }  // namespace nelto::doubles

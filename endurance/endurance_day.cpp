@@ -219,7 +219,7 @@ private:
         if (output_.Begin(state_, measurement)) output_.Write();
     }
 
-    static constexpr std::size_t kStrikes = 13;  // kinds of simulator::FaultKind
+    static constexpr std::size_t kStrikes = 13;  // kinds of simulator::FaultKind but the last
     inline static Run* the_run            = nullptr;
 
     Rig& rig_;

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <string_view>
 #include <utility>
 
 #include "analyser_on_link.h"
@@ -23,38 +22,16 @@ using platform::memory::Call;
 using platform::memory::TheIrdaWorld;
 using simulator::CallFaultKind;
 
-/// Twelve steady channels, so that the values take two blocks; an oil derivative, so that the dialog has something to edit; the
-/// sensors are zeroed once in the first hour and four times in the day.
-constexpr std::string_view kScenario = R"(ident 780
-serial_number 40712345
-zeroing 1800 1830
-zeroing 20000 20030
-zeroing 40000 40030
-zeroing 60000 60030
-active_fuel 0
-fuel 0 "Heating oil EL" co2max 15.4 o2ref 3
-channel 0x0901 unit 130 format 255 text "O2" value 4.2
-channel 0x0909 unit 130 format 255 text "CO2" value 12.3
-channel 0x0902 unit 131 format 0 text "CO" value 22
-channel 0x0903 unit 131 format 0 text "CO 0%" value 28
-channel 0x0906 unit 131 format 0 text "NO" value 61
-channel 0x090D unit 136 format 0 text "NOx" value 108
-channel 0x0101 unit 1 format 255 text "FT" value 168
-channel 0x0102 unit 1 format 255 text "AT" value 19.4
-channel 0x0301 unit 24 format 253 text "Draft" value -0.112
-channel 0x0401 unit 5 format 254 text "v" value 2.35
-channel 0x0B01 unit 4 format 255 text "qA" value 7.3
-channel 0x0B03 unit 4 format 255 text "Eta" value 92.7
-additional 0xFF01 unit 1 format 255 value 62
-additional 0xFF02 unit 255 format 255 value 0.5
-additional 0xFF06 unit 255 format 0 value 0
-)";
-
+/// The usual 780 with values that stand still, so that each is known; it zeroes its sensors once in the first hour and four times in
+/// the day.
 std::shared_ptr<simulator::ScriptedAnalyser> AnalyserOfTheRuns() {
     std::string error;
-    const auto scenario = simulator::ParseScenario(kScenario, error);
+    auto scenario = simulator::ParseScenario(
+        "zeroing 1800 1830\nzeroing 20000 20030\nzeroing 40000 40030\nzeroing 60000 60030\ninclude default", error);
     EXPECT_TRUE(scenario) << error;
-    return std::make_shared<simulator::ScriptedAnalyser>(scenario ? scenario->analyser : simulator::AnalyserData());
+    float value = 4.2F;
+    for (simulator::Channel& channel : scenario->analyser.channels) channel.value = {.steps = {value *= 1.25F}};
+    return std::make_shared<simulator::ScriptedAnalyser>(std::move(scenario)->analyser);
 }
 
 /// Counts the faults among what a session tells.

@@ -77,15 +77,19 @@ TEST_F(CoreTest, TakesCallerWordAndFuelFromTheCommandLine) {
 }
 
 TEST_F(CoreTest, StartsFromTheStoreAndRemovesAStaleExchangeFile) {
-    World().registry          = {{L"Communication", 7}, {L"EnableRS232", 1}, {L"HeatingCheck", 2}};
+    ProgramState state;
+    const auto settings = [&] {
+        return std::vector<std::uint32_t>{state.communication, state.heating_check, state.serial_output,
+                                          state.serial_output_port};
+    };
+    StartProgram(state, L"");
+    EXPECT_EQ(settings(), (std::vector<std::uint32_t>{0, 0, 0, 1}));
+    World().registry          = {{L"Communication", 7}, {L"HeatingCheck", 2}, {L"EnableRS232", 3}, {L"RS232Port", 4}};
     World().decimal_separator = L',';
     const std::wstring path   = L"C:\\Temp\\\\NeltoStackWatcher.txt";
     World().files[path]       = "old";
-    ProgramState state;
     StartProgram(state, L"JOB 6420=2");
-    EXPECT_EQ((std::vector<std::uint32_t>{state.communication, state.heating_check, state.serial_output,
-                                          state.serial_output_port}),
-              (std::vector<std::uint32_t>{7, 2, 1, 1}));
+    EXPECT_EQ(settings(), (std::vector<std::uint32_t>{7, 2, 3, 4}));
     EXPECT_EQ(state.decimal_separator, L',');
     EXPECT_EQ(std::wstring(state.exchange_file.data()), path);
     EXPECT_FALSE(World().files.contains(path));

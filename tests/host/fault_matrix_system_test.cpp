@@ -1,7 +1,6 @@
 // Every call of the operating system and of the driver failing once, at each place in the life of the worker where it is made.
 #include <cstdio>
 
-#include "core/settings.h"
 #include "fault_stage.h"
 #include "platform/memory/memory_calls.h"
 
@@ -118,30 +117,6 @@ TEST(FaultMatrix, EveryCallOfTheDriverFails) {
             return Live(Transport::kUsb, End::kRecovers, version, arrange,
                         [&](const Stage& stage) { return stage.link->driver->driver.CallsOf(name); });
         });
-    }
-}
-
-TEST(FaultMatrix, EveryStoredSettingThatCannotBeReadIsTheUsualOne) {
-    constexpr std::uint32_t kUsual[] = {0, 0, 0, 1};
-    for (std::size_t failing = 1; failing <= std::size(kUsual); ++failing) {
-        platform::memory::ResetWorld();
-        World().registry         = {{kCommunicationSetting, 7},
-                                    {kHeatingCheckSetting, 7},
-                                    {kSerialOutputSetting, 7},
-                                    {kSerialOutputPortSetting, 7}};
-        TheCalls().failing       = Call::kReadRegistry;
-        TheCalls().failing_count = failing;
-        ProgramState state;
-        StartProgram(state, L"");
-        const std::uint32_t read[] = {state.communication, state.heating_check, state.serial_output,
-                                      state.serial_output_port};
-        std::size_t usual          = 0;
-        for (std::size_t i = 0; i < std::size(read); ++i) {
-            if (read[i] == 7) continue;
-            EXPECT_EQ(read[i], kUsual[i]);
-            ++usual;
-        }
-        EXPECT_EQ(usual, 1U);
     }
 }
 

@@ -114,7 +114,7 @@ const FaultRow kFaults[] = {
      {kTimeOut, kTimeOut, kProtocolFault}},
     {"index beyond count", FaultKind::kBadIndex, [](At) { return 0U; }, {kProtocolFault, kProtocolFault, kNotOpen}, kNoBlocks},
     {"oversize reply", FaultKind::kLongAnswer,
-     [](At at) { return at.reply.Resized(at.command.Room(at.stage.link->transport) + 1).amount; },
+     [](At at) { return static_cast<std::uint32_t>(at.command.Room(at.stage.link->transport) + 1 - at.reply.message.size()); },
      {kReplyTooLong, kReplyTooLong, kProtocolFault}},
     {"just in time", FaultKind::kDelay, [](At at) { return at.command.timeout - 10 * at.Looks(); }, {kOk, kOk, kOk}},
     {"just too late", FaultKind::kDelay, [](At at) { return at.command.timeout + 10; }, {kTimeOut, kTimeOut, kOk}},
@@ -276,6 +276,36 @@ TEST(FaultMatrix, EveryFaultAtEveryCommandOnEveryLink) {
             if (tallies[i].not_applicable != 0) std::printf(" (%d: %s)", tallies[i].not_applicable, fault.why_not);
         }
         std::printf("\n");
+    }
+}
+
+/// Where there is a checksum, nothing damaged is ever taken for a reply; and the next reply is taken again.
+TEST(FaultMatrix, NoBitAndNoCutOfAnyReplyPasses) {
+    for (const Transport transport : {Transport::kSerial, Transport::kUsb}) {
+        for (const std::size_t block_limit : {40U, 7U}) {
+            Stage stage(transport, block_limit);
+            const auto link      = OpenLink(transport);
+            const auto status_of = [&](const Command& command, const StrikeList& strikes) {
+                Bytes answer(command.capacity);
+                std::size_t received = 0;
+                stage.SpoilReply({}, 1, [&](const Stage&, const Reply&) { return strikes; });
+                return link->Transceive(Hex(command.request), answer, received, 200);
+            };
+            int tried = 0;
+            for (const Command& command : kCommands) {
+                ASSERT_EQ(status_of(command, {}), kOk);
+                const std::vector<std::size_t> frames = stage.replies.back().frames;
+                for (std::uint32_t block = 0; block < frames.size(); ++block) {
+                    for (std::uint32_t bit = 0; bit < 8 * frames[block]; ++bit, ++tried)
+                        ASSERT_NE(status_of(command, {{FaultKind::kFlipBit, bit, block}}), kOk) << command.name << bit;
+                    for (std::uint32_t missing = 1; missing <= frames[block]; ++missing, ++tried)
+                        ASSERT_EQ(status_of(command, {{FaultKind::kCutBlock, missing, block}}), kTimeOut) << missing;
+                }
+                ASSERT_EQ(status_of(command, {}), kOk) << command.name;
+            }
+            std::printf("%s, blocks of %zu: none of %d passed\n", kLinkNames[transport == Transport::kUsb ? 1 : 0],
+                        block_limit, tried);
+        }
     }
 }
 

@@ -106,12 +106,6 @@ bool BeginsWith(const Bytes& request, const Bytes& beginning) {
            std::equal(beginning.begin(), beginning.end(), request.begin());
 }
 
-simulator::Strike Reply::Resized(std::size_t size) const {
-    const bool shorter = size < message.size();
-    return {.kind   = shorter ? FaultKind::kShortAnswer : FaultKind::kLongAnswer,
-            .amount = static_cast<std::uint32_t>(shorter ? message.size() - size : size - message.size())};
-}
-
 Stage::Stage(Transport transport, std::size_t block_limit, const std::wstring& driver_version)
     : analyser_(Data()), block_limit_(block_limit), sent_(kMeasured) {
     platform::memory::ResetWorld();

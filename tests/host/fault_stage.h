@@ -24,9 +24,6 @@ constexpr std::uint32_t kLastBlock = 0xFFFFFFFF;
 struct Reply {
     Bytes message;
     std::vector<std::size_t> frames;  // bytes of each block; over infrared of the message
-
-    /// Cuts the message or fills it with zeros to this size.
-    [[nodiscard]] simulator::Strike Resized(std::size_t size) const;
 };
 
 class Stage final : public simulator::Responder {
@@ -42,8 +39,6 @@ public:
     /// Lets what `spoil` gives strike the reply to request number `count`, from 1, of those that begin with `request`, or of all
     /// when that is empty; 0 for none.
     void SpoilReply(const Bytes& request, std::size_t count, Spoil spoil);
-    /// As if another program had left the analyser in it.
-    void EnterSlaveMode() { static_cast<void>(analyser_.Answer(Bytes{0x20, 1}, World().now)); }
 
     /// Runs the worker until it has read values twice in a row behind the fault, at most `limit_ms`. The trace has one letter a
     /// step: o opened, c configured, h heating check read, v values read, the same in capitals where that failed, z closed.
@@ -53,8 +48,6 @@ public:
     [[nodiscard]] const std::string& Wrong() const { return wrong_; }
     void Expect(bool condition, const std::string& what);
     [[nodiscard]] std::vector<float> HeatingCheckValues() const;
-    /// Bits of each measured channel's value in the last answer that held values, by place.
-    [[nodiscard]] const std::vector<std::uint32_t>& Sent() const { return sent_; }
 
     ProgramState state;
     std::unique_ptr<AnalyserOnLink> link;
@@ -96,7 +89,7 @@ private:
     std::string trace_;
     std::string wrong_;
     std::uint32_t started_ = 0, limit_ms_ = 0, checked_at_ = 0, checked_version_ = 0;
-    std::vector<std::uint32_t> sent_;
+    std::vector<std::uint32_t> sent_;  // bits of each measured channel's value in the last answer with values, by place
     std::vector<std::uint32_t> shown_;  // the same in the last answer that was read whole; empty before the first one
 };
 

@@ -7,9 +7,7 @@
 namespace nelto::test {
 namespace {
 
-using platform::memory::LoadsEver;
 using platform::memory::RemoveLibrary;
-using platform::memory::TimesLoaded;
 
 /// A search by the "Communication" setting, from its start.
 class Search2010Test : public Generation2010Test {
@@ -199,32 +197,6 @@ TEST_F(Search2010Test, AfterAStopOrAFailureAtAnyCallTheAnalyserIsLeftInOrder) {
             if (stops && struck) EXPECT_LE(Maker().calls.size(), std::max<std::size_t>(call, kCallsOfASearch) + 3);
         }
     }
-}
-
-// Hours of searching.
-
-TEST_F(Search2010Test, NothingGrowsWithLibrariesOrWithout) {
-    for (int round = 0; round < 200; ++round) {
-        Maker().Data().devices = {{37, 1}};
-        const auto opened      = Open(kUsb);
-        ASSERT_NE(opened, nullptr);
-        opened->Close();
-        EXPECT_EQ(opened->Close(), 0U);  // a second close finds nothing
-        Maker().calls.clear();
-        Maker().Data().devices = {{37, 0}};
-        EXPECT_EQ(Open(kUsb), nullptr);
-        EXPECT_TRUE(Maker().CallsOf("Close") == 0);
-    }
-    for (const wchar_t* name : {L"nelto7XXE.dll", L"neltoEmUSB.dll"}) EXPECT_EQ(TimesLoaded(name), 1U);
-    EXPECT_EQ(TimesLoaded(L"IDTEXTMAPPER_T780.DLL"), 0U);
-    EXPECT_EQ(LoadsEver(L"IDTEXTMAPPER_T780.DLL"), 200U);
-
-    platform::memory::ResetLibraries();
-    for (int round = 0; round < 200; ++round) EXPECT_EQ(Open(kUsb), nullptr);
-    EXPECT_STREQ(state_.last_error, "no supported nelto analyzer found at USB");
-    InstallFakeMaker();  // and once they are there, they are found
-    Maker().Data().devices = {{37, 1}};
-    EXPECT_NE(Open(kUsb), nullptr);
 }
 
 }  // namespace

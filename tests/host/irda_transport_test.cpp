@@ -200,6 +200,15 @@ TEST_F(IrdaTransport, BytesBehindTheReplyAreLeftForTheNextOne) {
     EXPECT_EQ(received_, 4u);
 }
 
+TEST_F(IrdaTransport, TheRestOfAReplyThatIsTooLongIsNotTheNextOnes) {
+    Connect();
+    TheIrdaWorld().pieces = {Part(0, 12), Part(0, 4)};
+    EXPECT_EQ(Transceive(11), kBad);
+    TheIrdaWorld().on_request = [](const Bytes&) { TheIrdaWorld().pieces.emplace_back(Bytes{0, 0xAA, 5, 0, 1}); };
+    EXPECT_EQ(Transceive(11), kGood);
+    EXPECT_EQ(received_, 5U);
+}
+
 TEST_F(IrdaTransport, ASilentAnalyserIsWaitedForUntilAStop) {
     for (const bool answers_after_all : {false, true}) {
         Connect();

@@ -88,7 +88,8 @@ protected:
         SessionPort port(session);
         World().serial_ports[L"COM5"].device = &port;
         Lines shown                          = Connect(reads);
-        again_                               = Connect(reads);
+        session.Reset();
+        again_ = Connect(reads);
         return shown;
     }
 

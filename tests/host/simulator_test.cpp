@@ -56,15 +56,6 @@ TEST(Analyser2010Test, ValuesMoveAndGiveWayToTheirStatusWord) {
     EXPECT_EQ(std::bit_cast<float>(std::uint32_t{later[1].value}), 20.5F);
 }
 
-TEST(Analyser2010Test, TheBusHoldsTheKindsProductOrWhatTheScenarioSays) {
-    const Analyser2010 analyser = Make("kind 760\ndevices 37 2\nunplugged 5 6");
-    EXPECT_EQ(analyser.CountDevices(15, 0), 1U);
-    EXPECT_EQ(analyser.CountDevices(37, 0), 2U);
-    EXPECT_EQ(analyser.CountDevices(20, 0), 0U);
-    EXPECT_EQ(analyser.CountDevices(15, 5500), 0U);
-    EXPECT_EQ(Make("kind 781\ndevices 20 0").CountDevices(20, 0), 0U);
-}
-
 TEST(Analyser2010Test, WhatIsNotUnderstoodIsToldWithItsLine) {
     const auto fault = [](const std::string& scenario) {
         std::string error;

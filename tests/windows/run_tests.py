@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs the Windows tests, two test classes at a time, each class in a process with a display of its own.
+"""Runs the Windows tests, some test classes at a time, each class in a process with a display of its own.
 
    run_tests.py [WORD...]     only the tests whose full name contains one of the words
 
@@ -8,6 +8,7 @@ that start a program.
 """
 
 import concurrent.futures
+import os
 import subprocess
 import sys
 import unittest
@@ -19,7 +20,7 @@ import harness  # noqa: E402
 import wine_env  # noqa: E402
 
 RING = {"x64": "windows", "x86": "x86"}[wine_env.ARCH]
-PARALLEL = 2
+PARALLEL = 2 * os.cpu_count()  # mostly they wait for the program, and the program for its clock
 CLASS_TIMEOUT = 1800
 
 
@@ -64,6 +65,7 @@ def main(words):
         return run_group(words[1:])
     classes = [tests for module in unittest.defaultTestLoader.discover(str(HERE)) for tests in module]
     groups = [[test.id() for test in tests if belongs_here(test, words)] for tests in classes]
+    groups.sort(key=len, reverse=True)  # a long one at the end would run alone
     wine_env.make_template()
     with concurrent.futures.ThreadPoolExecutor(PARALLEL) as pool:
         results = list(pool.map(start_group, filter(None, groups)))

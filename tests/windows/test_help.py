@@ -11,7 +11,6 @@ from pathlib import Path
 import harness
 import program_session
 from program_session import PROGRAM, ROOT
-from serial_peer import Analyser780, SerialPeer
 
 LANGUAGE_IDS = {"de": 0x0407, "en": 0x0409}
 SHOWN_TEXTS = [*range(600, 613), *range(620, 625), *range(630, 635), *range(650, 653), *range(660, 663), *range(665, 668),
@@ -48,8 +47,10 @@ class HelpFiles(harness.FileTestCase):
             for topic in topics[-1]:
                 text = (folder / topic).read_text("cp1252")
                 self.assertIn("charset=windows-1252", text)
-                links = re.findall(r'(?:href|src)="([^"#]+)', text)
-                self.assertEqual([link for link in links if not (folder / link).is_file()], [], topic)
+                for page, _, place in (link.partition("#") for link in re.findall(r'(?:href|src)="(.+?)"', text)):
+                    target = folder / (page or topic)
+                    self.assertTrue(target.is_file(), target)
+                    self.assertTrue(not place or f'id="{place}"' in target.read_text("cp1252"), place)
         self.assertEqual(*topics)
         self.assertGreater(len(topics[0]), 10)
 
@@ -67,28 +68,6 @@ class HelpFiles(harness.FileTestCase):
         self.assertEqual(list(scratch.iterdir()), [])
         for language in LANGUAGE_IDS:
             self.assertEqual((made / file_name(language)).read_bytes(), (PROGRAM.parent / file_name(language)).read_bytes())
-
-    def test_faults_in_the_sources_fail_the_build(self):
-        for name, old, new, complaint in (
-            ("index.html", 'href="connect.html"', 'href="nowhere.html"', "there is no nowhere.html"),
-            ("index.html", 'src="images/values.png"', 'src="images/none.png"', "there is no images/none.png"),
-            ("infrared.html", "#infrared", "#infrarot", "there is no troubleshooting.html#infrarot"),
-            ("help.hhc", 'value="logs.html"', 'value="usb.html"', "logs.html is not in the contents"),
-            ("help.hhp", "usb.html", "usb.html\nnone.html", "none.html does not exist"),
-            ("index.html", "</h1>", "\u2264</h1>", "can't encode"),
-        ):
-            with self.subTest(complaint):
-                root = self.folder()
-                (root / "tools").mkdir()
-                shutil.copy(ROOT / "tools/make-help", root / "tools")
-                shutil.copytree(ROOT / "docs/help", root / "docs/help")
-                source = root / "docs/help/de" / name
-                text = source.read_text("utf-8")
-                self.assertIn(old, text)
-                source.write_text(text.replace(old, new, 1), "utf-8")
-                run = subprocess.run([root / "tools/make-help", root / "made"], capture_output=True, text=True, check=False)
-                self.assertEqual(run.returncode, 1)
-                self.assertIn(complaint, run.stderr)
 
 
 class HelpButton(harness.WindowsTestCase):
@@ -126,18 +105,3 @@ class HelpButton(harness.WindowsTestCase):
                 box = session.wait_until(lambda: self.message_box(session, 1), "the message box")
                 self.assertEqual(box["caption"], caption)
                 self.assertIn(text + rf"C:\Messgerät & analyser\{file_name(language)}", box["texts"])
-
-    def test_ok_takes_the_focus_when_values_arrived_behind_the_message(self):
-        peer = SerialPeer(Analyser780())
-        self.addCleanup(peer.close)
-        peer.distort = lambda frame: b""
-        session = self.begin("en", [])
-        session.ask("regset", "Communication", "dword", 5)
-        session.prefix.connect_port(5, peer.path)
-        session.start(program=self.place / PROGRAM.name)
-        session.ask("post", program_session.HELP)
-        session.wait_until(lambda: self.message_box(session), "the message box")
-        peer.distort = lambda frame: frame
-        session.wait_until(lambda: session.enabled(program_session.OK), "the values")
-        self.assertIsNotNone(self.message_box(session, 1))
-        session.wait_until(lambda: session.ask("focus") == program_session.OK, "the focus on OK")

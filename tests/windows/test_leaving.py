@@ -37,17 +37,6 @@ class Leaving:
 class SmallBlocks(Leaving, SerialSession, UsbSession):
     """The answer that tells the slave mode comes in two blocks, and the analyser is in that mode."""
 
-    def test_serial_slave_mode_ends(self):
-        for phase in (CONFIGURATION, VALUES):
-            with self.subTest(phase):
-                self.prepare(overrides={0x90: answer(0x90, b"\x01" + bytes(7))})
-                self.peer.block = 7
-                self.peer.distort = lambda frame: time.sleep(0.02) or frame
-                self.program.start()
-                self.program.wait_until(lambda: [r for r in self.peer.requests if r[0] == phase[0]], "the request")
-                self.assert_ends_within(10)
-                self.assertEqual(self.peer.requests[-2:], [b"\x90", b"\x20\x00"])
-
     def test_usb_slave_mode_ends(self):
         for phase in (CONFIGURATION, VALUES):
             with self.subTest(phase):

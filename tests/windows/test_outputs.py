@@ -86,15 +86,6 @@ class SerialOutput(OutputSession):
         """A refresh writes the rows of the list before its output: the second one has put up with the port."""
         self.show_another_co(4711, 4712)
 
-    def test_missing_port_and_the_analysers_own_port(self):
-        for port in (44, 5):  # Wine, other than Windows, opens the analyser's port a second time: so it is disturbed as well
-            with self.subTest(port=port):
-                self.begin_with_output(port)
-                self.wait_refreshes()
-                self.assert_silence()
-                self.assertEqual(self.program.leave(OK), 0)
-                self.assertIsNotNone(self.program.file())
-
     def begin_with_halted_receiver(self):
         """The two ends of a port that takes no byte any more."""
         receiver, port = os.openpty()

@@ -86,15 +86,8 @@ class OtherPrograms(harness.WindowsTestCase):
         ("short_read", None, ["talk"], 3, "NeltoUSBTransceive: 3 "),
         ("empty_queue", None, ["talk"], 3, "NeltoUSBTransceive: 3 "),
         ("", "fault silence", ["talk"], 6, "NeltoUSBTransceive: 6 "),
-        ("", "fault lost_byte 7", ["talk"], 6, "NeltoUSBTransceive: 6 "),
-        ("", "fault bad_index 1", ["talk"], 8, "NeltoUSBTransceive: 8 "),
-        ("", "fault flip_bit 0", ["talk"], 7, "NeltoUSBTransceive: 7 "),
-        ("", "fault wrong_ack", ["talk", "2", "85" * 101], 8, "NeltoUSBTransceive: 8 "),
         ("", "fault long_answer 5000", ["talk"], 9, "NeltoUSBTransceive: 9 "),
-        ("status FT_ListDevices 7", None, ["list"], 100, "NeltoUSBGetDevices: 1007 "),
-        ("status FT_ListDevices 7 from 2", None, ["list"], 100, "NeltoUSBGetDevices: 2007 "),
         ("status FT_OpenEx 3", None, ["list"], 100, "NeltoUSBGetDevices: 3003 "),
-        ("status FT_GetDeviceInfo 18", None, ["list"], 100, "NeltoUSBGetDevices: 5018 "),
         ("status FT_Close 3", None, ["talk"], 3, "NeltoUSBClose: 3 "),
     )
 
@@ -128,7 +121,7 @@ class OtherPrograms(harness.WindowsTestCase):
             found, lines = self.run_client(*arguments, **options)
             self.assertEqual((found, "".join(lines[-1:])[:len(beginning)]), (code, beginning), lines)
 
-    def test_each_result_code_for_its_cause(self):
+    def test_result_codes_and_what_the_sample_says_of_them(self):
         self.assert_ends("", None, ["list"], 2, "")  # no driver installed
         driver = drop_in_d2xx.Driver(self.prefix, NEW)
         (driver.folder / "790.txt").write_text("ident 790")
