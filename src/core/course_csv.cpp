@@ -1,6 +1,7 @@
 #include "core/course_csv.h"
 
 #include <algorithm>
+#include <array>
 #include <vector>
 
 #include "core/course_view.h"
@@ -41,7 +42,9 @@ std::wstring TimeText(
     platform::TextFormat<std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t>
         format) {
     const platform::CalendarTime time = ToCalendarTime(moment);
-    return platform::Formatted(format, time.year, time.month, time.day, time.hour, time.minute, time.second);
+    std::array<wchar_t, 64> text{};
+    platform::FormatText(text, format, time.year, time.month, time.day, time.hour, time.minute, time.second);
+    return std::wstring(platform::TextIn(text));
 }
 
 /// The table, row by row.

@@ -16,7 +16,6 @@ constexpr std::size_t kBytesOfALine = 16;
 }  // namespace
 
 void IrdaLog::Open() {
-    Close();
     const std::wstring path = LogPathOf(kPath, kName);
     if (!path.empty()) file_ = platform::OpenEmptiedFile(path.c_str());
 }

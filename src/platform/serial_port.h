@@ -19,7 +19,8 @@ enum class LineResult : std::uint8_t { kOk, kGetStateFailed, kSetStateFailed };
 
 /// Device path of a COM port number; from 10 on only the device name space knows the port.
 [[nodiscard]] inline std::wstring SerialPath(std::uint32_t port_number) {
-    return (port_number < 10 ? L"" : L"\\\\.\\") + Formatted(L"COM%u", port_number);
+    using Format = TextFormat<std::uint32_t>;
+    return Formatted<std::uint32_t>(port_number < 10 ? Format(L"COM%u") : Format(L"\\\\.\\COM%u"), port_number);
 }
 
 /// Opens an existing port by its device path, read and write, no sharing. Returns kNone on failure, with the system's
