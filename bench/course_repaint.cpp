@@ -62,10 +62,10 @@ int wmain() {
         QueryPerformanceCounter(&start);
         const HDC screen = GetDC(window);
         {
-            const ui::Buffer buffer(screen, kSize);
-            const RECT charts = ui::DrawCourses(buffer.Canvas(), kSize, picture);
+            const ui::BitmapCanvas buffer(screen, CreateCompatibleBitmap(screen, kSize.cx, kSize.cy));
+            const RECT charts = ui::DrawCourses(buffer.Context(), kSize, picture);
             if (IsRectEmpty(&charts) != FALSE) return 1;
-            BitBlt(screen, 0, 0, kSize.cx, kSize.cy, buffer.Canvas(), 0, 0, SRCCOPY);
+            BitBlt(screen, 0, 0, kSize.cx, kSize.cy, buffer.Context(), 0, 0, SRCCOPY);
         }
         ReleaseDC(window, screen);
         GdiFlush();

@@ -85,11 +85,7 @@ TemporaryDirectory::~TemporaryDirectory() {
     if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
 }
 
-void ConnectPort(std::uint32_t port_number, const std::string& tty) {
-    std::array<wchar_t, kSerialPathSize> path{};
-    SerialPath(port_number, path);
-    Ports()[std::wstring(TextIn(path))] = tty;
-}
+void ConnectPort(std::uint32_t port_number, const std::string& tty) { Ports()[SerialPath(port_number)] = tty; }
 
 std::vector<SerialExchangeCount>& SerialExchanges() {
     static std::vector<SerialExchangeCount> exchanges;
@@ -201,20 +197,18 @@ std::size_t ReadSerial(SerialHandle port, std::span<std::uint8_t> bytes) {
 
 void CloseSerialPort(SerialHandle port) { close(ToDescriptor(port)); }
 
-EventHandle CreateAutoResetEvent() { return ToHandle<EventHandle>(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)); }
+Event::Event() : handle_(reinterpret_cast<void*>(ToHandle<std::uintptr_t>(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)))) {}
 
-bool WaitForEvent(EventHandle event, std::uint32_t timeout_ms) {
-    pollfd wanted{.fd = ToDescriptor(event), .events = POLLIN, .revents = 0};
+Event::~Event() {
+    if (handle_ != nullptr) close(ToDescriptor(reinterpret_cast<std::uintptr_t>(handle_)));
+}
+
+bool Event::Wait(std::uint32_t timeout_ms) const {
+    pollfd wanted{.fd = ToDescriptor(reinterpret_cast<std::uintptr_t>(handle_)), .events = POLLIN, .revents = 0};
     const int wait_ms = timeout_ms == kForever ? -1 : static_cast<int>(timeout_ms);
     if (poll(&wanted, 1, wait_ms) != 1) return false;
     eventfd_t count = 0;
     return eventfd_read(wanted.fd, &count) == 0;
-}
-
-void* NativeHandle(EventHandle event) { return reinterpret_cast<void*>(static_cast<std::uintptr_t>(event)); }
-
-void CloseEvent(EventHandle event) {
-    if (event != EventHandle::kNone) close(ToDescriptor(event));
 }
 
 }  // namespace nelto::platform

@@ -1,6 +1,7 @@
 #include "core/course_choice.h"
 
 #include <algorithm>
+#include <string>
 
 #include "platform/registry.h"
 #include "platform/wide_text.h"
@@ -24,16 +25,8 @@ constexpr std::array kPlaceRows = {
     PlaceRow{L"CourseHeight", &WindowPlace::height},
 };
 
-using NumberedName = std::array<wchar_t, 32>;
-
-NumberedName Numbered(platform::TextFormat<std::uint32_t> format, std::uint32_t number) {
-    NumberedName name{};
-    platform::FormatText(name, format, number);
-    return name;
-}
-
-NumberedName ChannelSetting(std::uint32_t number) { return Numbered(L"CourseChannel%u", number); }
-NumberedName UnitSetting(std::uint32_t number) { return Numbered(L"CourseUnit%u", number); }
+std::wstring ChannelSetting(std::uint32_t number) { return platform::Formatted(L"CourseChannel%u", number); }
+std::wstring UnitSetting(std::uint32_t number) { return platform::Formatted(L"CourseUnit%u", number); }
 
 bool IsAmong(std::span<const CourseSeries> series, const CourseKey& key) {
     return std::ranges::find(series, key, &CourseSeries::Key) != series.end();
@@ -78,9 +71,9 @@ CourseSettings ReadCourseSettings() {
     const std::uint32_t span = platform::RegReadDword(kSpanSetting, settings.span_minutes);
     if (std::ranges::find(kCourseSpans, span) != kCourseSpans.end()) settings.span_minutes = span;
     for (std::uint32_t number = 1; number <= kMostChosen; ++number) {
-        const std::uint32_t ident = platform::RegReadDword(ChannelSetting(number).data(), kFreeRecord);
+        const std::uint32_t ident = platform::RegReadDword(ChannelSetting(number).c_str(), kFreeRecord);
         if (ident == kFreeRecord) continue;
-        settings.choice.Add({.view_ident = ident, .unit = platform::RegReadDword(UnitSetting(number).data(), 0)}, {});
+        settings.choice.Add({.view_ident = ident, .unit = platform::RegReadDword(UnitSetting(number).c_str(), 0)}, {});
     }
     return settings;
 }
@@ -93,8 +86,8 @@ void WriteCourseSettings(const CourseSettings& settings) {
     const std::span<const CourseKey> keys = settings.choice.Keys();
     for (std::uint32_t number = 1; number <= kMostChosen; ++number) {
         const CourseKey key = number <= keys.size() ? keys[number - 1] : CourseKey{};
-        platform::RegWriteDword(ChannelSetting(number).data(), key.view_ident);
-        platform::RegWriteDword(UnitSetting(number).data(), key.unit);
+        platform::RegWriteDword(ChannelSetting(number).c_str(), key.view_ident);
+        platform::RegWriteDword(UnitSetting(number).c_str(), key.unit);
     }
 }
 

@@ -67,10 +67,8 @@ CourseRow CourseRowOf(const CourseSeries& series, const CourseStatistics& statis
 
 std::wstring ClockText(LocalSecond moment, bool with_seconds) {
     const platform::CalendarTime time = ToCalendarTime(moment);
-    std::array<wchar_t, 16> text{};
-    if (with_seconds) platform::FormatText(text, L"%02u:%02u:%02u", time.hour, time.minute, time.second);
-    if (!with_seconds) platform::FormatText(text, L"%02u:%02u", time.hour, time.minute);
-    return std::wstring(platform::TextIn(text));
+    if (with_seconds) return platform::Formatted(L"%02u:%02u:%02u", time.hour, time.minute, time.second);
+    return platform::Formatted(L"%02u:%02u", time.hour, time.minute);
 }
 
 }  // namespace nelto

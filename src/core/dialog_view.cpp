@@ -59,11 +59,6 @@ std::optional<float> NumberOf(const ChannelTable& channels, std::uint32_t view_i
     return record->value;
 }
 
-std::optional<std::wstring> FieldText(std::optional<float> number, wchar_t decimal_separator) {
-    if (!number) return {};
-    return NumberText(*number, kOneDecimal, decimal_separator);
-}
-
 }  // namespace
 
 StatusView ViewStatus(std::uint32_t status, std::uint32_t shown_status, bool ok_enabled) {
@@ -84,7 +79,7 @@ std::wstring DeviceText(const Measurement& measurement) {
 std::wstring ConnectionText(std::uint32_t communication) {
     if (communication == kUsb) return platform::LoadText(kUsbText);
     if (communication == kIrda) return platform::LoadText(kIrdaText);
-    return platform::LoadText(kBluetoothText) + L" COM" + std::to_wstring(communication);
+    return platform::LoadText(kBluetoothText) + platform::Formatted(L" COM%u", communication);
 }
 
 std::uint32_t LargePicture(std::uint32_t status, std::uint32_t instrument_kind) {
@@ -96,8 +91,10 @@ std::uint32_t LargePicture(std::uint32_t status, std::uint32_t instrument_kind) 
 std::uint32_t SmallPicture(std::uint32_t status) { return FindStatus(status).small_picture; }
 
 TypedFields ViewTypedFields(const ChannelTable& channels, wchar_t decimal_separator) {
-    const auto field = [&](std::uint32_t view_ident) {
-        return FieldText(NumberOf(channels, view_ident), decimal_separator);
+    const auto field = [&](std::uint32_t view_ident) -> std::optional<std::wstring> {
+        const auto number = NumberOf(channels, view_ident);
+        if (!number) return {};
+        return NumberText(*number, kOneDecimal, decimal_separator);
     };
     TypedFields fields;
     fields.smoke_numbers            = {field(kSmokeNumber1), field(kSmokeNumber2), field(kSmokeNumber3)};

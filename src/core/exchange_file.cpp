@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <span>
 
 #include "core/value_text.h"
 #include "platform/byte_text.h"
@@ -124,9 +123,7 @@ std::uint32_t ChannelKey(std::uint32_t view_ident, std::uint32_t unit) {
         return candidate.view_ident == view_ident && (candidate.unit == unit || candidate.unit == kAnyUnit);
     });
     const std::uint32_t key = row == kExchangeRows.end() ? 0 : row->key;
-    std::array<wchar_t, 64> text{};
-    platform::FormatText(text, L"GetIdent %08x, Unit %u, ID %u", view_ident, unit, key);
-    platform::DebugOutput(text.data());
+    platform::DebugOutput(platform::Formatted(L"GetIdent %08x, Unit %u, ID %u", view_ident, unit, key).c_str());
     return key;
 }
 
@@ -153,10 +150,7 @@ std::wstring ExchangeText(const std::wstring& caller_word, wchar_t decimal_separ
     if (!caller_word.empty()) lines += caller_word + L'\n';
     for (const auto& [record, key] : KeyedRecords(measurement)) {
         if (key == 0) continue;
-        std::array<wchar_t, 16> prefix{};
-        platform::FormatText(prefix, L"%04u=", key);
-        lines += platform::TextIn(prefix);
-        lines += OnOneLine(RecordValueText(record, decimal_separator)) + L'\n';
+        lines += platform::Formatted(L"%04u=", key) + OnOneLine(RecordValueText(record, decimal_separator)) + L'\n';
     }
     return lines;
 }

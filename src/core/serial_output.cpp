@@ -39,9 +39,7 @@ std::string LowBytes(std::wstring text) {
 }
 
 std::string Line(const ChannelRecord& record) {
-    std::array<wchar_t, 32> prefix{};
-    platform::FormatText(prefix, L"%08X:%03u=", record.view_ident, record.unit);
-    std::string line = LowBytes(std::wstring(platform::TextIn(prefix)));
+    std::string line = LowBytes(platform::Formatted(L"%08X:%03u=", record.view_ident, record.unit));
     if (record.value_type != kNoValue) line += LowBytes(RecordValueText(record, L'.'));
     return line.append(kLineEnd);
 }
@@ -58,7 +56,7 @@ std::string SerialOutputBlock(const Measurement& measurement) {
 
 bool SerialOutput::Begin(const ProgramState& state, const Measurement& measurement) {
     if (state.serial_output == 0 || under_way_ != 0) return false;
-    platform::SerialPath(state.serial_output_port, path_);
+    path_      = platform::SerialPath(state.serial_output_port);
     block_     = SerialOutputBlock(measurement);
     under_way_ = 1;
     return true;
@@ -71,7 +69,7 @@ void SerialOutput::Write() {
 
 /// Line by line, up to one that the port keeps waiting.
 void SerialOutput::Send() {
-    const platform::OutputPort port = platform::OpenOutputPort(path_.data());
+    const platform::OutputPort port = platform::OpenOutputPort(path_.c_str());
     if (port == platform::OutputPort::kNone) return;
     std::string_view left = block_;
     while (!left.empty() && cancelled_ == 0) {

@@ -1,13 +1,11 @@
 // The serial output: the current values as lines on a COM port, once a display refresh.
 #pragma once
 
-#include <array>
 #include <atomic>
 #include <cstdint>
 #include <string>
 
 #include "core/program_state.h"
-#include "platform/serial_port.h"
 
 namespace nelto {
 
@@ -34,7 +32,7 @@ private:
 
     std::atomic<std::uint32_t> under_way_{0};
     std::atomic<std::uint32_t> cancelled_{0};
-    std::array<wchar_t, platform::kSerialPathSize> path_{};
+    std::wstring path_;
     std::string block_;
 };
 

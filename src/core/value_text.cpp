@@ -86,7 +86,7 @@ std::wstring NumberText(float value, std::uint32_t resolution, wchar_t decimal_s
 
 std::wstring UnitText(std::uint32_t unit) {
     const auto row = std::ranges::find(kUnitTexts, unit, &UnitRow::unit);
-    return row == kUnitTexts.end() ? L"Unit " + std::to_wstring(unit) : row->text;
+    return row == kUnitTexts.end() ? platform::Formatted(L"Unit %u", unit) : row->text;
 }
 
 float ParseNumber(std::wstring_view text) {

@@ -16,9 +16,8 @@ constexpr std::size_t kBytesOfALine = 16;
 }  // namespace
 
 void IrdaLog::Open() {
-    Close();
-    const LogPath path = LogPathOf(kPath, kName);
-    if (path.front() != L'\0') file_ = platform::OpenEmptiedFile(path.data());
+    const std::wstring path = LogPathOf(kPath, kName);
+    if (!path.empty()) file_ = platform::OpenEmptiedFile(path.c_str());
 }
 
 void IrdaLog::Write(std::string_view text) const {

@@ -17,7 +17,7 @@ public:
     IrdaLog(const IrdaLog&)            = delete;
     IrdaLog& operator=(const IrdaLog&) = delete;
 
-    /// Empties the file.
+    /// Empties the file. Once.
     void Open();
     void Write(std::string_view text) const;
     /// Writes "SEND 5 Bytes" or "RECEIVE 5 Bytes" and the bytes as hex, sixteen a line.

@@ -1,5 +1,7 @@
 #include "diag/log_place.h"
 
+#include <array>
+
 #include "platform/files.h"
 #include "platform/wide_text.h"
 
@@ -7,14 +9,7 @@ namespace nelto {
 namespace {
 
 constinit bool are_kept = true;
-constinit LogPath chosen_folder{};  // with its last separator; empty for none
-
-LogPath Joined(std::wstring_view folder, const wchar_t* name) {
-    LogPath path{};
-    platform::CopyText(path, folder);
-    platform::AppendText(path, name);
-    return path;
-}
+std::wstring chosen_folder;  // with its last separator; empty for none
 
 }  // namespace
 
@@ -22,22 +17,23 @@ void KeepNoLogs() { are_kept = false; }
 
 void KeepLogsIn(std::wstring_view folder) {
     const bool is_separated = folder.ends_with(L'\\') || folder.ends_with(L'/') || folder.ends_with(L':');
-    platform::CopyText(chosen_folder, folder);
-    if (!folder.empty() && !is_separated) platform::AppendText(chosen_folder, L"\\");
+    chosen_folder           = folder;
+    if (!folder.empty() && !is_separated) chosen_folder += L'\\';
     are_kept = true;
 }
 
 bool AreLogsKept() { return are_kept; }
 
-LogPath LogPathOf(const wchar_t* name) {
-    LogPath folder = chosen_folder;
-    if (folder.front() == L'\0') platform::TempDirectory(folder);
-    return are_kept ? Joined(platform::TextIn(folder), name) : LogPath{};
+std::wstring LogPathOf(const wchar_t* name) {
+    if (!are_kept) return {};
+    if (!chosen_folder.empty()) return chosen_folder + name;
+    std::array<wchar_t, 512> folder{};
+    platform::TempDirectory(folder);
+    return std::wstring(platform::TextIn(folder)) + name;
 }
 
-LogPath LogPathOf(const wchar_t* own_path, const wchar_t* name) {
-    if (!are_kept) return {};
-    return chosen_folder.front() == L'\0' ? Joined(own_path, L"") : LogPathOf(name);
+std::wstring LogPathOf(const wchar_t* own_path, const wchar_t* name) {
+    return are_kept && chosen_folder.empty() ? own_path : LogPathOf(name);
 }
 
 }  // namespace nelto

@@ -2,15 +2,10 @@
 // program, before there is a second thread.
 #pragma once
 
-#include <array>
-#include <cstddef>
+#include <string>
 #include <string_view>
 
 namespace nelto {
-
-constexpr std::size_t kLogPathSize = 512;  // wide characters, NUL included
-
-using LogPath = std::array<wchar_t, kLogPathSize>;
 
 void KeepNoLogs();
 /// An empty folder stands for where the support looks for them.
@@ -18,8 +13,8 @@ void KeepLogsIn(std::wstring_view folder);
 [[nodiscard]] bool AreLogsKept();
 
 /// Path of a log in the temporary directory, or in the chosen folder; empty when none are kept.
-[[nodiscard]] LogPath LogPathOf(const wchar_t* name);
+[[nodiscard]] std::wstring LogPathOf(const wchar_t* name);
 /// The same for a log that has a path of its own and goes by its name in a chosen folder only.
-[[nodiscard]] LogPath LogPathOf(const wchar_t* own_path, const wchar_t* name);
+[[nodiscard]] std::wstring LogPathOf(const wchar_t* own_path, const wchar_t* name);
 
 }  // namespace nelto

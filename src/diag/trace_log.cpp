@@ -41,10 +41,10 @@ std::uint32_t WriteTraceLine(const wchar_t* path, const wchar_t* text) {
     return Append(path, LineBytes(std::wstring(platform::TextIn(stamp)) + text));
 }
 
-bool StartProtocolFile() { return StartTraceFile(LogPathOf(kProtocolName).data()); }
+bool StartProtocolFile() { return StartTraceFile(LogPathOf(kProtocolName).c_str()); }
 
 void ZivLog(const wchar_t* text) {
-    static_cast<void>(Append(LogPathOf(kZivLogName).data(), LineBytes(text)));
+    static_cast<void>(Append(LogPathOf(kZivLogName).c_str(), LineBytes(text)));
     platform::DebugOutput(text);
 }
 
@@ -55,9 +55,9 @@ void ZivLogBytes(const wchar_t* heading, std::span<const std::uint8_t> bytes) {
 
 void BaseLog::Start() {
     path_ = LogPathOf(kBaseLogName);
-    StartTraceFile(path_.data());
+    StartTraceFile(path_.c_str());
 }
 
-void BaseLog::Write(const wchar_t* text) const { WriteTraceLine(path_.data(), text); }
+void BaseLog::Write(const wchar_t* text) const { WriteTraceLine(path_.c_str(), text); }
 
 }  // namespace nelto

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <span>
+#include <string>
 
 #include "diag/log_place.h"
 #include "platform/wide_text.h"
@@ -52,7 +53,7 @@ public:
     }
 
 private:
-    LogPath path_{};  // empty before the start, and when no logs are kept
+    std::wstring path_;  // empty before the start, and when no logs are kept
 };
 
 }  // namespace nelto

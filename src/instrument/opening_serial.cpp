@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <span>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -77,12 +78,6 @@ Obstacle ObstacleOf(std::uint32_t error) {
     return error == platform::kPortDenied || error == platform::kPortShared ? Obstacle::kInUse : Obstacle::kNone;
 }
 
-void SayReturnCode(std::uint32_t result) {
-    std::array<wchar_t, 48> text{};
-    platform::FormatText(text, L"NeltoRS232 return code: %u", result);
-    platform::DebugOutput(text.data());
-}
-
 void SwitchToPipe(Session& session, platform::SerialHandle port) {
     StartLibraryLog();
     RoomyNumber2010<library::Handle> pipe;
@@ -124,7 +119,7 @@ bool OpenOverSerial(Opening& opening) {
     std::uint32_t error        = 0;
     auto link                  = SerialLink::Open(opening.communication, opening.session.stop_request, &error);
     const std::uint32_t result = link == nullptr ? kSerialOpenFailed : kSerialOk;
-    SayReturnCode(result);
+    platform::DebugOutput(platform::Formatted(L"NeltoRS232 return code: %u", result).c_str());
     Settle(opening.session);
     if (link == nullptr) {
         opening.session.is_cut = opening.session.StopRequested();  // the call may have been cancelled

@@ -32,9 +32,7 @@ struct Opening {
 
     /// The same with a number in the line.
     bool Failed(platform::TextFormat<std::uint32_t> format, std::uint32_t number, const char* why) {
-        LogLine line{};
-        platform::FormatText(line, format, number);
-        return Failed(line.data(), why);
+        return Failed(platform::Formatted<std::uint32_t>(format, number).c_str(), why);
     }
 
     std::uint32_t communication;

@@ -60,26 +60,26 @@ constexpr std::array kProducts = {
     ProductRow{49, kKind711, L"nelto 710 version 2018 found"},
 };
 
-struct StepFailure {
-    const wchar_t* log_line;  // null for none
-    const char* last_error;
-};
-
+/// How the two steps of opening a counted device fail: the line in the log, null for none, and the reason.
 struct OpenFailures {
-    StepFailure serial_number;
-    StepFailure open;
+    const wchar_t* no_serial_line;
+    const char* no_serial;
+    const wchar_t* not_open_line;
+    const char* not_open;
 };
 
 constexpr OpenFailures kFailuresOf780 = {
-    .serial_number = {L"[1] Instrument nelto 780 (2010): GetSerialNumber failed",
-                      "get serial number from USB Segger (nelto780) failed"},
-    .open          = {L"Instrument nelto 780 (2010): OpenBySerialNumber failed",
-                      "open by serial number Segger USB to nelto 780 failed"},
+    .no_serial_line = L"[1] Instrument nelto 780 (2010): GetSerialNumber failed",
+    .no_serial      = "get serial number from USB Segger (nelto780) failed",
+    .not_open_line  = L"Instrument nelto 780 (2010): OpenBySerialNumber failed",
+    .not_open       = "open by serial number Segger USB to nelto 780 failed",
 };
 
 constexpr OpenFailures kFailures = {
-    .serial_number = {nullptr, "get USB serial number failed (Segger USB)"},
-    .open          = {nullptr, "open by serial number Segger USB failed"},
+    .no_serial_line = nullptr,
+    .no_serial      = "get USB serial number failed (Segger USB)",
+    .not_open_line  = nullptr,
+    .not_open       = "open by serial number Segger USB failed",
 };
 
 /// Whatever the library returns, only the number that it sets counts.
@@ -89,9 +89,9 @@ std::uint32_t DeviceCount(std::uint32_t product) {
     return count.value;
 }
 
-bool Failed(Opening& opening, const StepFailure& failure) {
-    if (failure.log_line != nullptr) opening.session.log.Write(failure.log_line);
-    opening.error = failure.last_error;
+bool Failed(Opening& opening, const wchar_t* log_line, const char* why) {
+    if (log_line != nullptr) opening.session.log.Write(log_line);
+    opening.error = why;
     return false;
 }
 
@@ -99,12 +99,12 @@ bool Failed(Opening& opening, const StepFailure& failure) {
 bool OpenCountedDevice(Opening& opening, const OpenFailures& failures) {
     LibraryText<kUsbSerialCapacity> serial_number{};  // handed on as it came
     if (CallLibrary(library::kGetUsbSerialNumber, kFirstDevice, serial_number.data(), kUsbSerialCapacity) != 0) {
-        return Failed(opening, failures.serial_number);
+        return Failed(opening, failures.no_serial_line, failures.no_serial);
     }
     RoomyNumber2010<library::Handle> device;
     if (CallLibrary(library::kOpenBySerialNumber, serial_number.data(), &device) != 0) {
         opening.obstacle = Obstacle::kInUse;  // it has just been counted
-        return Failed(opening, failures.open);
+        return Failed(opening, failures.not_open_line, failures.not_open);
     }
     opening.session.library_handle = device.value;
     return true;
@@ -133,10 +133,10 @@ bool FindProduct(Opening& opening) {
 bool OpenProduct(Opening& opening) {
     StartLibraryLog();
     if (!OpenCountedDevice(opening, kFailures)) return false;
-    RoomyNumber2010<std::uint32_t> ident;
-    CallDevice(opening.session, library::kGetIdent, &ident);
-    opening.session.log.WriteF(L"nelto 745 or nelto 760 with ident %u opened via USB", ident.value);
-    if (ident.value == kIdent745Basic) opening.kind = kKind746;
+    std::uint32_t ident = 0;
+    AskDevice(opening.session, library::kGetIdent, ident);
+    opening.session.log.WriteF(L"nelto 745 or nelto 760 with ident %u opened via USB", ident);
+    if (ident == kIdent745Basic) opening.kind = kKind746;
     return true;
 }
 

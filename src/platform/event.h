@@ -5,18 +5,21 @@
 
 namespace nelto::platform {
 
-enum class EventHandle : std::uintptr_t { kNone = 0 };
+/// Unnamed and unsignalled at first; falls back by itself once a wait has seen it.
+class Event {
+public:
+    Event();
+    ~Event();
+    Event(const Event&)            = delete;
+    Event& operator=(const Event&) = delete;
 
-/// An unnamed, unsignalled event that falls back by itself once a wait has seen it; kNone when there is none to be had.
-[[nodiscard]] EventHandle CreateAutoResetEvent();
+    /// True once the event is signalled, false after `timeout_ms` milliseconds; 0xFFFFFFFF waits without end.
+    [[nodiscard]] bool Wait(std::uint32_t timeout_ms) const;
+    /// The system's own handle, for libraries that signal it; null when there was none to be had.
+    [[nodiscard]] void* Handle() const { return handle_; }
 
-/// True once the event is signalled, false after `timeout_ms` milliseconds; 0xFFFFFFFF waits without end.
-[[nodiscard]] bool WaitForEvent(EventHandle event, std::uint32_t timeout_ms);
-
-/// The system's own handle of the event, for libraries that signal it.
-[[nodiscard]] void* NativeHandle(EventHandle event);
-
-/// Releases the event; kNone is allowed.
-void CloseEvent(EventHandle event);
+private:
+    void* handle_;
+};
 
 }  // namespace nelto::platform

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 
 #include "platform/wide_text.h"
 
@@ -16,12 +17,10 @@ constexpr std::uint32_t kPortMissing = 2, kPortDenied = 5, kPortShared = 32;
 
 enum class LineResult : std::uint8_t { kOk, kGetStateFailed, kSetStateFailed };
 
-constexpr std::size_t kSerialPathSize = 24;
-
 /// Device path of a COM port number; from 10 on only the device name space knows the port.
-inline void SerialPath(std::uint32_t port_number, std::span<wchar_t, kSerialPathSize> path) {
-    CopyText(path, port_number < 10 ? L"" : L"\\\\.\\");
-    FormatText(path.subspan(TextIn(path).size()), L"COM%u", port_number);
+[[nodiscard]] inline std::wstring SerialPath(std::uint32_t port_number) {
+    using Format = TextFormat<std::uint32_t>;
+    return Formatted<std::uint32_t>(port_number < 10 ? Format(L"COM%u") : Format(L"\\\\.\\COM%u"), port_number);
 }
 
 /// Opens an existing port by its device path, read and write, no sharing. Returns kNone on failure, with the system's

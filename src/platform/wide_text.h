@@ -2,11 +2,13 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdlib>
 #include <cwchar>
 #include <span>
+#include <string>
 #include <string_view>
 #include <type_traits>
 
@@ -83,6 +85,14 @@ inline void FormatUnchecked(std::span<wchar_t> buffer, const wchar_t* format, ..
 template <typename... Arguments>
 void FormatText(std::span<wchar_t> buffer, FormatOf<Arguments...> format, Arguments... arguments) {
     FormatUnchecked(buffer, format.Text(), arguments...);
+}
+
+/// The same as a text of its own, of at most 127 characters. Not inlined, which would cost more code than the call.
+template <typename... Arguments>
+[[nodiscard, gnu::noinline]] std::wstring Formatted(FormatOf<Arguments...> format, Arguments... arguments) {
+    std::array<wchar_t, 128> text{};
+    FormatText(text, format, arguments...);
+    return std::wstring(TextIn(text));
 }
 
 }  // namespace nelto::platform

@@ -4,7 +4,7 @@
 #include <array>
 #include <bitset>
 
-#include "instrument/generation2010/fuel.h"
+#include "instrument/generation2010/translation.h"
 #include "platform/number_text.h"
 
 namespace nelto::reader {

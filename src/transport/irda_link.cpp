@@ -44,12 +44,6 @@ struct Device {
 
 using DeviceList = std::array<std::uint8_t, kDeviceListSize>;
 
-void DebugNumber(platform::TextFormat<std::uint32_t> format, std::uint32_t number) {
-    std::array<wchar_t, 64> text{};
-    platform::FormatText(text, format, number);
-    platform::DebugOutput(text.data());
-}
-
 std::size_t DeviceCount(const DeviceList& list) {
     std::uint32_t count = 0;
     for (std::size_t i = kDeviceCountSize; i-- > 0;) count = (count << 8) | list[i];
@@ -134,9 +128,9 @@ IrdaOpenResult IrdaLink::Connect() {
 }
 
 IrdaOpenResult IrdaLink::ConnectFailed(std::uint32_t error) const {
-    DebugNumber(L"Error connect %u", 1);
+    platform::DebugOutput(L"Error connect 1");
     platform::DebugOutput(L"connect failed");
-    DebugNumber(L"Error %u", error);
+    platform::DebugOutput(platform::Formatted(L"Error %u", error).c_str());
     log_.Write("Error 6: connect failed " + std::to_string(error) + "\n");
     return kIrdaConnectFailed;
 }

@@ -6,7 +6,6 @@
 #include "diag/trace_log.h"
 #include "platform/clock.h"
 #include "platform/text_service.h"
-#include "platform/wide_text.h"
 
 namespace nelto {
 namespace {
@@ -96,11 +95,10 @@ SerialResult SerialResultOf(LinkStatus status) {
 
 std::unique_ptr<SerialLink> SerialLink::Open(std::uint32_t port_number, StopRequest stop_request,
                                              std::uint32_t* error) {
-    std::array<wchar_t, platform::kSerialPathSize> path{};
-    platform::SerialPath(port_number, path);
-    ZivLogF(L"NeltoRS232Open uPort = %u, %ls", port_number, path.data());
+    const std::wstring path = platform::SerialPath(port_number);
+    ZivLogF(L"NeltoRS232Open uPort = %u, %ls", port_number, path.c_str());
     std::uint32_t port_error          = 0;
-    const platform::SerialHandle port = OpenPort(path.data(), stop_request, port_error);
+    const platform::SerialHandle port = OpenPort(path.c_str(), stop_request, port_error);
     if (error != nullptr) *error = port_error;
     return port == platform::SerialHandle::kNone ? nullptr : std::make_unique<SerialLink>(port, stop_request);
 }

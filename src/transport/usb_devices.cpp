@@ -76,10 +76,6 @@ std::uint32_t UsbCandidate::IdentifyByDeviceInfo(UsbDeviceIdentity& identity) {
     return kUsbOk;
 }
 
-void UsbCandidate::Close() {
-    if (is_open_) static_cast<void>(functions_.close(Release()));
-}
-
 d2xx::Device UsbCandidate::Release() {
     is_open_ = false;
     return std::exchange(device_, nullptr);

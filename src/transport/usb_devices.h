@@ -48,7 +48,9 @@ struct UsbDeviceIdentity {
 class UsbCandidate {
 public:
     explicit UsbCandidate(const d2xx::DeviceFunctions& functions) : functions_(functions) {}
-    ~UsbCandidate() { Close(); }
+    ~UsbCandidate() {
+        if (is_open_) static_cast<void>(functions_.close(device_));
+    }
     UsbCandidate(const UsbCandidate&)            = delete;
     UsbCandidate& operator=(const UsbCandidate&) = delete;
 
@@ -59,7 +61,6 @@ public:
     /// library does not have the function for it.
     [[nodiscard]] std::uint32_t Identify(d2xx::Identification identification, UsbDeviceIdentity& identity);
 
-    void Close();
     /// Gives the open device out of hand: from now on it is the caller's.
     d2xx::Device Release();
 

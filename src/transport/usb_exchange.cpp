@@ -3,31 +3,17 @@
 #include <algorithm>
 
 #include "platform/clock.h"
-#include "platform/event.h"
 
 namespace nelto {
 namespace {
 
 constexpr std::uint32_t kLook = 100;  // milliseconds between two looks at the stop
 
-/// The event by which the driver tells that bytes have come; closed on every way out.
-class ReceiveEvent {
-public:
-    ReceiveEvent() : event_(platform::CreateAutoResetEvent()) {}
-    ~ReceiveEvent() { platform::CloseEvent(event_); }
-    ReceiveEvent(const ReceiveEvent&)            = delete;
-    ReceiveEvent& operator=(const ReceiveEvent&) = delete;
-
-    [[nodiscard]] bool Register(const UsbPort& port) const {
-        return event_ != platform::EventHandle::kNone &&
-               port.functions.set_event_notification(port.device, d2xx::kEventReceivedChar,
-                                                     platform::NativeHandle(event_)) == d2xx::kOk;
-    }
-    [[nodiscard]] bool Wait(std::uint32_t timeout_ms) const { return platform::WaitForEvent(event_, timeout_ms); }
-
-private:
-    platform::EventHandle event_;
-};
+/// From now on the driver tells by the event that bytes have come.
+bool Register(const UsbPort& port, const platform::Event& event) {
+    return event.Handle() != nullptr &&
+           port.functions.set_event_notification(port.device, d2xx::kEventReceivedChar, event.Handle()) == d2xx::kOk;
+}
 
 bool Send(const UsbPort& port, std::span<const std::uint8_t> packet) {
     // The driver's function takes a pointer to writable bytes; it only reads them.
@@ -55,62 +41,6 @@ bool IsWholeAnswer(std::span<const std::uint8_t> received) {
     return (received.size() == kAnalyserAck.size() && received[1] == kAckMark) || IsWholeBlock(received);
 }
 
-/// One answer on its way.
-class Reception {
-public:
-    Reception(const UsbPort& port, const ReceiveEvent& event, StopPatience* patience)
-        : port_(port), event_(event), patience_(patience) {}
-
-    /// Every piece has a byte at least, and a full room that is no whole answer cannot become one: the end is certain.
-    LinkStatus Take(std::span<std::uint8_t> room) {
-        LinkStatus status = LinkStatus::kOk;
-        while (status == LinkStatus::kOk && !IsWholeAnswer(room.first(total_))) {
-            if (total_ == room.size()) return LinkStatus::kTimeOut;
-            std::uint32_t queued = 0;
-            status               = WaitForPiece(queued);
-            if (status == LinkStatus::kOk) status = TakePiece(room, queued);
-        }
-        return status;
-    }
-
-    [[nodiscard]] std::size_t Total() const { return total_; }
-
-private:
-    LinkStatus WaitForPiece(std::uint32_t& queued) {
-        if (patience_ != nullptr) return WaitPatiently(queued);
-        if (!event_.Wait(port_.timeout_ms)) return LinkStatus::kTimeOut;
-        return CountQueued(port_, queued) && queued != 0 ? LinkStatus::kOk : LinkStatus::kDriverFailed;
-    }
-
-    LinkStatus WaitPatiently(std::uint32_t& queued) {
-        const std::uint32_t start = platform::TickMilliseconds();
-        while (true) {
-            const std::uint32_t waited = std::min(platform::TickMilliseconds() - start, port_.timeout_ms);
-            patience_->Look();
-            if (patience_->IsOver()) return LinkStatus::kStopped;
-            if (event_.Wait(std::min(port_.timeout_ms - waited, kLook))) {
-                if (!CountQueued(port_, queued)) return LinkStatus::kDriverFailed;
-                if (queued != 0) return LinkStatus::kOk;
-            }
-            if (waited == port_.timeout_ms) return LinkStatus::kTimeOut;
-        }
-    }
-
-    /// As much of the piece as there is room for.
-    LinkStatus TakePiece(std::span<std::uint8_t> room, std::uint32_t queued) {
-        const std::size_t size = std::min<std::size_t>(queued, room.size() - total_);
-        if (!Read(port_, room.subspan(total_, size))) return LinkStatus::kDriverFailed;
-        if (room.front() != kAnalyserStart) return LinkStatus::kWrongStart;
-        total_ += size;
-        return LinkStatus::kOk;
-    }
-
-    const UsbPort& port_;
-    const ReceiveEvent& event_;
-    StopPatience* patience_;
-    std::size_t total_ = 0;
-};
-
 }  // namespace
 
 std::ptrdiff_t ReadQueuedUsb(const UsbPort& port, std::span<std::uint8_t> room) {
@@ -132,12 +62,53 @@ LinkStatus UsbStatusOf(const BlockResult& result) {
 }
 
 LinkStatus UsbLine::Exchange(std::span<const std::uint8_t> frame, std::span<const std::uint8_t>& answer) {
-    const ReceiveEvent event;
-    if (!event.Register(port_) || !Send(port_, frame)) return LinkStatus::kDriverFailed;
-    Reception reception(port_, event, patience_);
-    const LinkStatus status = reception.Take(answer_);
-    answer                  = std::span(answer_).first(reception.Total());
+    const platform::Event event;
+    if (!Register(port_, event) || !Send(port_, frame)) return LinkStatus::kDriverFailed;
+    const LinkStatus status = Receive(event);
+    answer                  = std::span(answer_).first(total_);
     return status;
+}
+
+/// Every piece has a byte at least, and a full room that is no whole answer cannot become one: the end is certain.
+LinkStatus UsbLine::Receive(const platform::Event& event) {
+    LinkStatus status = LinkStatus::kOk;
+    total_            = 0;
+    while (status == LinkStatus::kOk && !IsWholeAnswer(std::span(answer_).first(total_))) {
+        if (total_ == answer_.size()) return LinkStatus::kTimeOut;
+        std::uint32_t queued = 0;
+        status               = WaitForPiece(event, queued);
+        if (status == LinkStatus::kOk) status = TakePiece(queued);
+    }
+    return status;
+}
+
+LinkStatus UsbLine::WaitForPiece(const platform::Event& event, std::uint32_t& queued) const {
+    if (patience_ != nullptr) return WaitPatiently(event, queued);
+    if (!event.Wait(port_.timeout_ms)) return LinkStatus::kTimeOut;
+    return CountQueued(port_, queued) && queued != 0 ? LinkStatus::kOk : LinkStatus::kDriverFailed;
+}
+
+LinkStatus UsbLine::WaitPatiently(const platform::Event& event, std::uint32_t& queued) const {
+    const std::uint32_t start = platform::TickMilliseconds();
+    while (true) {
+        const std::uint32_t waited = std::min(platform::TickMilliseconds() - start, port_.timeout_ms);
+        patience_->Look();
+        if (patience_->IsOver()) return LinkStatus::kStopped;
+        if (event.Wait(std::min(port_.timeout_ms - waited, kLook))) {
+            if (!CountQueued(port_, queued)) return LinkStatus::kDriverFailed;
+            if (queued != 0) return LinkStatus::kOk;
+        }
+        if (waited == port_.timeout_ms) return LinkStatus::kTimeOut;
+    }
+}
+
+/// As much of the piece as there is room for.
+LinkStatus UsbLine::TakePiece(std::uint32_t queued) {
+    const std::size_t size = std::min<std::size_t>(queued, answer_.size() - total_);
+    if (!Read(port_, std::span(answer_).subspan(total_, size))) return LinkStatus::kDriverFailed;
+    if (answer_.front() != kAnalyserStart) return LinkStatus::kWrongStart;
+    total_ += size;
+    return LinkStatus::kOk;
 }
 
 }  // namespace nelto

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 
+#include "platform/event.h"
 #include "transport/block_conversation.h"
 #include "transport/usb_port.h"
 
@@ -33,8 +34,15 @@ public:
                                       std::span<const std::uint8_t>& answer) override;
 
 private:
+    /// The steps of receiving an answer: `total_` bytes of it are there.
+    [[nodiscard]] LinkStatus Receive(const platform::Event& event);
+    [[nodiscard]] LinkStatus WaitForPiece(const platform::Event& event, std::uint32_t& queued) const;
+    [[nodiscard]] LinkStatus WaitPatiently(const platform::Event& event, std::uint32_t& queued) const;
+    [[nodiscard]] LinkStatus TakePiece(std::uint32_t queued);
+
     const UsbPort& port_;
     StopPatience* patience_;
+    std::size_t total_ = 0;
     std::array<std::uint8_t, kUsbAnswerSize> answer_{};
 };
 

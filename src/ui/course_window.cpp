@@ -93,7 +93,7 @@ void OpenCourseWindow::Initialise(HWND window) {
 void OpenCourseWindow::FillSpans() const {
     const HWND box = GetDlgItem(window_, IDC_COURSE_SPAN);
     for (std::size_t index = 0; index < kCourseSpans.size(); ++index) {
-        const std::wstring text = std::to_wstring(kCourseSpans[index]) + L" min";
+        const std::wstring text = platform::Formatted(L"%u min", kCourseSpans[index]);
         SendMessageW(box, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text.c_str()));
         if (kCourseSpans[index] == settings_.span_minutes) SendMessageW(box, CB_SETCURSEL, index, 0);
     }

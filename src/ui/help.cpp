@@ -14,17 +14,11 @@
 namespace nelto::ui {
 namespace {
 
-using Path = std::array<wchar_t, MAX_PATH>;
-
-Path HelpPath() {
-    Path program{};
+std::wstring HelpPath() {
+    std::array<wchar_t, MAX_PATH> program{};
     GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size()));
-    const std::wstring_view whole = platform::TextIn(program);
-    Path path{};
-    platform::CopyText(path, whole.substr(0, whole.rfind(L'\\')));
-    platform::AppendText(path, L"\\");
-    platform::AppendText(path, LoadText(IDS_HELP_FILE));
-    return path;
+    const std::wstring whole(platform::TextIn(program));
+    return whole.substr(0, whole.rfind(L'\\')) + L"\\" + LoadText(IDS_HELP_FILE);
 }
 
 /// Puts the path in the place of the text's "%s".
@@ -50,10 +44,9 @@ bool OpenDocument(HWND dialog, const wchar_t* path) {
 }  // namespace
 
 void OpenHelp(HWND dialog) {
-    const Path path = HelpPath();
-    if (OpenDocument(dialog, path.data())) return;
-    MessageBoxW(dialog, NotFoundText(platform::TextIn(path)).c_str(), LoadText(IDS_ERROR_CAPTION).c_str(),
-                MB_OK | MB_ICONERROR);
+    const std::wstring path = HelpPath();
+    if (OpenDocument(dialog, path.c_str())) return;
+    MessageBoxW(dialog, NotFoundText(path).c_str(), LoadText(IDS_ERROR_CAPTION).c_str(), MB_OK | MB_ICONERROR);
 }
 
 }  // namespace nelto::ui

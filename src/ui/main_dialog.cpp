@@ -69,8 +69,6 @@ public:
     [[nodiscard]] bool ShowMenu(HWND clicked, LPARAM position) const;
     void FitScaling();
     void FindFocus();
-    /// What the system tells top-level windows only and the list must hear too.
-    void PassToList(UINT message, WPARAM w_param, LPARAM l_param) const;
 
 private:
     void ShowState(std::uint32_t status);
@@ -211,10 +209,6 @@ void MainDialog::FitScaling() {
     InvalidateRect(dialog_, nullptr, TRUE);
 }
 
-void MainDialog::PassToList(UINT message, WPARAM w_param, LPARAM l_param) const {
-    SendMessageW(ValueList(), message, w_param, l_param);
-}
-
 bool MainDialog::HandleCommand(int command) {
     switch (command) {
         case IDC_OK:
@@ -319,7 +313,8 @@ INT_PTR CALLBACK MainProcedure(HWND dialog, UINT message, WPARAM w_param, LPARAM
         case WM_COMMAND: return open_dialog->HandleCommand(LOWORD(w_param)) ? TRUE : FALSE;
         case WM_NOTIFY: open_dialog->HandleKey(*reinterpret_cast<const NMHDR*>(l_param)); return FALSE;
         case WM_CONTEXTMENU: return open_dialog->ShowMenu(reinterpret_cast<HWND>(w_param), l_param) ? TRUE : FALSE;
-        case WM_SYSCOLORCHANGE: open_dialog->PassToList(message, w_param, l_param); return TRUE;
+        // Told to top-level windows only, and the list must hear it too.
+        case WM_SYSCOLORCHANGE: SendDlgItemMessageW(dialog, IDC_VALUES, message, w_param, l_param); return TRUE;
         // Posted, so that it comes after the dialog manager has given the controls their new sizes.
         case WM_DPICHANGED: PostMessageW(dialog, kScalingChanged, 0, 0); return FALSE;
         case WM_ACTIVATE: PostMessageW(dialog, kActivated, w_param, 0); return FALSE;

@@ -1,7 +1,7 @@
 #include <tuple>
 
 #include "generation2010_fixture.h"
-#include "instrument/generation2010/fuel.h"
+#include "instrument/generation2010/translation.h"
 
 namespace nelto::test {
 namespace {

@@ -1,4 +1,4 @@
-#include "instrument/generation2010/ident_translation.h"
+#include "instrument/generation2010/translation.h"
 
 #include <gtest/gtest.h>
 

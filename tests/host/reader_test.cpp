@@ -247,7 +247,7 @@ TEST_F(ReaderTest, LogsGoToTheChosenFolderOrNowhere) {
         ZivLog(L"x");
         BaseLog base;
         base.Start();
-        EXPECT_TRUE(LogPathOf(L"C:\\IRDALOG.TXT", L"IRDALOG.TXT").front() != L'\0' || !AreLogsKept());
+        EXPECT_TRUE(!LogPathOf(L"C:\\IRDALOG.TXT", L"IRDALOG.TXT").empty() || !AreLogsKept());
         return is_kept;
     };
     KeepNoLogs();
@@ -257,7 +257,7 @@ TEST_F(ReaderTest, LogsGoToTheChosenFolderOrNowhere) {
     EXPECT_TRUE(write_all());
     ASSERT_EQ(World().files.size(), 3U);
     for (const auto& [path, content] : World().files) EXPECT_EQ(path.find(L"D:\\logs\\"), 0U);
-    EXPECT_EQ(platform::TextIn(LogPathOf(L"C:\\IRDALOG.TXT", L"IRDALOG.TXT")), L"D:\\logs\\IRDALOG.TXT");
+    EXPECT_EQ(LogPathOf(L"C:\\IRDALOG.TXT", L"IRDALOG.TXT"), L"D:\\logs\\IRDALOG.TXT");
     World().unwritable_files.insert(L"D:\\logs\\NeltoStackWatcherProtocol.txt");
     EXPECT_FALSE(StartProtocolFile());
     KeepLogsIn(L"");

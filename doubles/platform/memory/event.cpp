@@ -23,42 +23,39 @@ Events& State() {
     return events;
 }
 
-bool TakeSignal(EventHandle event) {
-    const auto found = State().signalled.find(static_cast<std::uintptr_t>(event));
-    if (found == State().signalled.end()) std::abort();  // a wait for an event that is closed
+std::uintptr_t NumberOf(void* handle) { return reinterpret_cast<std::uintptr_t>(handle); }
+
+bool TakeSignal(void* handle) {
+    const auto found = State().signalled.find(NumberOf(handle));
+    if (found == State().signalled.end()) std::abort();  // a wait for an event that there is not
     return std::exchange(found->second, false);
 }
 
 }  // namespace
 
-EventHandle CreateAutoResetEvent() {
-    if (memory::Fails(memory::Call::kCreateEvent)) return EventHandle::kNone;
+Event::Event() : handle_(nullptr) {
+    if (memory::Fails(memory::Call::kCreateEvent)) return;
     State().signalled[++State().last_handle] = false;
-    return static_cast<EventHandle>(State().last_handle);
+    handle_ = reinterpret_cast<void*>(State().last_handle);  // NOLINT(performance-no-int-to-ptr): never followed
 }
 
-bool WaitForEvent(EventHandle event, std::uint32_t timeout_ms) {
+Event::~Event() {
+    if (handle_ != nullptr) State().signalled.erase(NumberOf(handle_));
+}
+
+bool Event::Wait(std::uint32_t timeout_ms) const {
     const std::uint32_t step = memory::TheWorld().hurries ? std::max(timeout_ms, 1U) : 1;
     for (std::uint32_t waited = 0;; waited += step) {
-        if (TakeSignal(event)) return true;
+        if (TakeSignal(handle_)) return true;
         if (waited >= timeout_ms) return false;
         SleepMilliseconds(step);
     }
 }
 
-void* NativeHandle(EventHandle event) {
-    return reinterpret_cast<void*>(event);  // NOLINT(performance-no-int-to-ptr): a handle, never followed
-}
-
-void CloseEvent(EventHandle event) {
-    if (event == EventHandle::kNone) return;
-    if (State().signalled.erase(static_cast<std::uintptr_t>(event)) == 0) std::abort();  // closed twice
-}
-
 namespace memory {
 
 void SignalEvent(void* native_handle) {
-    const auto found = State().signalled.find(reinterpret_cast<std::uintptr_t>(native_handle));
+    const auto found = State().signalled.find(NumberOf(native_handle));
     if (found != State().signalled.end()) found->second = true;
 }
 

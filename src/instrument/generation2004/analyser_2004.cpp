@@ -35,7 +35,7 @@ bool FramedHeaderIsGood(ByteView answer, std::uint8_t command) {
 /// Bytes 2 and 3 are not checked here: over infrared they hold the length of the frame.
 bool InfraredHeaderIsGood(ByteView answer, std::uint8_t command) {
     if (answer.Byte(0) == 0 && answer.Byte(1) == command) return true;
-    std::array<wchar_t, 258> text{};
+    std::array<wchar_t, 32> text{};
     platform::FormatText(text, L"Invalid header %02x %02x %02x %02x", answer.Byte(0), answer.Byte(1), answer.Byte(2),
                          answer.Byte(3));
     platform::DebugOutput(text.data());

@@ -213,18 +213,16 @@ bool ConfigurationReader::AddDeviceType() {
 bool ConfigurationReader::AddFirmwareVersion() {
     session_.log.Write(L"get firmware version");
     if (!talk_.Ask(kGetFirmwareVersion) || !talk_.Answer().Covers(4, 4)) return false;
-    std::array<wchar_t, kChannelTextSize> text{};
-    platform::FormatText(text, L"%X.%02X", talk_.Answer().Byte(7), talk_.Answer().Byte(6));
-    table_.Add(TextRecord(kVersion, kNoUnit, L"Version", text.data()));
+    const std::wstring text =
+        platform::Formatted(L"%X.%02X", unsigned{talk_.Answer().Byte(7)}, unsigned{talk_.Answer().Byte(6)});
+    table_.Add(TextRecord(kVersion, kNoUnit, L"Version", text));
     return true;
 }
 
 bool ConfigurationReader::AddSerialNumber() {
     session_.log.Write(L"get serial number");
     if (!talk_.Ask(kGetSerialNumber) || !talk_.Answer().Covers(4, 4)) return false;
-    std::array<wchar_t, kChannelTextSize> text{};
-    platform::FormatText(text, L"%08u", talk_.Answer().Long(4));
-    table_.Add(TextRecord(kSerialNumber, kNoUnit, L"SerNo", text.data()));
+    table_.Add(TextRecord(kSerialNumber, kNoUnit, L"SerNo", platform::Formatted(L"%08u", talk_.Answer().Long(4))));
     return true;
 }
 

@@ -6,9 +6,8 @@
 #include <string_view>
 
 #include "instrument/generation2010/configuration.h"
-#include "instrument/generation2010/fuel.h"
-#include "instrument/generation2010/ident_translation.h"
 #include "instrument/generation2010/library_functions.h"
+#include "instrument/generation2010/translation.h"
 #include "instrument/generation2010/value_records.h"
 #include "platform/clock.h"
 #include "platform/wide_text.h"
@@ -94,11 +93,10 @@ std::uint32_t Analyser2010::SynchronizeClock() {
 
 std::uint32_t Analyser2010::GetSubType() {
     session_.log.Write(L"CNelto780Base2010::GetSubType");
-    RoomyNumber2010<std::uint32_t> told;
-    if (const auto error = CallDevice(session_, library::kGetDeviceType, &told); error != 0) {
+    std::uint32_t type = 0;
+    if (const auto error = AskDevice(session_, library::kGetDeviceType, type); error != 0) {
         return session_.Failed(L"NELTO760SPI_GetDeviceType: Error code %d", error);
     }
-    const std::uint32_t type = told.value;
     session_.log.WriteF(L"NELTO760SPI_GetDeviceType: %d", static_cast<int>(type));
     SetSubType(kOtherSubType);
     if (type < kSubTypesByType.size()) {

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 
 #include "core/instrument.h"
-#include "instrument/generation2010/fuel.h"
-#include "instrument/generation2010/ident_translation.h"
 #include "instrument/generation2010/library_functions.h"
+#include "instrument/generation2010/translation.h"
 #include "instrument/generation2010/value_records.h"
 #include "instrument/table_builder.h"
 #include "platform/wide_text.h"
@@ -102,11 +102,11 @@ std::uint32_t ConfigurationReader::Read() {
 
 /// What the analyser remembers of its last measurements.
 std::uint32_t ConfigurationReader::AddMeasurementCache() {
-    RoomyNumber2010<std::uint32_t> counter;
-    if (CallDevice(session_, library::kGetMeasCacheCounter, &counter) != 0) {
+    std::uint32_t counter = 0;
+    if (AskDevice(session_, library::kGetMeasCacheCounter, counter) != 0) {
         return session_.Failed(L"Invalid response GetMeasCacheCounter");
     }
-    const std::uint32_t positions = counter.value & 0xFF;  // the number is one byte, whatever stands behind it
+    const std::uint32_t positions = counter & 0xFF;  // the number is one byte, whatever stands behind it
     session_.log.WriteF(L"MeasCache Counter %u", positions);
     for (std::uint32_t position = 0; position < positions; ++position) {
         if (session_.StopRequested()) return kBadAnswer;
@@ -142,11 +142,11 @@ std::uint32_t ConfigurationReader::AddCurrentValues() {
 
 /// Hands the measurement back to the analyser as it was read.
 std::uint32_t ConfigurationReader::ConfirmMeasurement() {
-    RoomyNumber2010<std::uint32_t> measurement;
-    if (CallDevice(session_, library::kGetCurrentMeasurement, &measurement) != 0) {
+    std::uint32_t measurement = 0;
+    if (AskDevice(session_, library::kGetCurrentMeasurement, measurement) != 0) {
         return session_.Failed(L"NELTO760SPI_GetCurrentMeasurement failed");
     }
-    if (CallDevice(session_, library::kSetCurrentMeasurement, measurement.value) != 0) {
+    if (CallDevice(session_, library::kSetCurrentMeasurement, measurement) != 0) {
         return session_.Failed(L"NELTO760SPI_SetCurrentMeasurement failed");
     }
     return kDone;
@@ -154,11 +154,10 @@ std::uint32_t ConfigurationReader::ConfirmMeasurement() {
 
 std::uint32_t ConfigurationReader::AddFuel() {
     if (channels_.Count() >= kRoomForFuel) return kDone;
-    RoomyNumber2010<std::uint32_t> active;
-    if (CallDevice(session_, library::kGetActiveFuelId, &active) != 0) {
+    std::uint32_t library_fuel = 0;
+    if (AskDevice(session_, library::kGetActiveFuelId, library_fuel) != 0) {
         return session_.Failed(L"NELTO760SPI_GetActiveFuelID failed");
     }
-    const std::uint32_t library_fuel = active.value;
     session_.log.WriteF(L"Active FuelID  %u", library_fuel);
     AddFuelChannel(library_fuel);
     AddFuelData(library_fuel);
@@ -167,12 +166,11 @@ std::uint32_t ConfigurationReader::AddFuel() {
 
 /// The channel shows the fuel's name and carries its number: with the dialog's OK it becomes the number that is exchanged.
 void ConfigurationReader::AddFuelChannel(std::uint32_t library_fuel) {
-    std::array<wchar_t, kChannelTextSize> name{};
-    platform::CopyText(name, texts_.FuelText(library_fuel));
-    if (name.front() == L'\0') platform::FormatText(name, L"Fuel%u", library_fuel);
+    std::wstring name = texts_.FuelText(library_fuel);
+    if (name.empty()) name = platform::Formatted(L"Fuel%u", library_fuel);
 
     const std::int32_t fuel_number = FuelNumberOf(library_fuel);
-    ChannelRecord channel          = TextChannel(kFuel, L"Fuel type", platform::TextIn(name));
+    ChannelRecord channel          = TextChannel(kFuel, L"Fuel type", name);
     channel.resolution             = kWholeNumber;
     channel.value                  = static_cast<float>(fuel_number);
     if (fuel_number == 0) channel.value_type = kNoValue;
@@ -193,34 +191,30 @@ std::uint32_t ConfigurationReader::AddDevice() {
         channels_.Add(TextChannel(kDevice, L"Device", row->device_text));
         return kDone;
     }
-    RoomyNumber2010<std::uint32_t> type{.value = kUnsetDeviceType};
-    if (CallDevice(session_, library::kGetDeviceType, &type) != 0)
+    std::uint32_t type = kUnsetDeviceType;
+    if (AskDevice(session_, library::kGetDeviceType, type) != 0) {
         return session_.Failed(L"NELTO760SPI_GetDeviceType failed");
-    std::array<wchar_t, kChannelTextSize> text{};
-    platform::FormatText(text, L"nelto 780-%u", type.value & 0xFF);  // the type is one byte
-    channels_.Add(TextChannel(kDevice, L"Device", platform::TextIn(text)));
+    }
+    // The type is one byte.
+    channels_.Add(TextChannel(kDevice, L"Device", platform::Formatted(L"nelto 780-%u", type & 0xFF)));
     return kDone;
 }
 
 std::uint32_t ConfigurationReader::AddVersion() {
-    RoomyNumber2010<std::uint32_t> version;
-    if (CallDevice(session_, library::kGetFirmwareVersion, &version) != 0) {
+    std::uint32_t version = 0;
+    if (AskDevice(session_, library::kGetFirmwareVersion, version) != 0) {
         return session_.Failed(L"NELTO760SPI_GetFirmwareVersion failed");
     }
-    std::array<wchar_t, kChannelTextSize> text{};
-    platform::FormatText(text, L"%X.%02X", version.value >> 8, version.value & 0xFF);
-    channels_.Add(TextChannel(kVersion, L"Version", platform::TextIn(text)));
+    channels_.Add(TextChannel(kVersion, L"Version", platform::Formatted(L"%X.%02X", version >> 8, version & 0xFF)));
     return kDone;
 }
 
 std::uint32_t ConfigurationReader::AddSerialNumber() {
-    RoomyNumber2010<std::uint32_t> number;
-    if (CallDevice(session_, library::kGetSerialNumberBox, &number) != 0) {
+    std::uint32_t number = 0;
+    if (AskDevice(session_, library::kGetSerialNumberBox, number) != 0) {
         return session_.Failed(L"NELTO760SPI_GetSerialNumberBox failed");
     }
-    std::array<wchar_t, kChannelTextSize> text{};
-    platform::FormatText(text, L"%08u", number.value);
-    channels_.Add(TextChannel(kSerialNumber, L"SerNo", platform::TextIn(text)));
+    channels_.Add(TextChannel(kSerialNumber, L"SerNo", platform::Formatted(L"%08u", number)));
     return kDone;
 }
 

@@ -8,7 +8,7 @@ namespace nelto::library {
 namespace {
 
 struct LibraryRow {
-    LibraryFamily family;
+    Family family;
     const wchar_t* name;
 };
 
@@ -22,7 +22,7 @@ constexpr std::array kLibraries = {
 
 }  // namespace
 
-void* Find(LibraryFamily family, const char* name, std::uint32_t& error) {
+void* Find(Family family, const char* name, std::uint32_t& error) {
     error = kLibraryMissing;
     for (const LibraryRow& row : kLibraries) {
         if (row.family != family) continue;

@@ -10,7 +10,13 @@
 
 namespace nelto {
 
-enum class LibraryFamily : std::uint8_t {
+/// Results of a call that finds no library, or no such function in it.
+constexpr std::uint32_t kLibraryMissing  = 126;
+constexpr std::uint32_t kFunctionMissing = 127;
+
+namespace library {
+
+enum Family : std::uint8_t {
     kInstrument,  // "nelto7XXE.dll", then "nelto7XXT.dll"
     kEmUsb,       // "neltoEmUSB.dll"
     kRs232,       // "neltoRS232.dll"
@@ -18,16 +24,10 @@ enum class LibraryFamily : std::uint8_t {
 
 /// A function and the types of its arguments; its result is 0 for success, otherwise an error code.
 template <typename... Arguments>
-struct LibraryFunction {
-    LibraryFamily family;
+struct Row {
+    Family family;
     const char* name;
 };
-
-/// Results of a call that finds no library, or no such function in it.
-constexpr std::uint32_t kLibraryMissing  = 126;
-constexpr std::uint32_t kFunctionMissing = 127;
-
-namespace library {
 
 using Handle   = std::uintptr_t;  // of a COM port, a pipe or a USB device; a library may set the low 32 bits alone
 using Device   = DeviceHandle;
@@ -43,13 +43,6 @@ using Records  = ValueRecord2010*;
 using CountOut  = RoomyNumber2010<Count>*;
 using CodeOut   = RoomyNumber2010<Code>*;
 using HandleOut = RoomyNumber2010<Handle>*;
-
-template <typename... Arguments>
-using Row = LibraryFunction<Arguments...>;
-
-constexpr auto kInstrument = LibraryFamily::kInstrument;
-constexpr auto kEmUsb      = LibraryFamily::kEmUsb;
-constexpr auto kRs232      = LibraryFamily::kRs232;
 
 // clang-format off
 
@@ -93,14 +86,14 @@ constexpr Row<Device, Code, FuelData2010*>           kGetAppFuelData            
 /// Address of the function, or null with the reason in `error`. A library is looked for by its bare name each time that it
 /// is needed and not there yet; once found it stays for the rest of the process, so that a search of hours
 /// loads nothing twice and leaves nothing behind.
-[[nodiscard]] void* Find(LibraryFamily family, const char* name, std::uint32_t& error);
+[[nodiscard]] void* Find(Family family, const char* name, std::uint32_t& error);
 
 }  // namespace library
 
 /// Calls a row of the table and returns the library's result; kLibraryMissing or kFunctionMissing, with the outputs as they
 /// were, when it is not there. Worker thread.
 template <typename... Arguments>
-std::uint32_t CallLibrary(const LibraryFunction<Arguments...>& function, std::type_identity_t<Arguments>... arguments) {
+std::uint32_t CallLibrary(const library::Row<Arguments...>& function, std::type_identity_t<Arguments>... arguments) {
     using Pointer       = std::uint32_t(NELTO_LIBRARY_CALL*)(Arguments...);
     std::uint32_t error = 0;
     void* const address = library::Find(function.family, function.name, error);
@@ -109,9 +102,18 @@ std::uint32_t CallLibrary(const LibraryFunction<Arguments...>& function, std::ty
 
 /// The same with the device handle of the connection as first argument.
 template <typename... Arguments>
-std::uint32_t CallDevice(Session& session, const LibraryFunction<DeviceHandle, Arguments...>& function,
+std::uint32_t CallDevice(Session& session, const library::Row<DeviceHandle, Arguments...>& function,
                          std::type_identity_t<Arguments>... arguments) {
     return CallLibrary(function, static_cast<DeviceHandle>(session.library_handle), arguments...);
+}
+
+/// CallDevice of a function that gives a number. `number` stays as it is when the library does not write it.
+inline std::uint32_t AskDevice(Session& session, const library::Row<DeviceHandle, library::CodeOut>& function,
+                               std::uint32_t& number) {
+    RoomyNumber2010<std::uint32_t> told{.value = number};
+    const std::uint32_t error = CallDevice(session, function, &told);
+    number                    = told.value;
+    return error;
 }
 
 /// Lets the libraries keep a log of their own, where logs are wanted.

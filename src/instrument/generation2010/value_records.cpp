@@ -5,8 +5,8 @@
 #include <bit>
 #include <new>
 
-#include "instrument/generation2010/ident_translation.h"
 #include "instrument/generation2010/library_functions.h"
+#include "instrument/generation2010/translation.h"
 #include "platform/wide_text.h"
 
 namespace nelto {

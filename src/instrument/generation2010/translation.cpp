@@ -1,4 +1,4 @@
-#include "instrument/generation2010/ident_translation.h"
+#include "instrument/generation2010/translation.h"
 
 #include <algorithm>
 #include <array>
@@ -32,11 +32,32 @@ constexpr std::array kIdents = {
 static_assert(kIdents.size() == 40);
 static_assert(std::ranges::is_sorted(kIdents, {}, &IdentRow::ident_2010));
 
+struct FuelRow {
+    std::int32_t fuel_number;
+    std::uint32_t library_fuel;
+};
+
+/// The numbers 10 and 12 are not given to any fuel of these analysers.
+constexpr std::array kFuels = {
+    FuelRow{1, 100}, FuelRow{2, 104}, FuelRow{3, 114}, FuelRow{4, 113}, FuelRow{5, 107},
+    FuelRow{6, 108}, FuelRow{7, 103}, FuelRow{8, 111}, FuelRow{9, 112}, FuelRow{11, 121},
+};
+
 }  // namespace
 
 std::uint32_t ViewIdentOf(std::uint32_t ident_2010) {
     const auto row = std::ranges::lower_bound(kIdents, ident_2010, {}, &IdentRow::ident_2010);
     return row != kIdents.end() && row->ident_2010 == ident_2010 ? row->view_ident : ident_2010;
+}
+
+std::uint32_t LibraryFuelOf(std::int32_t fuel_number) {
+    const auto row = std::ranges::find(kFuels, fuel_number, &FuelRow::fuel_number);
+    return row == kFuels.end() ? 0 : row->library_fuel;
+}
+
+std::int32_t FuelNumberOf(std::uint32_t library_fuel) {
+    const auto row = std::ranges::find(kFuels, library_fuel, &FuelRow::library_fuel);
+    return row == kFuels.end() ? 0 : row->fuel_number;
 }
 
 }  // namespace nelto

@@ -1,9 +1,12 @@
-// Fuels: the numbers that the program and other software use, and the ids of the maker's libraries.
+// From the idents and fuels of the maker's libraries to those of the channel tables and of other software.
 #pragma once
 
 #include <cstdint>
 
 namespace nelto {
+
+/// The view ident of an ident of generation 2010; one that is not in the table stays as it is.
+[[nodiscard]] std::uint32_t ViewIdentOf(std::uint32_t ident_2010);
 
 /// The library id of a fuel number; 0 for a number without one.
 [[nodiscard]] std::uint32_t LibraryFuelOf(std::int32_t fuel_number);
