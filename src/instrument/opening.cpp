@@ -5,9 +5,7 @@
 #include "instrument/generation2004/analyser_2004.h"
 #include "instrument/generation2004/analyser_710.h"
 #include "instrument/generation2010/analyser_2010.h"
-#include "instrument/opening_serial.h"
 #include "instrument/opening_steps.h"
-#include "instrument/opening_usb.h"
 #include "transport/irda_link.h"
 
 namespace nelto {

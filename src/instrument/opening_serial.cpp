@@ -1,5 +1,3 @@
-#include "instrument/opening_serial.h"
-
 #include <algorithm>
 #include <array>
 #include <span>
@@ -9,6 +7,7 @@
 
 #include "instrument/generation2004/commands.h"
 #include "instrument/generation2010/library_functions.h"
+#include "instrument/opening_steps.h"
 #include "platform/clock.h"
 #include "platform/text_service.h"
 #include "platform/wide_text.h"

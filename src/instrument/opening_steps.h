@@ -1,4 +1,4 @@
-// What the openings over the transports have in common.
+// The openings over the transports, one file each, and what they have in common.
 #pragma once
 
 #include <algorithm>
@@ -46,5 +46,14 @@ struct Opening {
 [[nodiscard]] inline bool NamesModel(std::span<const std::uint8_t> answer, std::size_t length, std::string_view model) {
     return answer.size() == length && std::ranges::equal(answer.subspan(4, model.size()), model);
 }
+
+/// Over a COM port, whose number is the setting: the analyser is known by its answer.
+[[nodiscard]] bool OpenOverSerial(Opening& opening);
+
+/// Over USB: the first analyser behind an FTDI converter, known by its answer, else what OpenOverEmUsb finds.
+[[nodiscard]] bool OpenOverUsb(Opening& opening);
+
+/// By the maker's library, an analyser of generation 2010: it is known by its product number already.
+[[nodiscard]] bool OpenOverEmUsb(Opening& opening);
 
 }  // namespace nelto

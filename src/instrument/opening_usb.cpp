@@ -1,5 +1,3 @@
-#include "instrument/opening_usb.h"
-
 #include <array>
 #include <cstdint>
 #include <memory>
@@ -7,6 +5,7 @@
 
 #include "instrument/generation2004/commands.h"
 #include "instrument/generation2010/library_functions.h"
+#include "instrument/opening_steps.h"
 #include "transport/usb_link.h"
 
 namespace nelto {

@@ -7,7 +7,7 @@
 
 #include "fuzz.h"
 #include "instrument/generation2010/analyser_2010.h"
-#include "instrument/opening_usb.h"
+#include "instrument/opening_steps.h"
 #include "library_call.h"
 #include "platform/memory/memory_dynamic_library.h"
 

@@ -5,7 +5,6 @@
 #include <bit>
 #include <string_view>
 
-#include "instrument/generation2010/configuration.h"
 #include "instrument/generation2010/library_functions.h"
 #include "instrument/generation2010/translation.h"
 #include "instrument/generation2010/value_records.h"
@@ -63,10 +62,6 @@ std::uint32_t Analyser2010::SetActiveFuel(std::int32_t fuel_number) {
     const std::uint32_t library_fuel = LibraryFuelOf(fuel_number);
     if (library_fuel == 0) return kDone;
     return CallDevice(session_, library::kSetActiveFuelId, library_fuel) == 0 ? kDone : kBadAnswer;
-}
-
-std::uint32_t Analyser2010::ReadConfiguration(ChannelTable& channels) {
-    return GetOnlineConfiguration2010(session_, Kind(), *texts_, channels);
 }
 
 std::uint32_t Analyser2010::ReadHeatingCheck(ChannelTable& /*heating_check*/) { return kTransportFailure; }

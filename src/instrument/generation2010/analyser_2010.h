@@ -1,4 +1,4 @@
-// An analyser of generation 2010, reached through the maker's libraries.
+// An analyser of generation 2010, reached through the maker's libraries. The read of its configuration stands in a file of its own.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +16,8 @@ public:
     Analyser2010(Session session, std::uint32_t kind);
 
     std::uint32_t SetActiveFuel(std::int32_t fuel_number) override;
-    /// Measurement cache, current values, fuel, device data.
+    /// Measurement cache, current values, fuel with CO2max and O2Ref, device, version, serial number and smoke pump, as far as there
+    /// is room.
     [[nodiscard]] std::uint32_t ReadConfiguration(ChannelTable& channels) override;
     /// It has none: returns kTransportFailure.
     std::uint32_t ReadHeatingCheck(ChannelTable& heating_check) override;

@@ -1,10 +1,9 @@
-#include "instrument/generation2010/configuration.h"
-
+// Which quantities an analyser of generation 2010 shows.
 #include <algorithm>
 #include <array>
 #include <string>
 
-#include "core/instrument.h"
+#include "instrument/generation2010/analyser_2010.h"
 #include "instrument/generation2010/library_functions.h"
 #include "instrument/generation2010/translation.h"
 #include "instrument/generation2010/value_records.h"
@@ -232,9 +231,8 @@ std::uint32_t ConfigurationReader::AddSmokePump() {
 
 }  // namespace
 
-std::uint32_t GetOnlineConfiguration2010(Session& session, std::uint32_t model, const TextMapper& texts,
-                                         ChannelTable& channels) {
-    return ConfigurationReader(session, model, texts, channels).Read();
+std::uint32_t Analyser2010::ReadConfiguration(ChannelTable& channels) {
+    return ConfigurationReader(session_, Kind(), *texts_, channels).Read();
 }
 
 }  // namespace nelto
