@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cctype>
+#include <cstring>
 #include <utility>
 
 #include "instrument/opening.h"
@@ -41,7 +42,9 @@ simulator::AnalyserData Data() {
     return data;
 }
 
-constexpr std::array kHeatingCheck = {4.5F, 2.0F, 31.5F, 36.0F, 32.5F, 37.0F, 41.0F};
+constexpr std::pair<std::uint32_t, float> kHeatingCheck[] = {{0xFF2E, 4.5F},  {0xFF2F, 2.0F},  {0xFF3F, 31.5F},
+                                                             {0xFF40, 36.0F}, {0xFF3F, 32.5F}, {0xFF40, 37.0F},
+                                                             {0xFF45, 41.0F}};
 
 struct ExpectedRow {
     std::uint32_t ident;
@@ -150,7 +153,7 @@ StrikeList Stage::Strikes(simulator::Bytes beginning, std::uint64_t now_ms) {
         if (stops_at_strike) state.stop_request = 1;
         strikes = spoil_(*this, reply);
     }
-    NoteSent(strikes);
+    NoteSent();
     return strikes;
 }
 
@@ -169,19 +172,10 @@ void Stage::Tick() {
     noise_at = 0;
 }
 
-void Stage::NoteSent(const StrikeList& strikes) {
+void Stage::NoteSent() {
     if (requests.back()[0] != 0xC2 && requests.back()[0] != 0x9C) return;
-    Bytes message = replies.back().message;
-    for (const simulator::Strike& strike : strikes) {
-        simulator::StrikeMessage(strike, message);
-        // Elsewhere a checksum keeps such an answer away.
-        if (link->transport == Transport::kIrda && strike.kind == FaultKind::kFlipBit)
-            simulator::StrikeFrame(strike, message);
-    }
-    for (std::size_t i = 0; i < sent_.size() && 4 + 15 * (i + 1) <= message.size(); ++i) {
-        sent_[i] = 0;
-        for (std::size_t byte = 4; byte-- > 0;) sent_[i] = (sent_[i] << 8) | message[4 + 15 * i + 4 + byte];
-    }
+    const Bytes& message = replies.back().message;
+    for (std::size_t i = 0; i < sent_.size(); ++i) std::memcpy(&sent_[i], &message[4 + 15 * i + 4], sizeof(sent_[i]));
 }
 
 void Stage::Check() {
@@ -191,10 +185,9 @@ void Stage::Check() {
     CheckChannels(shown);
     std::size_t place = 0;  // the results shown are some of those there are, in their order
     for (const ChannelRecord& record : UsedRecords(shown.heating_check)) {
-        while (place < kHeatingCheck.size() && kHeatingCheck[place] != record.value) ++place;
-        constexpr std::uint32_t kIdents[] = {0xFF2E, 0xFF2F, 0xFF3F, 0xFF40, 0xFF3F, 0xFF40, 0xFF45};
-        const bool known                  = place < kHeatingCheck.size() && kIdents[place++] == record.view_ident;
-        Expect(known, "heating check shows " + std::to_string(record.value));
+        const std::pair result(record.view_ident, record.value);
+        while (place < std::size(kHeatingCheck) && kHeatingCheck[place] != result) ++place;
+        Expect(place++ < std::size(kHeatingCheck), "heating check shows " + std::to_string(record.value));
     }
 }
 

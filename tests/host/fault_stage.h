@@ -76,7 +76,7 @@ public:
 
 private:
     void Tick();
-    void NoteSent(const StrikeList& strikes);
+    void NoteSent();
     void Check();
     void CheckChannels(const Measurement& shown);
 

@@ -177,4 +177,3 @@ class Ends(ReaderTestCase):
             self.assertEqual(full.communicate(timeout=PATIENCE)[1].splitlines()[-1], b"nelto-read: standard output cannot be written")
             self.assertEqual(full.returncode, 1)
         self.assertEqual(self.read("--version"), (0, [f"nelto-read {program_session.VERSION}"], []))
-        self.assertEqual(self.read("--help")[1][0], "nelto-read reads the values of a flue-gas analyser and prints them.")

@@ -22,12 +22,6 @@ class SettingsDialog(harness.WindowsTestCase):
         self.program.close_settings(button)
         self.program.open_settings()
 
-    def test_first_start_shows_the_defaults(self):
-        program = self.begin()
-        self.assert_shown(USB, "1", False)
-        self.assertEqual([program.state(box)["checked"] for box in (HEATING_CHECK, RS232)], [False, False])
-        self.assertEqual((program.text(RS232_PORT), program.enabled(RS232_PORT)), ("1", False))
-
     def test_texts_in_both_languages(self):
         for language, texts in {
             "en": ["Communication type", "Fine draught probe", "Serial Output", "Read values of heating check", "Output via RS232", "Cancel"],
@@ -57,6 +51,9 @@ class SettingsDialog(harness.WindowsTestCase):
 
     def test_serial_output_switch_is_stored_at_once_and_survives_cancel(self):
         program = self.begin(RS232Port=7)
+        self.assert_shown(USB, "1", False)
+        self.assertEqual([program.state(box)["checked"] for box in (HEATING_CHECK, RS232)], [False, False])
+        self.assertEqual((program.text(RS232_PORT), program.enabled(RS232_PORT)), ("7", False))
         program.ask("click", RS232)
         self.assertEqual(self.stored("EnableRS232"), 1)
         self.assertTrue(program.enabled(RS232_PORT))
