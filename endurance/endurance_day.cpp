@@ -27,6 +27,7 @@
 #include "core/value_text.h"
 #include "endurance_rigs.h"
 #include "instrument/opening.h"
+#include "watched_instrument.h"
 
 namespace nelto::endurance {
 namespace {
@@ -92,27 +93,6 @@ public:
     std::size_t heap_late     = SIZE_MAX;  // least in the last tenth
 
 private:
-    /// The real connection, watched.
-    class Watched final : public Instrument {
-    public:
-        explicit Watched(std::unique_ptr<Instrument> real) : real_(std::move(real)) {}
-        std::uint32_t Kind() const override { return real_->Kind(); }
-        std::uint32_t SubType() const override { return real_->SubType(); }
-        std::uint32_t SetActiveFuel(std::int32_t fuel) override { return real_->SetActiveFuel(fuel); }
-        std::uint32_t ReadConfiguration(ChannelTable& channels) override { return real_->ReadConfiguration(channels); }
-        std::uint32_t ReadHeatingCheck(ChannelTable& results) override { return real_->ReadHeatingCheck(results); }
-        std::uint32_t ReadValues(ChannelTable& channels) override {
-            the_run->BeforeRead();
-            const std::uint32_t result = real_->ReadValues(channels);
-            the_run->AfterRead(channels, result);
-            return result;
-        }
-        std::uint32_t Close() override { return real_->Close(); }
-
-    private:
-        std::unique_ptr<Instrument> real_;
-    };
-
     /// Takes the serial output.
     class Receiver final : public platform::memory::SerialDevice {
     public:
@@ -134,10 +114,13 @@ private:
         std::unique_ptr<Instrument> opened = Nelto780Open(communication, stop_request, failure);
         if (opened == nullptr) return nullptr;
         ++the_run->connections;
-        return std::make_unique<Watched>(std::move(opened));
+        return std::make_unique<WatchedInstrument>(
+            std::move(opened), [run = the_run](char step, std::uint32_t result, const ChannelTable& channels) {
+                if (step == 'v') run->AfterRead(channels, result);
+            });
     }
 
-    void BeforeRead() {
+    void PerhapsBeginFault() {
         if (is_troubled_ || cycles_done >= cycles_) return;
         const std::uint32_t done      = Faults();
         const std::uint32_t remaining = faults_ > done ? faults_ - done : 0;
@@ -172,6 +155,7 @@ private:
 
     void AfterRead(const ChannelTable& channels, std::uint32_t result) {
         ++cycles_done;
+        PerhapsBeginFault();
         if (testing::Test::HasFailure()) state_.stop_request = 1;
         if (result != 0) return;
         if (cycles_done >= cycles_) state_.stop_request = 1;

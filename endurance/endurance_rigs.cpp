@@ -43,129 +43,90 @@ simulator::EventSink CountFaults(std::map<std::string, std::uint32_t>& struck) {
     };
 }
 
-/// A rig with the analyser of the runs on a link.
-class AnalyserRig : public Rig {
+/// What fails, and what fails with it, so that the program comes upon it.
+struct FailingCall {
+    Transport transport;
+    const char* name;
+    Call call, noticed_by;
+};
+
+// clang-format off
+constexpr FailingCall kFailingCalls[] = {
+    {Transport::kSerial, "port in use",     Call::kOpenSerial,   Call::kWriteSerial},
+    {Transport::kSerial, "port dead",       Call::kWriteSerial,  Call::kReadSerial},
+    {Transport::kSerial, "port mute",       Call::kReadSerial,   Call::kReadSerial},
+    {Transport::kUsb,    "no events",       Call::kCreateEvent,  Call::kCreateEvent},
+    {Transport::kUsb,    "no library",      Call::kLoadLibrary,  Call::kCreateEvent},
+    {Transport::kIrda,   "no Winsock",      Call::kStartSockets, Call::kSend},
+    {Transport::kIrda,   "no infrared",     Call::kOpenSocket,   Call::kSend},
+    {Transport::kIrda,   "not blocking",    Call::kSetBlocking,  Call::kSend},
+    {Transport::kIrda,   "no listing",      Call::kListDevices,  Call::kSend},
+    {Transport::kIrda,   "refused",         Call::kConnect,      Call::kSend},
+    {Transport::kIrda,   "sending fails",   Call::kSend,         Call::kSend},
+    {Transport::kIrda,   "receiving fails", Call::kReceive,      Call::kReceive},
+};
+// clang-format on
+
+/// The analyser of the runs on a link.
+template <Transport kTransport>
+class LinkRig final : public Rig {
 public:
-    explicit AnalyserRig(Transport transport)
-        : link_(transport, analyser = AnalyserOfTheRuns(), 120, CountFaults(struck)) {
+    LinkRig() {
         communication = link_.Communication();
+        for (const FailingCall& row : kFailingCalls) {
+            if (row.transport == kTransport)
+                Add(row.name, [&row] { AlwaysFail(row.call), AlwaysFail(row.noticed_by); });
+        }
+        switch (kTransport) {
+            case Transport::kSerial: Add("short writes", [this] { link_.wire.most_written = 4; }); break;
+            case Transport::kUsb: AddDriverTroubles(*link_.driver); break;
+            case Transport::kIrda: Add("half sent", [] { TheIrdaWorld().sends_half = true; }); return;
+        }
+        Add("noise", [this] { is_noisy_ = true; });
     }
     void Tick() override {
         if (is_noisy_) link_.wire.AddNoise(simulator::Message(4, nelto::kAnalyserStart));  // each could begin a block
-    }
-    void Repair() override {
-        platform::memory::TheCalls().always = 0;
-        link_.wire.most_written             = SIZE_MAX;
-        is_noisy_                           = false;
-    }
-    std::size_t Held() const override { return link_.Held(); }
-
-protected:
-    AnalyserOnLink link_;
-    bool is_noisy_ = false;
-};
-
-class Serial final : public AnalyserRig {
-public:
-    Serial() : AnalyserRig(Transport::kSerial) {
-        const auto lost = [this](std::uint32_t error) {
-            return [this, error] {
-                port_.device     = nullptr;
-                port_.open_error = error;
-            };
-        };
-        troubles = {{"port dead", lost(0)},
-                    {"port gone", lost(2)},
-                    {"port in use", lost(5)},
-                    {"short writes", [this] { link_.wire.most_written = 4; }},
-                    {"noise", [this] { is_noisy_ = true; }}};
-    }
-    void Repair() override {
-        AnalyserRig::Repair();
-        port_.device     = &link_.wire;
-        port_.open_error = 0;
-    }
-
-private:
-    platform::memory::SerialPortState& port_ = World().serial_ports[L"COM5"];
-};
-
-class Usb final : public AnalyserRig {
-public:
-    Usb() : AnalyserRig(Transport::kUsb) {
-        for (const char* function : {"FT_ListDevices", "FT_OpenEx", "FT_GetDeviceInfo", "FT_SetBaudRate", "FT_Close",
-                                     "FT_SetEventNotification", "FT_GetQueueStatus", "FT_Read"}) {
-            Add(function, [this, function] { Driver().Fail(function); });
-        }
-        Add("no library", [] { platform::memory::RemoveLibrary(L"FTD2XX.DLL"); });
-        Add("function missing", [] { InstallD2xx("FT_Read"); });
-        troubles.insert(troubles.end(),
-                        {{"unplugged", [this] { Driver().driver.SetUnplugged({""}, RunningMilliseconds()); }},
-                         {"no events", [] { AlwaysFail(Call::kCreateEvent); }},
-                         {"short writes", [this] { Driver().Spoil(CallFaultKind::kShortWrite); }},
-                         {"short reads", [this] { Driver().Spoil(CallFaultKind::kShortRead); }},
-                         {"hidden queue", [this] { Driver().Spoil(CallFaultKind::kEmptyQueue); }},
-                         {"single bytes", [this] { Driver().driver.Setup().piece = 1; }},
-                         {"noise", [this] { is_noisy_ = true; }}});
-    }
-    void Repair() override {
-        AnalyserRig::Repair();
-        Driver().Repair();
-        InstallD2xx();
-        Driver().driver.SetUnplugged({}, RunningMilliseconds());
-        Driver().driver.Setup().piece = 0;
-    }
-
-private:
-    FakeD2xx& Driver() { return *link_.driver; }
-    /// Writing fails too, so that the program comes upon it.
-    void Add(const char* name, const std::function<void()>& begin) {
-        troubles.push_back({name, [this, begin] {
-                                Driver().Fail("FT_Write");
-                                begin();
-                            }});
-    }
-};
-
-class Infrared final : public AnalyserRig {
-public:
-    Infrared() : AnalyserRig(Transport::kIrda) {
-        Add("no Winsock", Call::kStartSockets);
-        Add("no infrared", Call::kOpenSocket);
-        Add("not blocking", Call::kSetBlocking);
-        Add("no listing", Call::kListDevices);
-        Add("refused", Call::kConnect);
-        Add("sending fails", Call::kSend);
-        Add("receiving fails", Call::kReceive);
-        troubles.push_back({"half sent", [] { TheIrdaWorld().sends_half = true; }});
-    }
-    void Repair() override {
-        AnalyserRig::Repair();
-        TheIrdaWorld().sends_half = false;
-    }
-    void Tick() override {
         TheIrdaWorld().requests.clear();
         if (TheIrdaWorld().open_sockets == 0) flips_before_ = Flips();
     }
+    void Repair() override {
+        platform::memory::TheCalls().always = 0;
+        TheIrdaWorld().sends_half = is_noisy_ = false;
+        link_.wire.most_written               = SIZE_MAX;
+        if (link_.driver == nullptr) return;
+        link_.driver->Repair();
+        InstallD2xx();
+        link_.driver->driver.SetUnplugged({}, RunningMilliseconds());
+        link_.driver->driver.Setup().piece = 0;
+    }
+    std::size_t Held() const override { return link_.Held(); }
     /// There is no checksum over infrared: until the next connection a flipped bit may well be a value.
     float ValueOf(std::uint32_t view_ident) const override {
-        return Flips() != flips_before_ ? std::numeric_limits<float>::quiet_NaN() : Rig::ValueOf(view_ident);
+        const bool may_be_false = kTransport == Transport::kIrda && Flips() != flips_before_;
+        return may_be_false ? std::numeric_limits<float>::quiet_NaN() : Rig::ValueOf(view_ident);
     }
 
 private:
-    /// Sending or receiving fails too, so that the program comes upon it.
-    void Add(const char* name, Call call) {
-        troubles.push_back({name, [call] {
-                                AlwaysFail(call);
-                                if (call != Call::kReceive) AlwaysFail(Call::kSend);
-                            }});
+    void Add(const char* name, const std::function<void()>& begin) { troubles.push_back({name, begin}); }
+    void AddDriverTroubles(FakeD2xx& fake) {
+        for (const char* function : {"FT_ListDevices", "FT_OpenEx", "FT_GetDeviceInfo", "FT_SetBaudRate", "FT_Close",
+                                     "FT_SetEventNotification", "FT_GetQueueStatus", "FT_Read"}) {
+            Add(function, [&fake, function] { fake.Fail("FT_Write"), fake.Fail(function); });
+        }
+        Add("function missing", [&fake] { fake.Fail("FT_Write"), InstallD2xx("FT_Read"); });
+        Add("unplugged", [&fake] { fake.driver.SetUnplugged({""}, RunningMilliseconds()); });
+        Add("short writes", [&fake] { fake.Spoil(CallFaultKind::kShortWrite); });
+        Add("short reads", [&fake] { fake.Spoil(CallFaultKind::kShortRead); });
+        Add("hidden queue", [&fake] { fake.Spoil(CallFaultKind::kEmptyQueue); });
+        Add("single bytes", [&fake] { fake.driver.Setup().piece = 1; });
     }
-
     [[nodiscard]] std::uint32_t Flips() const {
         const auto row = struck.find("flip_bit");
         return row == struck.end() ? 0 : row->second;
     }
 
+    AnalyserOnLink link_{kTransport, analyser = AnalyserOfTheRuns(), 120, CountFaults(struck)};
+    bool is_noisy_              = false;
     std::uint32_t flips_before_ = 0;  // when the connection was opened
 };
 
@@ -233,8 +194,9 @@ std::unique_ptr<Rig> Make() {
 
 }  // namespace
 
-const std::array<Link, 4> kLinks = {Link{"Serial", Make<Serial>}, Link{"Usb", Make<Usb>},
-                                    Link{"Infrared", Make<Infrared>}, Link{"Generation2010", Make<Generation2010>}};
+const std::array<Link, 4> kLinks = {
+    Link{"Serial", Make<LinkRig<Transport::kSerial>>}, Link{"Usb", Make<LinkRig<Transport::kUsb>>},
+    Link{"Infrared", Make<LinkRig<Transport::kIrda>>}, Link{"Generation2010", Make<Generation2010>}};
 
 /// The analyser's values stand still in the runs.
 float Rig::ValueOf(std::uint32_t view_ident) const {

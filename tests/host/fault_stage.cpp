@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <bit>
+#include <cctype>
 #include <utility>
 
 #include "instrument/opening.h"
 #include "platform/wide_text.h"
+#include "watched_instrument.h"
 
 namespace nelto::test {
 namespace {
@@ -60,43 +62,18 @@ constexpr ExpectedRow kRows[] = {{0x0901, L"O2", 0},
                                  {kSerialNumber, L"00004711", 0},
                                  {kSmokePump, L"SP", 0}};
 
-/// Passes the worker's calls on and tells the stage of them.
-class ObservedInstrument final : public Instrument {
-public:
-    explicit ObservedInstrument(std::unique_ptr<Instrument> inner) : inner_(std::move(inner)) {}
-
-    std::uint32_t Kind() const override { return inner_->Kind(); }
-    std::uint32_t SubType() const override { return inner_->SubType(); }
-    std::uint32_t SetActiveFuel(std::int32_t number) override { return inner_->SetActiveFuel(number); }
-    std::uint32_t ReadConfiguration(ChannelTable& channels) override {
-        return Told(inner_->ReadConfiguration(channels), "cC", 2);
-    }
-    std::uint32_t ReadHeatingCheck(ChannelTable& table) override {
-        return Told(inner_->ReadHeatingCheck(table), "hH", 1);
-    }
-    std::uint32_t ReadValues(ChannelTable& channels) override {
-        const std::uint32_t result = inner_->ReadValues(channels);
-        if (result == 0) the_stage->NoteValuesRead();
-        return Told(result, "vV", 2);
-    }
-    std::uint32_t Close() override { return Told(inner_->Close(), "zZ", 0); }
-
-private:
-    static std::uint32_t Told(std::uint32_t result, const char* letters, std::uint32_t failure) {
-        the_stage->Expect(result == 0 || result == failure, "result " + std::to_string(result));
-        the_stage->Note(letters[result == 0 ? 0 : 1]);
-        return result;
-    }
-
-    std::unique_ptr<Instrument> inner_;
-};
-
 std::unique_ptr<Instrument> OpenObserved(std::uint32_t communication, const std::atomic<std::uint32_t>& stop_request,
                                          OpenFailure& failure) {
     std::unique_ptr<Instrument> inner = nelto::Nelto780Open(communication, stop_request, failure);
     the_stage->Note(inner == nullptr ? 'O' : 'o');
     the_stage->Expect((inner == nullptr) == (*failure.text != '\0') || stop_request != 0, "last error text");
-    return inner == nullptr ? nullptr : std::make_unique<ObservedInstrument>(std::move(inner));
+    if (inner == nullptr) return nullptr;
+    return std::make_unique<WatchedInstrument>(std::move(inner), [](char step, std::uint32_t result, const auto&) {
+        if (step == 'v' && result == 0) the_stage->NoteValuesRead();
+        const std::uint32_t failure = step == 'z' ? 0 : step == 'h' ? 1 : 2;
+        the_stage->Expect(result == 0 || result == failure, "result " + std::to_string(result));
+        the_stage->Note(result == 0 ? step : static_cast<char>(std::toupper(step)));
+    });
 }
 
 }  // namespace

@@ -151,34 +151,26 @@ TEST(LateReply, NeverStandsUnderAnotherIdentWhateverTheDelays) {
     }
 }
 
-TEST(LateReply, IsWaitedForUntilAStop) {
+TEST(LateReply, IsWaitedForUntilAStopAndKeepsNoAnalyserInSlaveMode) {
+    // The reply that is owed, and how long after its request the user ends.
+    const std::pair<StrikeList, std::uint32_t> rows[] = {
+        {{{FaultKind::kSilence}}, 4500}, {Late(3050), 3040}, {Late(3100), 3040}};
     for (const Transport transport : {Transport::kSerial, Transport::kUsb}) {
-        Stage stage(transport);
-        const auto connection = Nelto780Open(stage.state);
-        ASSERT_NE(connection, nullptr);
-        stage.SpoilReply(Hex("A5 0A"), 1, [](Stage&, const Reply&) { return StrikeList{{FaultKind::kSilence}}; });
-        stage.stops_when = [start = World().now] { return World().now - start >= 4500; };
-        ChannelTable table{};
-        EXPECT_EQ(connection->ReadHeatingCheck(table), 0U);
-        EXPECT_NE(stage.stopped_at, 0U);
-        EXPECT_LE(World().now - stage.stopped_at, 100U);
-        EXPECT_TRUE(UsedRecords(table).empty());
-        connection->Close();
-    }
-}
-
-TEST(LateReply, DoesNotKeepAnAnalyserInSlaveMode) {
-    for (const Transport transport : {Transport::kSerial, Transport::kUsb}) {
-        for (const std::uint32_t delay : {3050U, 3100U}) {
+        for (const auto& [strikes, stop_after] : rows) {
             Stage stage(transport);
             const auto connection = Nelto780Open(stage.state);
             ASSERT_NE(connection, nullptr);
-            stage.SpoilReply(Hex("A5 0A"), 1, [=](Stage&, const Reply&) { return Late(delay); });
-            stage.stops_when = [&] { return stage.struck && World().now - stage.struck_at >= 3040; };
+            stage.SpoilReply(Hex("A5 0A"), 1, [&strikes = strikes](const Stage&, const Reply&) { return strikes; });
+            stage.stops_when = [&, stop_after = stop_after] {
+                return stage.struck && World().now - stage.struck_at >= stop_after;
+            };
             ChannelTable table{};
             EXPECT_EQ(connection->ReadHeatingCheck(table), 0U);
+            EXPECT_NE(stage.stopped_at, 0U);
+            EXPECT_LE(World().now - stage.stopped_at, 100U);
+            EXPECT_TRUE(UsedRecords(table).empty());
             connection->Close();
-            EXPECT_EQ(stage.requests.back(), Hex("20 00")) << delay;
+            EXPECT_EQ(stage.requests.back(), Hex("20 00")) << stop_after;
         }
     }
 }

@@ -162,6 +162,31 @@ TEST_F(UsbDevices, ListsTheTypeInTheOrderOfTheDevicesAsFarAsTheyFit) {
     }
 }
 
+TEST_F(UsbDevices, NullPointersAreNoRoomAndNoLink) {
+    FakeD2xx library;
+    ScriptedPeer peer;
+    library.Attach(2, "5", &peer);
+    std::uint32_t serial = 0, number = 99;
+    EXPECT_EQ(NeltoUSBGetDevices(2, nullptr, 5, &number) + number, 0U);
+    EXPECT_EQ(NeltoUSBGetDevices(2, &serial, 1, nullptr), kUsbOk);
+    EXPECT_EQ(serial, 5U);
+
+    NeltoUSBHandle link = nullptr;
+    std::array<std::uint8_t, 9> room;
+    const std::uint8_t request = 0x42;
+    EXPECT_EQ(NeltoUSBOpen(2, kAny, nullptr), kUsbNoHandle);
+    EXPECT_EQ(NeltoUSBOpen(2, kAny, &link), kUsbOk);
+    EXPECT_EQ(NeltoUSBTransceive(link, nullptr, 1, room.data(), 9, &number, 200), kUsbProtocolFault);
+    peer.answers.assign(2, {Packet(0, 1, Counting(9))});
+    EXPECT_EQ(NeltoUSBTransceive(link, &request, 1, nullptr, 9, &number, 200), kUsbReplyTooLong);
+    EXPECT_EQ(NeltoUSBTransceive(link, &request, 1, room.data(), 9, nullptr, 200), kUsbOk);
+    EXPECT_EQ(NeltoUSBClose(link), kUsbOk);
+    EXPECT_EQ(NeltoUSBTransceive(nullptr, &request, 1, room.data(), 9, &(number = 99), 200), kUsbNoHandle);
+    EXPECT_EQ(number, 0U);
+    EXPECT_EQ(NeltoUSBClose(nullptr), kUsbNoHandle);
+    EXPECT_EQ(NeltoUSBSetTimeout(nullptr, 1), kUsbNoHandle);
+}
+
 TEST_F(UsbDevices, OnlyOldLibrariesCompareTheSerialNumberOnOpening) {
     const std::tuple<std::wstring, std::uint32_t, Opened> rows[] = {
         {kOldVersion, kAny, {kUsbOk, 111}},          {kOldVersion, 222, {kUsbOk, 222}},

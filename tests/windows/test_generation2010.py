@@ -4,7 +4,7 @@ import harness
 import program_session
 import wine_env
 from drop_in_generation2010 import Instrument, scenario_of
-from link_session import NOBODY_ON_USB, SEARCHING, LinkSession
+from link_session import NOBODY_ON_USB, LinkSession
 from pixels import picture, place
 from program_session import CANCEL, DEVICE_BOX, OK
 
@@ -53,14 +53,6 @@ class EveryKind(Session2010):
 
 
 class Libraries(Session2010):
-    def test_without_the_instrument_libraries_the_search_goes_on(self):
-        self.prepare({"neltoEmUSB.dll": "neltoEmUSB.dll"})
-        self.begin(scenario_of(745))
-        self.program.wait_until(lambda: self.instrument.count("NELTOEMUSB_OpenBySerialNumber") >= 3, "three searches")
-        self.assertEqual(self.program.text(program_session.STATUS), SEARCHING["en"])
-        self.wait_logged("NELTO760SPI_SetDateTime: Error code 126")
-        self.program.leave(CANCEL)
-
     def test_searching_without_any_library_does_not_grow(self):
         self.prepare({})
         self.begin("")

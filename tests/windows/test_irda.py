@@ -9,9 +9,6 @@ ALWAYS = "0 1000000"
 # What stands in the way: its lines of a scenario, the error number, the IrDA log.
 OBSTACLES = (
     (f"infrared_fault no_winsock {ALWAYS}", 1, b"Error 1\r\n"),
-    (f"infrared_fault no_socket {ALWAYS}", 1, b"Error 1\r\n"),
-    (f"infrared_fault not_blocking {ALWAYS}", 2, b"Error 2\r\n"),
-    (f"infrared_fault no_listing {ALWAYS}", 3, b"Error 3\r\n"),
     (f"infrared_fault nobody {ALWAYS}", 4, b"Error 4: no IrDA device in range\r\n"),
     ('infrared_device "Printer"\ninfrared_device "NELTO T7801"', 5,
      b"Device name Printer\r\nDevice name NELTO T7801\r\n"),
