@@ -47,7 +47,7 @@ std::unique_ptr<Instrument> Nelto780Open(std::uint32_t communication, const std:
     opening.session.log.Write(L"Nelto780Open");
 
     const bool is_identified = OpenLink(opening);
-    failure                  = {opening.error, opening.obstacle};
+    failure                  = opening.failure;
     if (!is_identified && opening.session.link == nullptr) return nullptr;
     std::unique_ptr<Analyser> analyser = MakeAnalyser(std::move(opening.session), opening.kind);
     if (is_identified && analyser->Prepare(failure.text)) return analyser;

@@ -121,8 +121,8 @@ bool OpenOverSerial(Opening& opening) {
     platform::DebugOutput(platform::Formatted(L"NeltoRS232 return code: %u", result).c_str());
     Settle(opening.session);
     if (link == nullptr) {
-        opening.session.is_cut = opening.session.StopRequested();  // the call may have been cancelled
-        opening.obstacle       = ObstacleOf(error);
+        opening.session.is_cut   = opening.session.StopRequested();  // the call may have been cancelled
+        opening.failure.obstacle = ObstacleOf(error);
         return opening.Failed(L"Instrument opening via Bluetooth failed, Error code %u", result,
                               "open analyzer connection via Bluetooth SPP failed");
     }

@@ -26,7 +26,7 @@ struct Opening {
     /// Ends a step: `log_line` into the base log, unless a stop is the cause; `why` for the user interface.
     bool Failed(const wchar_t* log_line, const char* why) {
         session.Failed(log_line);
-        error = why;
+        failure.text = why;
         return false;
     }
 
@@ -38,8 +38,7 @@ struct Opening {
     std::uint32_t communication;
     Session session;
     std::uint32_t kind = kKind780;  // until identification knows better
-    const char* error  = "";
-    Obstacle obstacle  = Obstacle::kNone;
+    OpenFailure failure;
 };
 
 /// True for the answer of an analyser of generation 2004 that tells this model: so long, and with its letters from byte 4 on.

@@ -90,7 +90,7 @@ std::uint32_t DeviceCount(std::uint32_t product) {
 
 bool Failed(Opening& opening, const wchar_t* log_line, const char* why) {
     if (log_line != nullptr) opening.session.log.Write(log_line);
-    opening.error = why;
+    opening.failure.text = why;
     return false;
 }
 
@@ -102,7 +102,7 @@ bool OpenCountedDevice(Opening& opening, const OpenFailures& failures) {
     }
     RoomyNumber2010<library::Handle> device;
     if (CallLibrary(library::kOpenBySerialNumber, serial_number.data(), &device) != 0) {
-        opening.obstacle = Obstacle::kInUse;  // it has just been counted
+        opening.failure.obstacle = Obstacle::kInUse;  // it has just been counted
         return Failed(opening, failures.not_open_line, failures.not_open);
     }
     opening.session.library_handle = device.value;
@@ -150,7 +150,7 @@ bool OpenOverEmUsb(Opening& opening) {
 }
 
 bool OpenOverUsb(Opening& opening) {
-    opening.session.link = OpenFirstDevice(opening.session.stop_request, opening.obstacle);
+    opening.session.link = OpenFirstDevice(opening.session.stop_request, opening.failure.obstacle);
     if (opening.session.link == nullptr) return OpenOverEmUsb(opening);
     opening.session.log.Write(L"Instrument nelto 780 (2004)/nelto 790 opened (via USB)");
     return IdentifyOverFtdi(opening);

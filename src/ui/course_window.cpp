@@ -44,7 +44,7 @@ public:
         if (selected) settings_.choice.Add(*selected, recorder_.Series());
     }
 
-    void Initialise(HWND window);
+    INT_PTR Initialise(HWND window);
     INT_PTR Handle(UINT message, WPARAM w_param, LPARAM l_param);
     void Refresh();
     [[nodiscard]] HWND Window() const { return window_; }
@@ -73,7 +73,7 @@ private:
     int smallest_dpi_ = USER_DEFAULT_SCREEN_DPI;
 };
 
-void OpenCourseWindow::Initialise(HWND window) {
+INT_PTR OpenCourseWindow::Initialise(HWND window) {
     window_ = window;
     keys_.emplace(window);
     icons_.Show(window);
@@ -88,6 +88,7 @@ void OpenCourseWindow::Initialise(HWND window) {
     list_.Refresh();
     plot_.Attach(GetDlgItem(window, IDC_COURSE_PLOT));
     Refresh();
+    return TRUE;
 }
 
 void OpenCourseWindow::FillSpans() const {
@@ -201,6 +202,7 @@ void OpenCourseWindow::Destroyed() {
 }
 
 INT_PTR OpenCourseWindow::Handle(UINT message, WPARAM w_param, LPARAM l_param) {
+    if (window_ == nullptr) return FALSE;  // destroyed
     switch (message) {
         case WM_SIZE: Layout(); return TRUE;
         case WM_GETMINMAXINFO: LimitSize(*reinterpret_cast<MINMAXINFO*>(l_param)); return TRUE;
@@ -218,21 +220,6 @@ INT_PTR OpenCourseWindow::Handle(UINT message, WPARAM w_param, LPARAM l_param) {
     }
 }
 
-namespace {
-
-INT_PTR CALLBACK CourseProcedure(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param) {
-    if (message == WM_INITDIALOG) {
-        SetWindowLongPtrW(dialog, DWLP_USER, l_param);
-        reinterpret_cast<OpenCourseWindow*>(l_param)->Initialise(dialog);
-        return TRUE;
-    }
-    auto* window = reinterpret_cast<OpenCourseWindow*>(GetWindowLongPtrW(dialog, DWLP_USER));
-    if (window == nullptr || window->Window() == nullptr) return FALSE;
-    return window->Handle(message, w_param, l_param);
-}
-
-}  // namespace
-
 CourseWindow::CourseWindow(const CourseRecorder& recorder, wchar_t decimal_separator)
     : recorder_(recorder), decimal_separator_(decimal_separator) {}
 
@@ -247,7 +234,7 @@ void CourseWindow::Open(HINSTANCE instance, HWND owner, const std::optional<Cour
     }
     CoursePlot::RegisterKind(instance);
     window_ = std::make_unique<OpenCourseWindow>(recorder_, decimal_separator_, selected);
-    CreateDialogParamW(instance, MAKEINTRESOURCEW(IDD_COURSE), owner, CourseProcedure,
+    CreateDialogParamW(instance, MAKEINTRESOURCEW(IDD_COURSE), owner, DialogProcedure<OpenCourseWindow>,
                        reinterpret_cast<LPARAM>(window_.get()));
     ShowWindow(Handle(), SW_SHOW);
 }

@@ -33,10 +33,13 @@ class SettingsDialog {
 public:
     explicit SettingsDialog(ProgramState& state) : state_(state) {}
 
-    void Initialise(HWND dialog);
-    bool HandleCommand(int command);
+    INT_PTR Initialise(HWND dialog);
+    INT_PTR Handle(UINT message, WPARAM w_param, LPARAM /*l_param*/) {
+        return message == WM_COMMAND && HandleCommand(LOWORD(w_param)) ? TRUE : FALSE;
+    }
 
 private:
+    bool HandleCommand(int command);
     void ShowCommunication();
     void ShowSerialOutput();
     void AttachPort(int field_id);
@@ -50,12 +53,14 @@ private:
     ProgramState& state_;
 };
 
-void SettingsDialog::Initialise(HWND dialog) {
+INT_PTR SettingsDialog::Initialise(HWND dialog) {
     dialog_ = dialog;
     SetControlTexts(dialog_, kTexts);
     ShowCommunication();
     CheckDlgButton(dialog_, IDC_HEATING_CHECK, state_.heating_check != 0 ? BST_CHECKED : BST_UNCHECKED);
     ShowSerialOutput();
+    // The focus already lies on the chosen radio button: on another one it would count as a click there.
+    return FALSE;
 }
 
 void SettingsDialog::ShowCommunication() {
@@ -122,23 +127,11 @@ void SettingsDialog::Apply() {
     ChangeSetting(state_.serial_output_port, kSerialOutputPortSetting, Number(IDC_SERIAL_OUTPUT_PORT));
 }
 
-INT_PTR CALLBACK SettingsProcedure(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param) {
-    if (message == WM_INITDIALOG) {
-        SetWindowLongPtrW(dialog, DWLP_USER, l_param);
-        reinterpret_cast<SettingsDialog*>(l_param)->Initialise(dialog);
-        // The focus already lies on the chosen radio button: on another one it would count as a click there.
-        return FALSE;
-    }
-    auto* settings = reinterpret_cast<SettingsDialog*>(GetWindowLongPtrW(dialog, DWLP_USER));
-    if (message != WM_COMMAND || settings == nullptr) return FALSE;
-    return settings->HandleCommand(LOWORD(w_param)) ? TRUE : FALSE;
-}
-
 }  // namespace
 
 void RunSettingsDialog(HINSTANCE instance, HWND owner, ProgramState& state) {
     SettingsDialog settings(state);
-    DialogBoxParamW(instance, MAKEINTRESOURCEW(IDD_SETTINGS), owner, SettingsProcedure,
+    DialogBoxParamW(instance, MAKEINTRESOURCEW(IDD_SETTINGS), owner, DialogProcedure<SettingsDialog>,
                     reinterpret_cast<LPARAM>(&settings));
 }
 

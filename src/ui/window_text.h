@@ -41,4 +41,16 @@ void FocusControl(HWND dialog, int control_id);
 /// A system metric (SM_...) in pixels of the dialog's screen.
 [[nodiscard]] int DialogMetric(HWND dialog, int metric);
 
+/// Procedure of a dialog that is created with its object as parameter: the object gets WM_INITDIALOG by Initialise, all later
+/// messages by Handle.
+template <typename Dialog>
+INT_PTR CALLBACK DialogProcedure(HWND dialog, UINT message, WPARAM w_param, LPARAM l_param) {
+    if (message == WM_INITDIALOG) {
+        SetWindowLongPtrW(dialog, DWLP_USER, l_param);
+        return reinterpret_cast<Dialog*>(l_param)->Initialise(dialog);
+    }
+    auto* object = reinterpret_cast<Dialog*>(GetWindowLongPtrW(dialog, DWLP_USER));
+    return object == nullptr ? FALSE : object->Handle(message, w_param, l_param);
+}
+
 }  // namespace nelto::ui

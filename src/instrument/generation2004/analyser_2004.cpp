@@ -15,8 +15,6 @@ static_assert(kNoValuesZeroing == std::uint32_t{kZeroing});
 constexpr std::size_t kSlaveModeAnswer         = 12;
 constexpr std::size_t kInfraredSlaveModeAnswer = 4;
 
-constexpr std::uint8_t Low(std::uint32_t number) { return static_cast<std::uint8_t>(number); }
-
 /// A channel without a value keeps its last number and resolution.
 void TakeValue(const ByteView& value_record, ChannelRecord& channel) {
     if (value_record.Long(4) == kNoValueMark) {

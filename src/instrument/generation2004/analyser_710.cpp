@@ -8,8 +8,6 @@ namespace {
 
 constexpr std::uint32_t kYearsBefore = 1900;
 
-constexpr std::uint8_t Low(std::uint32_t number) { return static_cast<std::uint8_t>(number); }
-
 /// The line goes through both writers, so it stands in the log twice.
 std::uint32_t LogTwice(const wchar_t* text) {
     ZivLog(text);

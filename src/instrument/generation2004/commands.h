@@ -60,6 +60,9 @@ constexpr std::size_t kValueRecordSize      = 15;
 /// The measuring configuration whose values have a command of their own.
 constexpr std::uint8_t kMeasConfig4 = 4;
 
+/// A number's low byte, as commands hold it.
+constexpr std::uint8_t Low(std::uint32_t number) { return static_cast<std::uint8_t>(number); }
+
 /// Answer of a command that goes straight to the transport.
 using DirectAnswer = std::array<std::uint8_t, kDirectAnswerCapacity>;
 
