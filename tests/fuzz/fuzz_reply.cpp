@@ -1,7 +1,9 @@
-// The assembly of a reply over USB, and the devices that the driver lists. The first byte chooses.
+// The assembly of a reply over USB and serial, and the devices that the driver lists. The first byte chooses: an odd one the devices,
+// another one from 0x80 on a reply over serial.
 //
 // Reply:   request size, reply capacity (2 bytes), then what StepPeer takes.
 // Devices: driver version, a text; then for each call of the driver one byte that fails it (0xF0 and above), and what it gives.
+#include <optional>
 #include <vector>
 
 #include "NeltoUSB.h"
@@ -10,6 +12,7 @@
 #include "platform/memory/memory_dynamic_library.h"
 #include "platform/memory/memory_event.h"
 #include "platform/memory/memory_file_version.h"
+#include "transport/serial_link.h"
 #include "transport/usb_link.h"
 
 namespace {
@@ -101,31 +104,39 @@ void FailFrom(doubles::FakeD2xx& driver, test::StepPeer& peer, std::uint32_t fai
     }
 }
 
-void TryReply(Input& input) {
+void TryExport(test::ByteSpan request, std::span<std::uint8_t> reply) {
+    NeltoUSBHandle port = nullptr;
+    Require(NeltoUSBOpen(2, 0, &port) == kUsbOk);
+    std::uint32_t size         = 1;
+    const std::uint32_t result = NeltoUSBTransceive(port, request.data(), static_cast<std::uint32_t>(request.size()),
+                                                    reply.data(), static_cast<std::uint32_t>(reply.size()), &size, 1);
+    Require(result <= kUsbReplyTooLong && size <= reply.size() && (result == kUsbOk || size == 0));
+    Require(NeltoUSBClose(port) <= kUsbDriverFailed);
+}
+
+void TryReply(Input& input, bool over_usb) {
     static constexpr std::array<std::uint8_t, 1020> kRequest{0x42};
     const auto request         = test::ByteSpan(kRequest).first(input.Byte() * 4u);
     const std::size_t capacity = input.Take<std::uint16_t>() % kLargestCapacity;
     const auto reply           = std::span(storage).last(capacity);  // the first byte too many is outside
     test::FreshWorld();
     test::HideFunctions(nullptr);
-    doubles::FakeD2xx driver;
     test::StepPeer peer(input);
-    peer.on_failure = [&](std::uint32_t failure) { FailFrom(driver, peer, failure); };
-    driver.Attach(2, "1", &peer);
-    NeltoUSBHandle port = nullptr;
-    Require(NeltoUSBOpen(2, 0, &port) == kUsbOk);
-    UsbLink link(reinterpret_cast<UsbPort*>(port), nullptr);
-    // Each begins with what the one before has left behind.
-    std::uint32_t size         = 1;
-    const std::uint32_t result = NeltoUSBTransceive(port, request.data(), static_cast<std::uint32_t>(request.size()),
-                                                    reply.data(), static_cast<std::uint32_t>(capacity), &size, 1);
-    Require(result <= kUsbReplyTooLong && size <= capacity && (result == kUsbOk || size == 0));
-    std::size_t length = 1;
-    for (int round = 0; round < 2; ++round) {
-        const LinkStatus status = link.Transceive(request, reply, length, 1);
+    std::optional<doubles::FakeD2xx> driver;
+    if (over_usb) driver.emplace().Attach(2, "1", &peer);
+    if (over_usb) peer.on_failure = [&](std::uint32_t failure) { FailFrom(*driver, peer, failure); };
+    test::TheWorld().serial_ports[L"COM5"].device = &peer;
+    if (over_usb) TryExport(request, reply);
+    const std::unique_ptr<Link> link =
+        over_usb ? std::unique_ptr<Link>(UsbLink::Open(2, nullptr)) : SerialLink::Open(5, nullptr);
+    Require(link != nullptr);
+    for (int round = 0; round < 2; ++round) {  // the second begins with what the first has left behind
+        std::size_t length       = 1;
+        const std::size_t before = peer.writes;
+        const LinkStatus status  = link->Transceive(request, reply, length, over_usb ? 1 : 50);
         Require(status != LinkStatus::kNotOpen && status != LinkStatus::kStopped);
         Require(length <= capacity && (status == LinkStatus::kOk || length == 0));
-        Require(test::OpenEvents() == 0);
+        Require(test::OpenEvents() == 0 && peer.writes - before <= 12 + capacity + kMaxUselessBlocks);
     }
 }
 
@@ -162,7 +173,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Input input(data, size);
     const std::uint8_t choice = input.Byte();
     if (choice % 2 == 0) {
-        TryReply(input);
+        TryReply(input, choice < 0x80);
     } else {
         TryDevices(input, choice);
     }
