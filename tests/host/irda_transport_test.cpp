@@ -90,6 +90,7 @@ TEST_F(IrdaTransport, FailedOpeningsTellTheirCauseAndLeaveNothingOpen) {
 
         ProgramState state{.communication = kIrda};
         EXPECT_EQ(test::Nelto780Open(state), nullptr);
+        EXPECT_EQ(TheWorld().files[kLog], log);  // written anew
         EXPECT_EQ(TheIrdaWorld().open_sockets + TheIrdaWorld().references, 0u);
         EXPECT_STREQ(state.last_error, "open analyzer connection via IrDA failed");
         EXPECT_TRUE(test::LogHas(L"Nelto780Base.txt",
@@ -137,13 +138,6 @@ TEST_F(IrdaTransport, ADeviceCountBeyondTheListIsCut) {
     EXPECT_EQ(Open(), kIrdaOpenOk);
     EXPECT_EQ(TheIrdaWorld().list_space, 2048u);
     EXPECT_EQ(TheIrdaWorld().device, (platform::IrdaDeviceId{70, 0, 0, 0x0A}));
-}
-
-TEST_F(IrdaTransport, ASecondOpeningEmptiesTheLog) {
-    EXPECT_EQ(Open(), kIrdaOpenOk);
-    link_.reset();
-    EXPECT_EQ(Open(), kIrdaOpenOk);
-    EXPECT_EQ(TheWorld().files[kLog], "Device name NELTO T780\r\n");
 }
 
 const Bytes kTwelve = {0x00, 0x90, 0x0C, 0x00, 1, 2, 3, 4, 5, 6, 7, 8};

@@ -113,13 +113,6 @@ TEST_F(SerialTransportTest, NeverTakesALateAnswerForTheNext) {
     EXPECT_EQ(Transceive(Hex("53")), kSerialProtocolFault);
 }
 
-TEST_F(SerialTransportTest, EndsAnEndlessReply) {
-    Open();
-    peer_.answers.assign(1000, {Packet(0, 2, {}), 150});
-    EXPECT_EQ(Transceive(Hex("42")), kSerialProtocolFault);
-    EXPECT_EQ(peer_.written.size(), kMaxUselessBlocks + 1);
-}
-
 TEST_F(SerialTransportTest, SaysHowMuchAShortWriteWrote) {
     Open();
     peer_.most_written = 8;
