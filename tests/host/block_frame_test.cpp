@@ -74,10 +74,11 @@ TEST(BlockFrame, EndsAReplyThatBringsNothingNew) {
         SCOPED_TRACE(name);
         std::array<std::uint8_t, 16> storage{};
         ReplyBuffer reply{.storage = storage, .skip_repetitions = skip_repetitions};
-        BlockEnd status = BlockEnd::kMore;
-        int blocks      = 0;
+        BlockEnd status    = BlockEnd::kMore;
+        std::size_t blocks = 0;
         while (status == BlockEnd::kMore && ++blocks < 100) status = AppendReplyBlock(block, reply);
         EXPECT_EQ(status, BlockEnd::kEndless);
+        EXPECT_EQ(blocks, kMaxUselessBlocks + (length == 0 ? 1 : 2));
         EXPECT_EQ(reply.length, length);
     }
 }

@@ -265,8 +265,10 @@ TEST_F(CourseTest, TheFileHoldsARowForEachSecond) {
     EXPECT_EQ(CourseFileName(recorder_, L"nelto 780/2: HD?"), L"nelto 780-2- HD- 2026-11-21 19-53-04");
 }
 
-TEST_F(CourseTest, ALongRunIsWrittenWhole) {
+TEST_F(CourseTest, ALongRunIsKeptAndWrittenWhole) {
     for (int second = 0; second < 20000; ++second) Measure(1, static_cast<float>(second));
+    EXPECT_TRUE(std::ranges::is_sorted(Course()));
+    EXPECT_EQ(Course().back(), 19999.0F);
     EXPECT_EQ(SaveCourse(recorder_, {}, L"long.csv"), 0U);
     const std::string& file = TheWorld().files[L"long.csv"];
     EXPECT_EQ(std::ranges::count(file, '\n'), 20001);
